@@ -43,7 +43,7 @@ Eint_InitToolkitData* EintOrvInit::get_InitToolkitData()
     }
     void* made = emsc_HeapMalloc(sizeof(Eint_InitToolkitData));
     if (made == nullptr) {
-        OrvikLog::CheckFailure<std::runtime_error>("eint", "EintOrvInit::get_InitToolkitData").Throw(187, "emsc_New failed");
+        EerrException("eint", "EintOrvInit::get_InitToolkitData").Throw(187, "emsc_New failed");
     }
     ethr_RegisterThreadSafeModeCallbacks(emsc_HeapInitThreadSafeMode, emsc_HeapEndThreadSafeMode);
     {

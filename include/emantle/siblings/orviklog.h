@@ -105,6 +105,12 @@ public:
         Message::Log(0, "Unspecified");
     }
 
+    [[noreturn]] void Throw(long line, const char* text) override
+    {
+        Message::Log(line, text);
+        throw CheckFailure(*this);
+    }
+
     const char* what() const noexcept override { return const_cast<CheckFailure*>(this)->get_What(); }
 };
 
