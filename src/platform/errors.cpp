@@ -105,8 +105,7 @@ constexpr Sentence kSentences[] = {
 };
 
 // The kernel's own constant that stands for `table` in `pairs`; 0 for none.
-template <std::size_t n>
-int kernelNumber(const Pair (&pairs)[n], int table) noexcept
+template <std::size_t n> int kernelNumber(const Pair (&pairs)[n], int table) noexcept
 {
     for (const Pair& pair : pairs)
         if (pair.table == table)
@@ -114,7 +113,7 @@ int kernelNumber(const Pair (&pairs)[n], int table) noexcept
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 int translateError(int kernelError) noexcept
 {
@@ -132,9 +131,15 @@ int translateSocketError(int kernelError) noexcept
     return translateError(kernelError);
 }
 
-int systemError() noexcept { return failWith(translateError(errno)); }
+int systemError() noexcept
+{
+    return failWith(translateError(errno));
+}
 
-int socketError() noexcept { return failWith(translateSocketError(errno)); }
+int socketError() noexcept
+{
+    return failWith(translateSocketError(errno));
+}
 
 int failWith(int number) noexcept
 {
@@ -172,4 +177,4 @@ bool isNetworkError(int number) noexcept
     }
 }
 
-}  // namespace emantle::platform
+} // namespace emantle::platform
