@@ -66,5 +66,8 @@ TEST(Errors, TextsBelongToTheTableAndNotToTheKernel)
     EXPECT_EQ(systemErrorText(error::hostUnreachable), "No route to host");
     EXPECT_EQ(systemErrorText(error::moduleNotFound), "The module was not found.");
     EXPECT_EQ(systemErrorText(error::networkUnexpected), "An unexpected network error occurred.");
+    EXPECT_EQ(systemErrorText(error::notASocket), "Socket operation on non-socket");
+    EXPECT_EQ(systemErrorText(error::inputOutput), "Input/output error");
+    EXPECT_EQ(systemErrorText(-1), "Unknown error -1");
     EXPECT_EQ(systemErrorText(35), "Unknown error 35");
 }
