@@ -42,7 +42,10 @@ void PlainScope::handUp(Eerr_ErrorReport* head) noexcept
     if (held_ != nullptr && *out_ != nullptr) {
         printAndDelete(*out_);
     }
-    *out_ = head == nullptr ? below() : head;
+    if (head == nullptr) {
+        head = below() == nullptr ? lastResort() : below();
+    }
+    *out_ = head;
     held_ = nullptr;
 }
 
