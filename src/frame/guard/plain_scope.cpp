@@ -16,7 +16,7 @@ void printAndDelete(Eerr_ErrorReport* report) noexcept
 
 }  // namespace
 
-PlainScope::~PlainScope()
+void PlainScope::finish() noexcept
 {
     if (held_ != nullptr) {
         if (*out_ == nullptr) {

@@ -34,7 +34,12 @@ public:
     {
         *out_ = nullptr;
     }
-    ~PlainScope();
+    ~PlainScope()
+    {
+        if (held_ != nullptr || untold_ != nullptr) [[unlikely]] {
+            finish();
+        }
+    }
     PlainScope(const PlainScope&) = delete;
     PlainScope& operator=(const PlainScope&) = delete;
 
@@ -65,6 +70,7 @@ public:
     void forget() noexcept { eerr_DeleteErrorReportEx(&held_); }
 
 private:
+    void finish() noexcept;
     Eerr_ErrorReport* below() const noexcept;
     void handUp(Eerr_ErrorReport* head) noexcept;
     void raiseFormatted(long number, const char* format, ...) noexcept;
