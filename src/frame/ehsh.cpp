@@ -62,7 +62,7 @@ void status(const char* function, Say text, Arguments... arguments) noexcept
     eerr_DeleteErrorReportEx(&report);
 }
 
-constexpr Say kOrderBroken{"keyLinks info may be incorrect", 1};
+constexpr const char* kOrderBroken = "keyLinks info may be incorrect";
 
 /* One option; an unknown one has its value read as an int. */
 void readOption(int tag, va_list& arguments, HashOptions& options)

@@ -2,6 +2,7 @@
 #include <emantle/frame/emsc/heap.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 
 namespace emantle {

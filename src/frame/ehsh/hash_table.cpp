@@ -186,8 +186,8 @@ bool HashTable::grow() noexcept
     }
     for (long slot = slots(); slot-- > 0;) {
         if (Node* node = nodeAt(slot)) {
-            if (function_ != nullptr) {
-                hashOf(node->key(), size, node->hash);
+            if (function_ != nullptr && !hashOf(node->key(), size, node->hash)) {
+                node->hash = 0;
             }
             Node*& head = buckets[bucketOf(node->hash, size)];
             node->next = head;
@@ -237,7 +237,9 @@ HashTable::Outcome HashTable::insert(const void* key, Node*& node) noexcept
         if (!grow()) {
             return Outcome::notGrown;
         }
-        locate(key, place);
+        if (!locate(key, place)) {
+            return Outcome::noBucket;
+        }
     }
     const std::size_t bytes = keyBytes(key);
     void* memory = arena_.allocate(sizeof(Node) + bytes);
