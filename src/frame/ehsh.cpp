@@ -95,6 +95,12 @@ void readOption(int tag, va_list& arguments, HashOptions& options)
     }
 }
 
+/* What a caller gets for a key: its data, or in a table without data something that is not null. */
+void* slotOf(const HashTable& table, HashTable::Node* node) noexcept
+{
+    return table.dataSize() == 0 ? const_cast<void*>(table.keyOf(node)) : table.dataOf(node);
+}
+
 HashTable* tableOrRaise(PlainScope& scope, int id) noexcept
 {
     HashTable* table = hashTableOf(id);
@@ -154,11 +160,11 @@ void* hashFind(int id, const void* key) noexcept
     const EthrMTUnsafeCode unsafe;
     const HashTable* table = hashTableOf(id);
     bool bucketFound = false;
-    const HashTable::Node* node = table == nullptr || key == nullptr ? nullptr : table->find(key, bucketFound);
+    HashTable::Node* node = table == nullptr || key == nullptr ? nullptr : table->find(key, bucketFound);
     if (node == nullptr) {
         return nullptr;
     }
-    return table->hasData() ? table->dataOf(node) : const_cast<void*>(HashTable::keyOf(node));
+    return slotOf(*table, node);
 }
 
 }  // namespace emantle
@@ -208,17 +214,14 @@ EMANTLE_API void* ehsh_KeyHash(int id, const void* key, const void* data, Eerr_E
     if (table == nullptr || raiseOutcome(scope, table->insert(key, node))) {
         return nullptr;
     }
-    if (!table->hasData()) {
-        if (data != nullptr) {
-            status("ehsh_KeyHash", "Data supplied for hashing to table with 0 dataSize...ignored");
-        }
-        return const_cast<void*>(HashTable::keyOf(node));
-    }
-    void* slot = table->dataOf(node);
     if (data != nullptr) {
-        std::memmove(slot, data, table->dataSize());
+        if (table->dataSize() == 0) {
+            status("ehsh_KeyHash", "Data supplied for hashing to table with 0 dataSize...ignored");
+        } else {
+            std::memmove(table->dataOf(node), data, table->dataSize());
+        }
     }
-    return slot;
+    return slotOf(*table, node);
 }
 
 EMANTLE_API void* ehsh_KeyUnHash(int id, const void* key, Eerr_ErrorReport** err)
@@ -255,7 +258,7 @@ EMANTLE_API void* ehsh_KeyUnHashFIFO(int id, Eerr_ErrorReport** err)
     if (node == nullptr) {
         return scope.raise("Key at hash head is invalid"), nullptr;
     }
-    if (!table->hasData()) {
+    if (table->dataSize() == 0) {
         status("ehsh_KeyUnHashFIFO", "Data requested from hash table with dataSize 0...ignored");
     }
     return removeNode(scope, *table, node, "ehsh_KeyUnHashFIFO");
@@ -276,7 +279,7 @@ EMANTLE_API Estr_StringList* ehsh_KeyList(int id, Eerr_ErrorReport** err)
         std::string key;
         for (long slot = 0; slot < table->slots(); ++slot) {
             if (const HashTable::Node* node = table->nodeAt(slot)) {
-                const auto* bytes = static_cast<const char*>(HashTable::keyOf(node));
+                const auto* bytes = static_cast<const char*>(table->keyOf(node));
                 key.assign(bytes, table->keySize() == 0 ? std::strlen(bytes)
                                                         : static_cast<std::size_t>(table->keySize()));
                 checked(scope, estr_StringListAppend(list, key.c_str(), scope));
@@ -301,8 +304,8 @@ EMANTLE_API void ehsh_KeysApplyFunction(int id, Ehsh_KeyFunction function, Eerr_
     HashTable* table = tableOrRaise(scope, id);
     /* The function may add and remove keys, so nothing of the walk but the number of the slot outlives a call. */
     for (long slot = 0; table != nullptr && function != nullptr && slot < table->slots(); ++slot) {
-        if (const HashTable::Node* node = table->nodeAt(slot)) {
-            function(id, HashTable::keyOf(node), table->dataOf(node), scope);
+        if (HashTable::Node* node = table->nodeAt(slot)) {
+            function(id, table->keyOf(node), table->dataOf(node), scope);
             if (scope.failed()) {
                 scope.raise("KeysApplyFunction failed");
                 return;

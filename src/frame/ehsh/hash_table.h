@@ -17,9 +17,9 @@ struct HashOptions {
 };
 
 /* A chained hash table.
- *  1. A bucket leads to a chain of nodes; a node holds its key and the hash of it, so that a search meets one place in
- *     memory a node, and doubling the table reads no key. Nodes do not move.
- *  2. A key has a slot, a number from 0 that is reused, and in `data` the element of that number. */
+ *  1. A bucket leads to a chain of nodes; a node holds its key, the hash of it and the data, so that a search meets one
+ *     place in memory a node, and doubling the table reads no key. Nodes do not move.
+ *  2. A key has a slot, a number from 0 that is reused, by which tables are walked and the order of writes is kept. */
 class HashTable {
 public:
     struct Node;
@@ -35,8 +35,7 @@ public:
     long count() const noexcept { return count_; }
     long tableSize() const noexcept { return tableSize_; }
     long keySize() const noexcept { return keySize_; }
-    bool hasData() const noexcept { return data_ != nullptr; }
-    std::size_t dataSize() const noexcept { return static_cast<std::size_t>(ebuf_BufferElementSize(data_)); }
+    std::size_t dataSize() const noexcept { return dataSize_; }
     bool hasOrder() const noexcept { return order_ != 0; }
 
     /* The node of a key; null with `bucketFound` false where the hash function gave no bucket. */
@@ -55,8 +54,9 @@ public:
     long slots() const noexcept { return nodes_->used; }
     Node* nodeAt(long slot) const noexcept;
 
-    static const void* keyOf(const Node* node) noexcept;
-    void* dataOf(const Node* node) const noexcept;
+    const void* keyOf(const Node* node) const noexcept;
+    /* Null in a table without data. */
+    void* dataOf(Node* node) const noexcept;
 
 private:
     struct Place {
@@ -65,10 +65,11 @@ private:
     };
 
     HashTable() noexcept = default;
-    bool prepare(long size, long dataSize, const HashOptions& options) noexcept;
+    bool prepare(long size, std::size_t dataSize, const HashOptions& options) noexcept;
     bool locate(const void* key, Place& place) const noexcept;
     bool hashOf(const void* key, long tableSize, std::uint32_t& hash) const noexcept;
     bool same(const Node* node, const void* key) const noexcept;
+    std::size_t nodeBytes(const void* key) const noexcept { return keyOffset_ + keyBytes(key); }
     long bucketOf(std::uint32_t hash, long tableSize) const noexcept;
     std::size_t keyBytes(const void* key) const noexcept;
     bool grow() noexcept;
@@ -78,8 +79,9 @@ private:
     long tableSize_ = 0;
     Node** buckets_ = nullptr;
     Ebuf_Buffer* nodes_ = nullptr; /* of a slot: its node, or the number of the next free slot */
-    Ebuf_Buffer* data_ = nullptr;  /* null where dataSize is 0 */
-    Elnk_List order_ = 0;          /* by last write; 0 where it is not kept */
+    Elnk_List order_ = 0;         /* by last write; 0 where it is not kept */
+    std::size_t dataSize_ = 0;
+    std::size_t keyOffset_ = 0; /* behind the data, which begins on a multiple of 8 */
     std::int32_t keySize_ = 0;
     std::int32_t freeSlot_ = -1;
     Ehsh_HashFunction function_ = nullptr;
