@@ -17,11 +17,12 @@ namespace emantle::platform {
 
 // The calls that pass the seam, one a system call: a transfer that is continued passes it again.
 enum class Operation {
-    allocate, open, read, write, truncate, sync, map, status, rename, unlink, makeDirectory, removeDirectory, list, load
+    allocate, open, read, write, seek, truncate, sync, map, status, rename, unlink, makeDirectory, removeDirectory, list, load
 };
 
 // What a call that fails does: it moves at most `bytes` bytes (read and write only), then reports `error`. With an error of 0 it
-// is a short transfer that fails nothing; a short transfer of no bytes reads as the end of the file.
+// is a short transfer that fails nothing; a short transfer of no bytes reads as the end of the file. A transfer goes on after an
+// interruption, so arm that one once, not from then on.
 struct Outcome {
     int error = 0;
     std::size_t bytes = 0;

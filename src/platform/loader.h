@@ -15,9 +15,6 @@ void* findSymbol(void* library, const char* name) noexcept;
 // Null does nothing.
 int closeLibrary(void* library) noexcept;
 
-// Stands in for a caller's activation context, which chooses versions of libraries elsewhere: the loader here has none.
-void* openLibraryInCallersContext(std::string_view name, std::string& reason);
-
 // Stands in for making a class of an outside object model live in this thread; there is no such model, and the answer is -1.
 int makeObjectModelReady() noexcept;
 
