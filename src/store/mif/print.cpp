@@ -167,10 +167,10 @@ private:
 
     static std::string guid(const uint8_t* place)
     {
-        std::string text = formatted("%0.8lX-%0.4X-%0.4X-", static_cast<unsigned long>(valueAt<uint32_t>(place)),
+        std::string text = formatted("%.8lX-%.4X-%.4X-", static_cast<unsigned long>(valueAt<uint32_t>(place)),
                                      unsigned{valueAt<uint16_t>(place + 4)}, unsigned{valueAt<uint16_t>(place + 6)});
         for (int i = 8; i < 16; ++i) {
-            text += formatted(i == 10 ? "-%0.2X" : "%0.2X", unsigned{place[i]});
+            text += formatted(i == 10 ? "-%.2X" : "%.2X", unsigned{place[i]});
         }
         return text;
     }
