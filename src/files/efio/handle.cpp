@@ -1,5 +1,6 @@
 #include "files/efio/record.h"
 #include "frame/guard/guard.h"
+#include "frame/guard/plain_scope.h"
 #include "frame/memory/heap_ptr.h"
 #include "platform/errors.h"
 #include "platform/paths.h"
@@ -104,6 +105,14 @@ const char* modeToReopen(const char* mode) noexcept
     return std::strpbrk(mode, "wW") == nullptr ? mode : "r+";
 }
 
+void flushBeforeClosing(OpenFile& file)
+{
+    PlainScope scope("efio_Close", nullptr);
+    if (!flushGathered(file, scope)) {
+        scope.raise("Could not flush %s before closing.", file.name);
+    }
+}
+
 bool isOpen(const Efio_File* file) noexcept
 {
     return file != nullptr && file->handle == file->handleCheck;
@@ -134,15 +143,14 @@ bool reopen(OpenFile& file, Eerr_ErrorReport** err)
 
 }  // namespace emantle::files
 
-using emantle::guarded;
-using emantle::require;
-using emantle::files::opened;
+using namespace emantle;
+using namespace emantle::files;
 
 EMANTLE_API Efio_File* efio_Open(const char* name, const char* mode, Eerr_ErrorReport** err, ...)
 {
     int failure = errno;
     Efio_File* const file = guarded<Efio_File*>(
-        err, "efio_Open", nullptr, [&]() -> Efio_File* { return emantle::files::openRecord(name, mode, failure).release(); });
+        err, "efio_Open", nullptr, [&]() -> Efio_File* { return openRecord(name, mode, failure).release(); });
     errno = failure;
     return file;
 }
@@ -150,9 +158,9 @@ EMANTLE_API Efio_File* efio_Open(const char* name, const char* mode, Eerr_ErrorR
 EMANTLE_API Efio_File* efio_Create(const char* name, long permissions, Eerr_ErrorReport** err)
 {
     return guarded<Efio_File*>(err, "efio_Create", nullptr, [&](EerrException& scope) -> Efio_File* {
-        emantle::files::Record file(opened(checked(scope, efio_Open(name, "w+b", scope))));
+        Record file(opened(checked(scope, efio_Open(name, "w+b", scope))));
         if ((permissions & 0777) != 0) {
-            const int failure = emantle::platform::changeMode(file->name, static_cast<std::uint32_t>(permissions & 0777));
+            const int failure = platform::changeMode(file->name, static_cast<std::uint32_t>(permissions & 0777));
             require(failure == 0, "Error opening file %s\nError %d", file->name, failure);
         }
         return file.release();
@@ -161,19 +169,12 @@ EMANTLE_API Efio_File* efio_Create(const char* name, long permissions, Eerr_Erro
 
 EMANTLE_API void efio_Close(Efio_File* handle, Eerr_ErrorReport** err)
 {
-    guarded(err, "efio_Close", [&](EerrException& scope) {
-        if (!emantle::files::isOpen(handle)) {
+    guarded(err, "efio_Close", [&] {
+        if (!isOpen(handle)) {
             return;
         }
-        const emantle::files::Record file(opened(handle));
-        if (!flushGathered(*file, scope)) {
-            try {
-                check(scope, "Could not flush %s before closing.", file->name);
-            } catch (...) {
-                emantle::takeThrown(scope, __LINE__);
-            }
-            emantle::tellAndForget(scope, "efio_Close");
-        }
+        const Record file(opened(handle));
+        flushBeforeClosing(*file);
         const int failure = file->system.close();
         require(failure == 0, "Could not close %s\nError %d", file->name, failure);
     });
@@ -196,7 +197,7 @@ EMANTLE_API char* efio_FileNameGetByHandle(Efio_File* file, Eerr_ErrorReport** e
 {
     return guarded<char*>(err, "efio_FileNameGetByHandle", nullptr, [&] {
         require(file != nullptr, "Invalid file handle");
-        return emantle::heapText(file->name).release();
+        return heapText(file->name).release();
     });
 }
 

@@ -261,10 +261,8 @@ std::int64_t sizeOf(const OpenFile& file)
 
 }  // namespace emantle::files
 
-using emantle::PlainScope;
-using emantle::files::opened;
-using emantle::files::OpenFile;
-using emantle::files::shown;
+using namespace emantle;
+using namespace emantle::files;
 
 namespace {
 
