@@ -17,14 +17,26 @@ double seconds(const timespec& time) noexcept
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-}  // namespace
+} // namespace
 
-double secondsSinceEpoch() noexcept { return seconds(now(CLOCK_REALTIME)); }
+double secondsSinceEpoch() noexcept
+{
+    return seconds(now(CLOCK_REALTIME));
+}
 
-std::int64_t wholeSecondsSinceEpoch() noexcept { return now(CLOCK_REALTIME).tv_sec; }
+std::int64_t wholeSecondsSinceEpoch() noexcept
+{
+    return now(CLOCK_REALTIME).tv_sec;
+}
 
-double monotonicSeconds() noexcept { return seconds(now(CLOCK_MONOTONIC)); }
+double monotonicSeconds() noexcept
+{
+    return seconds(now(CLOCK_MONOTONIC));
+}
 
-double processorSeconds() noexcept { return seconds(now(CLOCK_PROCESS_CPUTIME_ID)); }
+double processorSeconds() noexcept
+{
+    return seconds(now(CLOCK_PROCESS_CPUTIME_ID));
+}
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

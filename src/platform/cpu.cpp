@@ -13,8 +13,8 @@ InstructionSet machineInstructionSet() noexcept
     __builtin_cpu_init();
     if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("fma") || !__builtin_cpu_supports("bmi2"))
         return InstructionSet::baseline;
-    if (!__builtin_cpu_supports("avx512f") || !__builtin_cpu_supports("avx512bw") || !__builtin_cpu_supports("avx512dq") ||
-        !__builtin_cpu_supports("avx512vl"))
+    if (!__builtin_cpu_supports("avx512f") || !__builtin_cpu_supports("avx512bw") ||
+        !__builtin_cpu_supports("avx512dq") || !__builtin_cpu_supports("avx512vl"))
         return InstructionSet::avx2;
     return InstructionSet::avx512;
 }
@@ -51,4 +51,4 @@ std::size_t pageSize() noexcept
     return size;
 }
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

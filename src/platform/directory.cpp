@@ -38,7 +38,7 @@ FileKind kindOf(DIR* directory, const dirent& entry)
     return S_ISREG(status.st_mode) ? FileKind::file : S_ISDIR(status.st_mode) ? FileKind::directory : FileKind::other;
 }
 
-}  // namespace
+} // namespace
 
 int makeDirectory(std::string_view name)
 {
@@ -98,4 +98,4 @@ int listDirectory(std::string_view name, std::vector<DirectoryEntry>& entries)
     return 0;
 }
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

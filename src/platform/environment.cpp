@@ -9,9 +9,12 @@ namespace emantle::platform {
 namespace {
 
 // The one variable that the rest of the system, the shells and the loader, reads as a list too.
-bool isSharedList(std::string_view name) { return name == "PATH"; }
+bool isSharedList(std::string_view name)
+{
+    return name == "PATH";
+}
 
-}  // namespace
+} // namespace
 
 bool getEnvironment(std::string_view name, std::string& value)
 {
@@ -36,4 +39,4 @@ int setEnvironment(std::string_view name, std::string_view value)
     return result == 0 ? 0 : systemError();
 }
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

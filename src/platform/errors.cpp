@@ -24,7 +24,6 @@ constexpr Pair kErrors[] = {
     {EOVERFLOW, error::fileTooLarge},
     {ELOOP, error::notFound},
     {ENOMEDIUM, 1112},
-    {EBADF, error::badHandle},
     // A server, or the way to it, that went away under an open file.
     {ETIMEDOUT, error::networkBusy},
     {EHOSTDOWN, error::serverFailed},
@@ -46,8 +45,8 @@ constexpr Pair kErrors[] = {
 
 // Of sockets. Interrupted stays 4: a transfer goes on after it.
 constexpr Pair kSocketErrors[] = {
-    {EBADF, error::notASocket},
     {ENOTSOCK, error::notASocket},
+    {EBADF, error::notASocket},
     {EWOULDBLOCK, error::socketWouldBlock},
     {EINPROGRESS, 10036},
     {EALREADY, 10037},
@@ -104,9 +103,8 @@ constexpr Sentence kSentences[] = {
     {error::connectionInvalid, "The connection to the server is not open."},
 };
 
-// The kernel's own constant that stands for `table` in `pairs`; 0 for none.
-template <std::size_t n>
-int kernelNumber(const Pair (&pairs)[n], int table) noexcept
+// The first of the kernel's numbers that become `table`; 0 for none.
+template <std::size_t n> int kernelNumber(const Pair (&pairs)[n], int table) noexcept
 {
     for (const Pair& pair : pairs)
         if (pair.table == table)
@@ -114,7 +112,7 @@ int kernelNumber(const Pair (&pairs)[n], int table) noexcept
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 int translateError(int kernelError) noexcept
 {
@@ -132,9 +130,15 @@ int translateSocketError(int kernelError) noexcept
     return translateError(kernelError);
 }
 
-int systemError() noexcept { return failWith(translateError(errno)); }
+int systemError() noexcept
+{
+    return failWith(translateError(errno));
+}
 
-int socketError() noexcept { return failWith(translateSocketError(errno)); }
+int socketError() noexcept
+{
+    return failWith(translateSocketError(errno));
+}
 
 int failWith(int number) noexcept
 {
@@ -147,11 +151,14 @@ std::string systemErrorText(int number)
     for (const Sentence& sentence : kSentences)
         if (sentence.number == number)
             return sentence.text;
-    int kernel = number >= 10000 ? kernelNumber(kSocketErrors, number) : kernelNumber(kErrors, number);
-    if (kernel == 0 && number >= 0 && number <= 34)
-        kernel = number;
-    if (kernel == 0 && number != 0)
+    if (number < 0)
         return "Unknown error " + std::to_string(number);
+    int kernel = number;
+    if (number > 34) {
+        kernel = number >= 10000 ? kernelNumber(kSocketErrors, number) : kernelNumber(kErrors, number);
+        if (kernel == 0)
+            return "Unknown error " + std::to_string(number);
+    }
     char buffer[128];
     return strerror_r(kernel, buffer, sizeof buffer);
 }
@@ -172,4 +179,4 @@ bool isNetworkError(int number) noexcept
     }
 }
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

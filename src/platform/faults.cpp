@@ -21,16 +21,14 @@ struct Seam {
         return *list;
     }
 
-    template <class T>
-    static void arm(std::vector<T*>& list, T* object)
+    template <class T> static void arm(std::vector<T*>& list, T* object)
     {
         const std::lock_guard guard(lock);
         list.push_back(object);
         detail::armed.fetch_add(1, std::memory_order_relaxed);
     }
 
-    template <class T>
-    static void disarm(std::vector<T*>& list, T* object)
+    template <class T> static void disarm(std::vector<T*>& list, T* object)
     {
         const std::lock_guard guard(lock);
         detail::armed.fetch_sub(1, std::memory_order_relaxed);
@@ -46,7 +44,8 @@ struct Seam {
             if (injection->operation_ != operation || name.find(injection->nameContains_) == name.npos)
                 continue;
             const std::uint64_t call = ++injection->calls_;
-            const bool due = call == injection->nth_ || (injection->repeat_ == Repeat::fromThenOn && call > injection->nth_);
+            const bool due =
+                call == injection->nth_ || (injection->repeat_ == Repeat::fromThenOn && call > injection->nth_);
             if (injection->nth_ == 0 || !due)
                 continue;
             injection->fired_ = true;
@@ -71,7 +70,10 @@ namespace detail {
 
 constinit std::atomic<int> armed{0};
 
-Interference consult(Operation operation, std::string_view name) noexcept { return Seam::pass(operation, name); }
+Interference consult(Operation operation, std::string_view name) noexcept
+{
+    return Seam::pass(operation, name);
+}
 
 void record(RecordedWrite::Kind kind, std::string_view name, std::uint64_t offset, const void* bytes, std::size_t count)
 {
@@ -79,15 +81,19 @@ void record(RecordedWrite::Kind kind, std::string_view name, std::uint64_t offse
     Seam::record({kind, std::string(name), offset, std::vector<std::byte>(first, first + count)});
 }
 
-}  // namespace detail
+} // namespace detail
 
-FaultInjection::FaultInjection(Operation operation, std::uint64_t nth, Outcome outcome, Repeat repeat, std::string nameContains)
+FaultInjection::FaultInjection(Operation operation, std::uint64_t nth, Outcome outcome, Repeat repeat,
+                               std::string nameContains)
     : operation_(operation), nth_(nth), outcome_(outcome), repeat_(repeat), nameContains_(std::move(nameContains))
 {
     Seam::arm(Seam::injections(), this);
 }
 
-FaultInjection::~FaultInjection() { Seam::disarm(Seam::injections(), this); }
+FaultInjection::~FaultInjection()
+{
+    Seam::disarm(Seam::injections(), this);
+}
 
 std::uint64_t FaultInjection::calls() const
 {
@@ -106,7 +112,10 @@ WriteRecorder::WriteRecorder(std::string nameContains) : nameContains_(std::move
     Seam::arm(Seam::recorders(), this);
 }
 
-WriteRecorder::~WriteRecorder() { Seam::disarm(Seam::recorders(), this); }
+WriteRecorder::~WriteRecorder()
+{
+    Seam::disarm(Seam::recorders(), this);
+}
 
 std::vector<RecordedWrite> WriteRecorder::writes() const
 {
@@ -121,10 +130,11 @@ std::vector<std::byte> afterWrites(std::vector<std::byte> before, std::span<cons
             before.resize(write.offset);
         } else if (write.kind == RecordedWrite::Kind::write) {
             before.resize(std::max<std::size_t>(before.size(), write.offset + write.bytes.size()));
-            std::copy(write.bytes.begin(), write.bytes.end(), before.begin() + static_cast<std::ptrdiff_t>(write.offset));
+            std::copy(write.bytes.begin(), write.bytes.end(),
+                      before.begin() + static_cast<std::ptrdiff_t>(write.offset));
         }
     }
     return before;
 }
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

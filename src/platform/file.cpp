@@ -36,10 +36,9 @@ bool isDirectory(int descriptor)
     return fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// Repeats `call(done, count)`, which moves bytes from `done` on and answers as read(2) does, until `count` bytes have moved, one
-// moves nothing, or one fails.
-template <class Call>
-Transfer transferAll(Operation operation, const std::string& name, std::size_t count, Call call)
+// Repeats `call(done, count)`, which moves bytes from `done` on and answers as read(2) does, until `count` bytes have
+// moved, one moves nothing, or one fails.
+template <class Call> Transfer transferAll(Operation operation, const std::string& name, std::size_t count, Call call)
 {
     Transfer done;
     while (done.bytes < count) {
@@ -73,8 +72,7 @@ bool beyondFiles(std::uint64_t offset, std::size_t count)
     return offset > kLargestOffset || count > kLargestOffset - offset;
 }
 
-template <class Call>
-int failing(Operation operation, const std::string& name, Call call)
+template <class Call> int failing(Operation operation, const std::string& name, Call call)
 {
     for (;;) {
         const Interference fault = interference(operation, name);
@@ -89,7 +87,7 @@ int failing(Operation operation, const std::string& name, Call call)
     }
 }
 
-}  // namespace
+} // namespace
 
 File::File(File&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)), name_(std::move(other.name_)) {}
 
@@ -103,7 +101,10 @@ File& File::operator=(File&& other) noexcept
     return *this;
 }
 
-File::~File() { close(); }
+File::~File()
+{
+    close();
+}
 
 int File::open(std::string_view name, Disposition disposition, Access access, bool writeThrough)
 {
@@ -143,7 +144,10 @@ int File::close() noexcept
     return 0;
 }
 
-int File::detach() noexcept { return std::exchange(descriptor_, -1); }
+int File::detach() noexcept
+{
+    return std::exchange(descriptor_, -1);
+}
 
 Transfer File::readAt(void* bytes, std::size_t count, std::uint64_t offset) const
 {
@@ -181,7 +185,8 @@ Transfer File::write(const void* bytes, std::size_t count)
         const ssize_t moved = ::write(descriptor_, from, step);
         if (moved > 0 && !seamIsIdle()) {
             const off_t after = lseek(descriptor_, 0, SEEK_CUR);
-            recordWrite(RecordedWrite::Kind::write, name_, static_cast<std::uint64_t>(std::max<off_t>(after - moved, 0)), from,
+            recordWrite(RecordedWrite::Kind::write, name_,
+                        static_cast<std::uint64_t>(std::max<off_t>(after - moved, 0)), from,
                         static_cast<std::size_t>(moved));
         }
         return moved;
@@ -229,7 +234,8 @@ void File::advise(Advice advice, std::uint64_t offset, std::uint64_t length) con
 {
     constexpr int kAdvice[] = {POSIX_FADV_NORMAL, POSIX_FADV_SEQUENTIAL, POSIX_FADV_RANDOM, POSIX_FADV_WILLNEED,
                                POSIX_FADV_DONTNEED};
-    posix_fadvise(descriptor_, static_cast<off_t>(offset), static_cast<off_t>(length), kAdvice[static_cast<int>(advice)]);
+    posix_fadvise(descriptor_, static_cast<off_t>(offset), static_cast<off_t>(length),
+                  kAdvice[static_cast<int>(advice)]);
 }
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

@@ -4,6 +4,9 @@
 
 namespace emantle::platform {
 
-void resetFloatingPoint() noexcept { std::fesetenv(FE_DFL_ENV); }
+void resetFloatingPoint() noexcept
+{
+    std::fesetenv(FE_DFL_ENV);
+}
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

@@ -32,11 +32,20 @@ struct Header {
 constexpr std::size_t kAlignment = 64;
 static_assert(sizeof(Header) == 16, "small blocks keep calloc's alignment");
 
-Header* headerOf(void* block) noexcept { return static_cast<Header*>(block) - 1; }
-const Header* headerOf(const void* block) noexcept { return static_cast<const Header*>(block) - 1; }
+Header* headerOf(void* block) noexcept
+{
+    return static_cast<Header*>(block) - 1;
+}
+const Header* headerOf(const void* block) noexcept
+{
+    return static_cast<const Header*>(block) - 1;
+}
 
 // Enough for the header and for moving a large block up to its alignment. Does not overflow below PTRDIFF_MAX.
-std::size_t bytesFor(std::size_t size, std::size_t lead) noexcept { return size + (size >= largeBlock ? kAlignment : lead); }
+std::size_t bytesFor(std::size_t size, std::size_t lead) noexcept
+{
+    return size + (size >= largeBlock ? kAlignment : lead);
+}
 
 std::size_t leadOf(const void* base, std::size_t size) noexcept
 {
@@ -46,7 +55,8 @@ std::size_t leadOf(const void* base, std::size_t size) noexcept
     return sizeof(Header) + (-address & (kAlignment - 1));
 }
 
-// Under the address sanitizer the header and the bytes behind a large block are out of bounds while the caller has the block.
+// Under the address sanitizer the header and the bytes behind a large block are out of bounds while the caller has the
+// block.
 void forbid([[maybe_unused]] void* base, [[maybe_unused]] std::size_t lead, [[maybe_unused]] std::size_t size) noexcept
 {
 #ifdef EMANTLE_ADDRESS_SANITIZER
@@ -83,7 +93,7 @@ void* place(void* base, std::size_t lead, std::size_t size) noexcept
     return block;
 }
 
-}  // namespace
+} // namespace
 
 void* allocateZeroed(std::size_t size) noexcept
 {
@@ -109,7 +119,8 @@ void* reallocateZeroed(void* block, std::size_t size) noexcept
         forbid(oldBase, old.lead, old.size);
         return nullptr;
     }
-    // The kernel may have moved the block to other pages, or glibc to another place: the distance to the alignment is new.
+    // The kernel may have moved the block to other pages, or glibc to another place: the distance to the alignment is
+    // new.
     const std::size_t lead = size >= largeBlock ? leadOf(base, size) : old.lead;
     const std::size_t kept = size < old.size ? size : old.size;
     if (lead != old.lead)
@@ -123,7 +134,7 @@ void release(void* block) noexcept
     if (block == nullptr)
         return;
     allow(block);
-    std::free(static_cast<char*>(block) - headerOf(block)->lead);  // glibc's free keeps errno
+    std::free(static_cast<char*>(block) - headerOf(block)->lead); // glibc's free keeps errno
 }
 
 std::size_t sizeOf(const void* block) noexcept
@@ -142,6 +153,9 @@ std::size_t sizeOf(const void* block) noexcept
 
 void preferLowFragmentation() noexcept {}
 
-void compactHeap() noexcept { malloc_trim(0); }
+void compactHeap() noexcept
+{
+    malloc_trim(0);
+}
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

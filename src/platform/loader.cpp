@@ -30,7 +30,7 @@ std::string lastReason()
     return text == nullptr ? "The module was not found." : text;
 }
 
-}  // namespace
+} // namespace
 
 void* openLibrary(std::string_view name, std::string& reason)
 {
@@ -40,7 +40,8 @@ void* openLibrary(std::string_view name, std::string& reason)
         failWith(error::moduleNotFound);
         return nullptr;
     }
-    // Of several failures the one that helps is that of a file which is there and does not load; failing that, the first.
+    // Of several failures the one that helps is that of a file which is there and does not load; failing that, the
+    // first.
     bool isThere = false;
     std::string why;
     for (const std::string& candidate : candidatesOf(kernel)) {
@@ -70,6 +71,9 @@ int closeLibrary(void* library) noexcept
     return library == nullptr || dlclose(library) == 0 ? 0 : failWith(error::badHandle);
 }
 
-int makeObjectModelReady() noexcept { return -1; }
+int makeObjectModelReady() noexcept
+{
+    return -1;
+}
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

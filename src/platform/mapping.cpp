@@ -11,9 +11,9 @@
 namespace emantle::platform {
 
 Mapping::Mapping(Mapping&& other) noexcept
-    : data_(std::exchange(other.data_, nullptr)), size_(std::exchange(other.size_, 0)), lead_(std::exchange(other.lead_, 0))
-{
-}
+    : data_(std::exchange(other.data_, nullptr)), size_(std::exchange(other.size_, 0)),
+      lead_(std::exchange(other.lead_, 0))
+{}
 
 Mapping& Mapping::operator=(Mapping&& other) noexcept
 {
@@ -26,7 +26,10 @@ Mapping& Mapping::operator=(Mapping&& other) noexcept
     return *this;
 }
 
-Mapping::~Mapping() { unmap(); }
+Mapping::~Mapping()
+{
+    unmap();
+}
 
 int Mapping::map(const File& file, std::uint64_t offset, std::size_t length, Access access)
 {
@@ -75,4 +78,4 @@ int Mapping::sync() const noexcept
     return msync(data_ - lead_, size_ + lead_, MS_SYNC) == 0 ? 0 : systemError();
 }
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

@@ -19,8 +19,7 @@ namespace emantle::platform {
 namespace {
 
 // One call on a name: the seam, the name in the kernel's form, the number of the failure.
-template <class Call>
-int onName(Operation operation, std::string_view name, Call call)
+template <class Call> int onName(Operation operation, std::string_view name, Call call)
 {
     const std::string kernel = kernelName(name);
     if (const Interference fault = interference(operation, kernel); fault.error != 0)
@@ -30,15 +29,22 @@ int onName(Operation operation, std::string_view name, Call call)
     return call(kernel.c_str()) == 0 ? 0 : systemError();
 }
 
-FileTime timeOf(const timespec& time) { return {time.tv_sec, static_cast<std::int32_t>(time.tv_nsec)}; }
+FileTime timeOf(const timespec& time)
+{
+    return {time.tv_sec, static_cast<std::int32_t>(time.tv_nsec)};
+}
 
 FileKind kindOf(mode_t mode)
 {
     switch (mode & S_IFMT) {
-    case S_IFREG: return FileKind::file;
-    case S_IFDIR: return FileKind::directory;
-    case S_IFLNK: return FileKind::symbolicLink;
-    default: return FileKind::other;
+    case S_IFREG:
+        return FileKind::file;
+    case S_IFDIR:
+        return FileKind::directory;
+    case S_IFLNK:
+        return FileKind::symbolicLink;
+    default:
+        return FileKind::other;
     }
 }
 
@@ -75,24 +81,24 @@ std::string existingPart(std::string_view name)
 
 // The kernel's numbers of the file systems whose files another computer holds.
 constexpr std::uint32_t kRemoteFileSystems[] = {
-    0x00006969,  // nfs
-    0x0000517B,  // smb
-    0xFF534D42,  // cifs
-    0xFE534D42,  // smb2
-    0x0000564C,  // ncp
-    0x5346414F,  // afs
-    0x6B414653,  // afs of the kernel
-    0x73757245,  // coda
-    0x00C36400,  // ceph
-    0x01021997,  // 9p
-    0x47504653,  // gpfs
-    0x0BD00BD0,  // lustre
-    0x19830326,  // fhgfs
-    0x20030528,  // pvfs2
+    0x00006969, // nfs
+    0x0000517B, // smb
+    0xFF534D42, // cifs
+    0xFE534D42, // smb2
+    0x0000564C, // ncp
+    0x5346414F, // afs
+    0x6B414653, // afs of the kernel
+    0x73757245, // coda
+    0x00C36400, // ceph
+    0x01021997, // 9p
+    0x47504653, // gpfs
+    0x0BD00BD0, // lustre
+    0x19830326, // fhgfs
+    0x20030528, // pvfs2
 };
 constexpr std::uint32_t kUserSpaceFileSystem = 0x65735546;
 
-}  // namespace
+} // namespace
 
 std::string kernelName(std::string_view name)
 {
@@ -122,7 +128,8 @@ int linkStatus(std::string_view name, FileStatus& status)
 int checkAccess(std::string_view name, unsigned rights)
 {
     // With the effective user, as an open would be judged.
-    const int wanted = (rights & rightToRead ? R_OK : 0) | (rights & rightToWrite ? W_OK : 0) | (rights & rightToExecute ? X_OK : 0);
+    const int wanted =
+        (rights & rightToRead ? R_OK : 0) | (rights & rightToWrite ? W_OK : 0) | (rights & rightToExecute ? X_OK : 0);
     return onName(Operation::status, name,
                   [&](const char* kernel) { return faccessat(AT_FDCWD, kernel, wanted, AT_EACCESS); });
 }
@@ -206,11 +213,18 @@ bool isLocalFileSystem(std::string_view name)
     // A program in user space that serves a disk of this machine has the disk's device number, any other has none.
     if (magic == kUserSpaceFileSystem)
         return major(status.st_dev) != 0;
-    return std::find(std::begin(kRemoteFileSystems), std::end(kRemoteFileSystems), magic) == std::end(kRemoteFileSystems);
+    return std::find(std::begin(kRemoteFileSystems), std::end(kRemoteFileSystems), magic) ==
+           std::end(kRemoteFileSystems);
 }
 
-bool isRemovableDrive(std::string_view) noexcept { return false; }
+bool isRemovableDrive(std::string_view) noexcept
+{
+    return false;
+}
 
-long processId() noexcept { return getpid(); }
+long processId() noexcept
+{
+    return getpid();
+}
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

@@ -30,4 +30,4 @@ void showMessage(std::string_view title, std::string_view text) noexcept
                  text.data());
 }
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

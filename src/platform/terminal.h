@@ -14,4 +14,4 @@ int terminalWidth(StandardStream stream) noexcept;
 // Stands in for a message box: one line "title: text" on standard error.
 void showMessage(std::string_view title, std::string_view text) noexcept;
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

@@ -44,7 +44,10 @@ void RecursiveMutex::unlock() noexcept
 }
 
 // Only this thread writes its own number there, so a relaxed load cannot mislead it.
-bool RecursiveMutex::heldByThisThread() const noexcept { return owner_.load(std::memory_order_relaxed) == threadId(); }
+bool RecursiveMutex::heldByThisThread() const noexcept
+{
+    return owner_.load(std::memory_order_relaxed) == threadId();
+}
 
 void sleepSeconds(double seconds) noexcept
 {
@@ -56,4 +59,4 @@ void sleepSeconds(double seconds) noexcept
     }
 }
 
-}  // namespace emantle::platform
+} // namespace emantle::platform
