@@ -2,10 +2,10 @@
 
 #include "frame/ehsh/key_arena.h"
 
-#include <emantle/frame/ehsh.h>
-#include <emantle/frame/elnk.h>
 #include <cstdint>
 #include <cstring>
+#include <emantle/frame/ehsh.h>
+#include <emantle/frame/elnk.h>
 #include <memory>
 
 namespace emantle {
@@ -59,7 +59,7 @@ public:
     /* Adds a key at the place just located, which it makes good when the table grows. On `orderBroken` it is added all
      * the same. */
     Outcome add(const void* key, Place& place) noexcept;
-    /* Removes a node; its data stays readable until the slot is reused. */
+    /* Removes a node; its data stays readable until the next removal. */
     Outcome remove(Node* node) noexcept;
     /* The node that was written longest ago, or null. */
     Node* oldest() const noexcept;
@@ -89,7 +89,7 @@ private:
     long tableSize_ = 0;
     Node** buckets_ = nullptr;
     Ebuf_Buffer* nodes_ = nullptr; /* of a slot: its node, or the number of the next free slot */
-    Elnk_List order_ = 0;         /* by last write; 0 where it is not kept */
+    Elnk_List order_ = 0;          /* by last write; 0 where it is not kept */
     std::size_t dataSize_ = 0;
     std::size_t keyOffset_ = 0; /* behind the data, which begins on a multiple of 8 */
     std::int32_t keySize_ = 0;
@@ -97,6 +97,7 @@ private:
     Ehsh_HashFunction function_ = nullptr;
     long count_ = 0;
     double growAt_ = 1.0;
+    Node* removed_ = nullptr; /* the last one removed, whose data a caller may still read */
     KeyArena arena_;
 };
 
@@ -162,4 +163,4 @@ HashTable* hashTableOf(int id) noexcept;
  * table or the key is not there. */
 void* hashFind(int id, const void* key) noexcept;
 
-}  // namespace emantle
+} // namespace emantle
