@@ -14,4 +14,4 @@ double monotonicSeconds() noexcept;
 // The processor time of the process.
 double processorSeconds() noexcept;
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

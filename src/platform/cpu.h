@@ -5,14 +5,15 @@
 
 namespace emantle::platform {
 
-// What the loops are compiled for. avx2 stands for AVX2 with FMA and BMI2, avx512 for F, BW, DQ and VL on top of it. The names
-// are those of the namespaces that for_each_target.h makes.
+// What the loops are compiled for. avx2 stands for AVX2 with FMA and BMI2, avx512 for F, BW, DQ and VL on top of it.
+// The names are those of the namespaces that for_each_target.h makes.
 enum class InstructionSet { baseline, avx2, avx512 };
 
 // The best that the processor and the kernel offer.
 InstructionSet machineInstructionSet() noexcept;
 
-// `machine`, or what `wish` ("baseline", "avx2", "avx512") names where that is not above it. Any other wish counts as none.
+// `machine`, or what `wish` ("baseline", "avx2", "avx512") names where that is not above it. Any other wish counts as
+// none.
 InstructionSet chooseInstructionSet(InstructionSet machine, std::string_view wish) noexcept;
 
 // The machine's, or what EMANTLE_INSTRUCTION_SET asks for when the first call is made.
@@ -23,4 +24,4 @@ std::size_t lastLevelCacheSize() noexcept;
 
 std::size_t pageSize() noexcept;
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

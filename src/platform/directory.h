@@ -11,7 +11,7 @@ namespace emantle::platform {
 
 struct DirectoryEntry {
     std::string name;
-    FileKind kind = FileKind::other;  // what a link leads to; symbolicLink where it leads nowhere
+    FileKind kind = FileKind::other; // what a link leads to; symbolicLink where it leads nowhere
 };
 
 int makeDirectory(std::string_view name);
@@ -24,4 +24,4 @@ int changeDirectory(std::string_view name);
 // The entries in the order of their bytes, without "." and "..". `entries` is replaced on success only.
 int listDirectory(std::string_view name, std::vector<DirectoryEntry>& entries);
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

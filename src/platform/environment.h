@@ -2,10 +2,9 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
-// The process environment. The value of PATH, and of no other variable, has `:` between its items in the process and `;` for
-// callers. Nothing is locked: writing belongs to the start of a process, before other threads call in.
+// The process environment. The value of PATH, and of no other variable, has `:` between its items in the process and
+// `;` for callers. Nothing is locked: writing belongs to the start of a process, before other threads call in.
 namespace emantle::platform {
 
 // False, with `value` as it was, when the variable is unset or empty.
@@ -14,7 +13,4 @@ bool getEnvironment(std::string_view name, std::string& value);
 // Sets the variable; an empty value removes it. 22 for a name that is empty or holds `=` or a zero.
 int setEnvironment(std::string_view name, std::string_view value);
 
-// Every variable as "name=value", as a child process is given them.
-std::vector<std::string> environmentBlock();
-
-}  // namespace emantle::platform
+} // namespace emantle::platform

@@ -11,17 +11,32 @@
 #include <string_view>
 #include <vector>
 
-// The seam between this folder and the kernel. A test makes calls fail or records what is written; a program that does neither
-// pays one relaxed load a call. Whatever is armed holds for the whole process until its object ends.
+// The seam between this folder and the kernel. A test makes calls fail or records what is written; a program that does
+// neither pays one relaxed load a call. Whatever is armed holds for the whole process until its object ends.
 namespace emantle::platform {
 
 // The calls that pass the seam, one a system call: a transfer that is continued passes it again.
 enum class Operation {
-    allocate, open, read, write, truncate, sync, map, status, rename, unlink, makeDirectory, removeDirectory, list, load
+    allocate,
+    open,
+    read,
+    write,
+    seek,
+    truncate,
+    sync,
+    map,
+    status,
+    rename,
+    unlink,
+    makeDirectory,
+    removeDirectory,
+    list,
+    load
 };
 
-// What a call that fails does: it moves at most `bytes` bytes (read and write only), then reports `error`. With an error of 0 it
-// is a short transfer that fails nothing; a short transfer of no bytes reads as the end of the file.
+// What a call that fails does: it moves at most `bytes` bytes (read and write only), then reports `error`. With an
+// error of 0 it is a short transfer that fails nothing; a short transfer of no bytes reads as the end of the file. A
+// transfer goes on after an interruption, so arm that one once, not from then on.
 struct Outcome {
     int error = 0;
     std::size_t bytes = 0;
@@ -36,8 +51,8 @@ struct Outcome {
 
 enum class Repeat { once, fromThenOn };
 
-// Makes the `nth` call (from 1) of a kind fail, of those whose file name contains `nameContains`. An `nth` of 0 fails nothing:
-// such an object counts the calls, so that a test can then fail each of them in turn.
+// Makes the `nth` call (from 1) of a kind fail, of those whose file name contains `nameContains`. An `nth` of 0 fails
+// nothing: such an object counts the calls, so that a test can then fail each of them in turn.
 //
 //     FaultInjection full(Operation::write, 3, Outcome::noSpace(), Repeat::fromThenOn, "scene.img");
 class FaultInjection {
@@ -71,8 +86,8 @@ struct RecordedWrite {
     std::vector<std::byte> bytes;
 };
 
-// Records, in order, what really reached the files whose name contains `nameContains`; a file emptied at its opening counts as
-// truncated. Stores through a mapping are not seen.
+// Records, in order, what really reached the files whose name contains `nameContains`; a file emptied at its opening
+// counts as truncated. Stores through a mapping are not seen.
 class WriteRecorder {
 public:
     explicit WriteRecorder(std::string nameContains = {});
@@ -88,7 +103,8 @@ private:
     std::vector<RecordedWrite> writes_;
 };
 
-// The bytes of a file that held `before` after the given writes, all of one file: a prefix of a recording is what a crash leaves.
+// The bytes of a file that held `before` after the given writes, all of one file: a prefix of a recording is what a
+// crash leaves.
 std::vector<std::byte> afterWrites(std::vector<std::byte> before, std::span<const RecordedWrite> writes);
 
 // The rest is for the sources of this folder.
@@ -103,10 +119,14 @@ struct Interference {
 namespace detail {
 extern std::atomic<int> armed;
 Interference consult(Operation operation, std::string_view name) noexcept;
-void record(RecordedWrite::Kind kind, std::string_view name, std::uint64_t offset, const void* bytes, std::size_t count);
-}  // namespace detail
+void record(RecordedWrite::Kind kind, std::string_view name, std::uint64_t offset, const void* bytes,
+            std::size_t count);
+} // namespace detail
 
-inline bool seamIsIdle() noexcept { return detail::armed.load(std::memory_order_relaxed) == 0; }
+inline bool seamIsIdle() noexcept
+{
+    return detail::armed.load(std::memory_order_relaxed) == 0;
+}
 
 inline Interference interference(Operation operation, std::string_view name = {}) noexcept
 {
@@ -115,11 +135,11 @@ inline Interference interference(Operation operation, std::string_view name = {}
     return detail::consult(operation, name);
 }
 
-inline void recordWrite(RecordedWrite::Kind kind, std::string_view name, std::uint64_t offset = 0, const void* bytes = nullptr,
-                        std::size_t count = 0)
+inline void recordWrite(RecordedWrite::Kind kind, std::string_view name, std::uint64_t offset = 0,
+                        const void* bytes = nullptr, std::size_t count = 0)
 {
     if (!seamIsIdle()) [[unlikely]]
         detail::record(kind, name, offset, bytes, count);
 }
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

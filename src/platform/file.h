@@ -7,7 +7,8 @@
 
 // Open files by descriptor.
 //  1. In a name each `\` counts as `/`. The name "nul", in any case, is the null device.
-//  2. Offsets and sizes are 64-bit. Interrupted and short transfers are continued until all is done, the end of the file is
+//  2. Offsets and sizes are 64-bit. Interrupted and short transfers are continued until all is done, the end of the
+//  file is
 //     reached, or a call fails.
 //  3. An int result is 0 or the error's number, which errno holds too (errors.h).
 //  4. An object belongs to one thread at a time, but readAt and writeAt on one file may run in several.
@@ -33,8 +34,8 @@ public:
     File& operator=(const File&) = delete;
     ~File();
 
-    // Closes what is open and opens `name`. A directory is refused with 13. With `writeThrough` each write returns only after
-    // the data is on the medium or the server.
+    // Closes what is open and opens `name`. A directory is refused with 13. With `writeThrough` each write returns only
+    // after the data is on the medium or the server.
     int open(std::string_view name, Disposition disposition, Access access, bool writeThrough = false);
     int close() noexcept;
 
@@ -68,4 +69,4 @@ private:
     std::string name_;
 };
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

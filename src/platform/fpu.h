@@ -5,4 +5,4 @@ namespace emantle::platform {
 // Rounding to nearest, no trap, no flag raised, subnormal numbers kept: the state that a program starts with.
 void resetFloatingPoint() noexcept;
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

@@ -4,7 +4,8 @@
 
 // The allocator beneath everything that crosses the library's boundary.
 //  1. Fresh bytes are zero, also those that a reallocation adds after an earlier shrink.
-//  2. A block of `largeBlock` bytes or more starts on a multiple of 64, a smaller one on a multiple of 16. Large fresh blocks
+//  2. A block of `largeBlock` bytes or more starts on a multiple of 64, a smaller one on a multiple of 16. Large fresh
+//  blocks
 //     are not touched: their pages stay the kernel's zero page until the caller writes them.
 //  3. Exhaustion, and a request beyond PTRDIFF_MAX, give null and errno 12; nothing is thrown.
 namespace emantle::platform {
@@ -14,7 +15,8 @@ inline constexpr std::size_t largeBlock = 4096;
 // A zero-filled block of `size` bytes; a size of 0 gives a block that holds nothing and is released like any other.
 void* allocateZeroed(std::size_t size) noexcept;
 
-// Moves `block` to `size` bytes, the added ones zero. A null block is a fresh one. On failure null, and `block` stays as it was.
+// Moves `block` to `size` bytes, the added ones zero. A null block is a fresh one. On failure null, and `block` stays
+// as it was.
 void* reallocateZeroed(void* block, std::size_t size) noexcept;
 
 // Null does nothing. errno is kept.
@@ -29,4 +31,4 @@ void preferLowFragmentation() noexcept;
 // Stands in for heap compaction: gives free pages at the heap's end and in its middle back to the kernel.
 void compactHeap() noexcept;
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

@@ -3,7 +3,8 @@
 #include <string>
 #include <string_view>
 
-// Libraries loaded while the program runs. A name of the form x.dll is tried as given, then as x.so, then as libx.so beside it.
+// Libraries loaded while the program runs. A name of the form x.dll is tried as given, then as x.so, then as libx.so
+// beside it.
 namespace emantle::platform {
 
 // Null on failure, with errno 126 and the loader's text in `reason`.
@@ -15,10 +16,8 @@ void* findSymbol(void* library, const char* name) noexcept;
 // Null does nothing.
 int closeLibrary(void* library) noexcept;
 
-// Stands in for a caller's activation context, which chooses versions of libraries elsewhere: the loader here has none.
-void* openLibraryInCallersContext(std::string_view name, std::string& reason);
-
-// Stands in for making a class of an outside object model live in this thread; there is no such model, and the answer is -1.
+// Stands in for making a class of an outside object model live in this thread; there is no such model, and the answer
+// is -1.
 int makeObjectModelReady() noexcept;
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

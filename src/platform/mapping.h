@@ -7,8 +7,8 @@
 
 namespace emantle::platform {
 
-// A window of a file in memory. The file may be closed while the window lives; it must not shrink below the window's end,
-// because the kernel ends a process that touches a page beyond it.
+// A window of a file in memory. The file may be closed while the window lives; it must not shrink below the window's
+// end, because the kernel ends a process that touches a page beyond it.
 class Mapping {
 public:
     Mapping() = default;
@@ -18,8 +18,9 @@ public:
     Mapping& operator=(const Mapping&) = delete;
     ~Mapping();
 
-    // Gives up the present window and maps `length` bytes from `offset`, which need not lie on a page. A window of no bytes or
-    // one that reaches beyond the end of the file is refused with 22. Access::write maps as Access::readWrite does.
+    // Gives up the present window and maps `length` bytes from `offset`, which need not lie on a page. A window of no
+    // bytes or one that reaches beyond the end of the file is refused with 22. Access::write maps as Access::readWrite
+    // does.
     int map(const File& file, std::uint64_t offset, std::size_t length, Access access);
     int unmap() noexcept;
 
@@ -35,7 +36,7 @@ public:
 private:
     std::byte* data_ = nullptr;
     std::size_t size_ = 0;
-    std::size_t lead_ = 0;  // bytes between the page that the kernel mapped and `data_`
+    std::size_t lead_ = 0; // bytes between the page that the kernel mapped and `data_`
 };
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

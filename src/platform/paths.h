@@ -4,29 +4,29 @@
 #include <string>
 #include <string_view>
 
-// Calls on names. In a name each `\` counts as `/`; names that come back have `/`. An int result is 0 or the error's number,
-// which errno holds too (errors.h).
+// Calls on names. In a name each `\` counts as `/`; names that come back have `/`. An int result is 0 or the error's
+// number, which errno holds too (errors.h).
 namespace emantle::platform {
 
 enum class FileKind { file, directory, symbolicLink, other };
 
 struct FileTime {
-    std::int64_t seconds = 0;  // since 1970-01-01 UTC
+    std::int64_t seconds = 0; // since 1970-01-01 UTC
     std::int32_t nanoseconds = 0;
 };
 
 struct FileStatus {
     std::uint64_t size = 0;
     FileTime accessed, modified, changed;
-    std::uint32_t mode = 0;  // the kernel's mode word: 0170000 the kind, 0777 the permissions
+    std::uint32_t mode = 0; // the kernel's mode word: 0170000 the kind, 0777 the permissions
     std::uint32_t links = 0, owner = 0, group = 0;
-    std::uint64_t device = 0, serial = 0;  // together one file, under whatever name
+    std::uint64_t device = 0, serial = 0; // together one file, under whatever name
     FileKind kind = FileKind::other;
 };
 
 struct SpaceStatus {
-    std::uint64_t available = 0;  // bytes that this user may still write
-    std::uint64_t total = 0;      // bytes of the file system
+    std::uint64_t available = 0; // bytes that this user may still write
+    std::uint64_t total = 0;     // bytes of the file system
     std::uint64_t blockSize = 0;
 };
 
@@ -65,4 +65,4 @@ bool isRemovableDrive(std::string_view name) noexcept;
 
 long processId() noexcept;
 
-}  // namespace emantle::platform
+} // namespace emantle::platform

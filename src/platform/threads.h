@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <pthread.h>
 
-// Locks that work from all-zero static storage: they need no construction order and, having nothing to destroy, may still be
-// used while the program ends. Both fit std::lock_guard.
+// Locks that work from all-zero static storage: they need no construction order and, having nothing to destroy, may
+// still be used while the program ends. Both fit std::lock_guard.
 namespace emantle::platform {
 
 // Identifies the calling thread among those alive; never 0.
@@ -47,4 +47,4 @@ private:
 // Fractions count.
 void sleepSeconds(double seconds) noexcept;
 
-}  // namespace emantle::platform
+} // namespace emantle::platform
