@@ -138,7 +138,7 @@ void EerrException::Throw()
 void EerrException::Throw(long line, const char* message)
 {
     setFront(line, message == nullptr ? "" : message);
-    Throw();
+    EerrException::Throw();
 }
 
 void EerrException::Throw(long, unsigned) {}
