@@ -1,0 +1,11 @@
+#pragma once
+
+namespace tool {
+
+/* From now on an interrupt, a termination and a hang-up only leave a mark, so that what was begun can be taken back. */
+void catchInterrupts();
+
+/* Throws Interrupted once the mark is there. */
+void throwIfInterrupted();
+
+}  // namespace tool
