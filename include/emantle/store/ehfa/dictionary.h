@@ -20,8 +20,9 @@ EMANTLE_API Emsc_Boolean ehfa_DictionaryWrite(Ehfa_File* file, Emif_Dictionary* 
 EMANTLE_API Emsc_Boolean ehfa_DictionaryDelete(Ehfa_File* file, uint32_t position, int32_t length,
                                                Eerr_ErrorReport** err);
 
-/* Brings the designs of `dictionary` into the store's; they reach the file at the next flush. The store's own designs
- * stand first, and win over others of the same name; `dictionary` stays the caller's. */
+/* Makes the store's dictionary anew, of the designs of `dictionary` and behind them those of the store; of two designs
+ * of one name that of `dictionary` wins. They reach the file at the next flush. Designs of the store that the caller holds
+ * pointers to are gone; `dictionary` stays the caller's. */
 EMANTLE_API Emsc_Boolean ehfa_DictionaryMergeWithFileDictionary(Ehfa_File* file, const Emif_Dictionary* dictionary,
                                                                 Eerr_ErrorReport** err);
 

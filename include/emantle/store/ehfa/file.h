@@ -3,11 +3,9 @@
 
 #include <emantle/frame/eerr.h>
 #include <emantle/frame/eint.h>
+#include <emantle/store/emif/dictionary.h>
 
 /* ehfa, the file: handles, opening, closing, flushing, copying. The lines that hold for the family stand in ehfa.h. */
-
-typedef struct Efio_File Efio_File;
-typedef struct Emif_Dictionary Emif_Dictionary;
 
 /* The longest name and type of an entry, without the NUL. */
 enum { EHFA_NAME_MAX = 63, EHFA_TYPE_MAX = 31 };
@@ -66,10 +64,10 @@ typedef struct Ehfa_File {
     char* name;
     Emsc_Boolean readOnly;
     Ehfa_Entry currentEntry;
-    void* entryCache;
-    void* pathHash;
+    int32_t entryCache; /* ids of hash tables; 0 for none */
+    int32_t pathHash;
     void* pathBuffer;
-    char* path; /* path of the current entry, as in ":Band:Layer_1:" */
+    const char* path; /* path of the current entry, as in ":Band:Layer_1:" */
     int32_t pathLength;
     int32_t dictionaryLength;
     uint32_t fileEnd; /* the next byte past the allocated file */

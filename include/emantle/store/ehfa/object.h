@@ -1,10 +1,8 @@
 #ifndef EMANTLE_STORE_EHFA_OBJECT_H
 #define EMANTLE_STORE_EHFA_OBJECT_H
 
+#include <emantle/frame/estr/list.h>
 #include <emantle/store/ehfa/file.h>
-
-typedef struct Emif_Design Emif_Design;
-typedef struct Estr_StringList Estr_StringList;
 
 /* ehfa, the objects: entries whose data block holds a record of the design that `type` names.
  *  1. An object is addressed by a path or null, a name or null, and a method of ehfa_EntrySeek. The path is sought
