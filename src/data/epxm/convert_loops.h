@@ -1,0 +1,156 @@
+/* Conversion of runs of elements. Compiled once for each instruction set, so nothing here calls a function from outside
+ * its namespace but the compiler's own. */
+
+namespace emantle::EMANTLE_TARGET {
+
+template <class To>
+inline typename To::Storage wholeFromDouble(double value)
+{
+    constexpr double low = To::low;
+    constexpr double high = To::high;
+    value = value > low ? value : low; /* also what NaN becomes */
+    value = value < high ? value : high;
+    value += __builtin_copysign(0.5, value);
+    if constexpr (To::high == UINT32_MAX) {
+        /* Vector units before AVX-512 convert to signed numbers alone. */
+        const bool upper = value >= 2147483648.0;
+        const auto rest = static_cast<std::int32_t>(upper ? value - 2147483648.0 : value);
+        return static_cast<std::uint32_t>(rest) + (upper ? 0x80000000u : 0u);
+    } else {
+        return static_cast<typename To::Storage>(static_cast<std::int32_t>(value));
+    }
+}
+
+/* The same result for types of up to 16 bits without leaving float: the largest float below one half rounds as one half
+ * does in double, since the sum itself rounds up wherever the fraction is a half. */
+template <class To>
+inline typename To::Storage wholeFromFloat(float value)
+{
+    constexpr float low = To::low;
+    constexpr float high = To::high;
+    value = value > low ? value : low;
+    value = value < high ? value : high;
+    value += __builtin_copysignf(0x1.fffffep-2f, value);
+    return static_cast<typename To::Storage>(static_cast<std::int32_t>(value));
+}
+
+template <class To, class Value>
+inline typename To::Storage wholeFromWhole(Value value)
+{
+    constexpr std::int64_t low = static_cast<Value>(-1) < 0 ? -(std::int64_t{1} << (8 * sizeof(Value) - 1)) : 0;
+    constexpr std::int64_t high = low < 0 ? -(low + 1) : (std::int64_t{1} << 8 * sizeof(Value)) - 1;
+    if constexpr (low < To::low) {
+        value = value < static_cast<Value>(To::low) ? static_cast<Value>(To::low) : value;
+    }
+    if constexpr (high > To::high) {
+        value = value > static_cast<Value>(To::high) ? static_cast<Value>(To::high) : value;
+    }
+    return static_cast<typename To::Storage>(value);
+}
+
+template <class To, class Value>
+inline typename To::Storage converted(Value value)
+{
+    if constexpr (isComplexValue<Value>) {
+        const double real = value.real;
+        const double imaginary = value.imaginary;
+        return converted<To>(__builtin_sqrt(real * real + imaginary * imaginary));
+    } else if constexpr (!isWhole<To>) {
+        return static_cast<typename To::Storage>(value);
+    } else if constexpr (std::is_integral_v<Value>) {
+        return wholeFromWhole<To>(value);
+    } else if constexpr (sizeof(value) == sizeof(float) && sizeof(typename To::Storage) <= 2) {
+        return wholeFromFloat<To>(value);
+    } else {
+        return wholeFromDouble<To>(value);
+    }
+}
+
+template <class To, class Value>
+inline void convertCell(const Cell<Value>& source, Cell<typename To::Storage>& dest)
+{
+    if constexpr (!isComplex<To>) {
+        dest.value = converted<To>(source.value);
+    } else if constexpr (isComplexValue<Value>) {
+        const Value value = source.value;
+        dest.value.real = static_cast<typename To::PartStorage>(value.real);
+        dest.value.imaginary = static_cast<typename To::PartStorage>(value.imaginary);
+    } else {
+        dest.value.real = static_cast<typename To::PartStorage>(source.value);
+        dest.value.imaginary = 0;
+    }
+}
+
+template <class To, class Value>
+void convert(const void* source, void* dest, long count)
+{
+    if constexpr (isComplex<To> && isComplexValue<Value>) {
+        convert<Real<typename To::PartStorage>, decltype(Value::real)>(source, dest, 2 * count);
+    } else {
+        const auto* in = static_cast<const Cell<Value>*>(source);
+        auto* out = static_cast<Cell<typename To::Storage>*>(dest);
+#if defined(__clang__)
+#pragma clang loop vectorize(assume_safety)
+#else
+#pragma GCC ivdep
+#endif
+        for (long i = 0; i < count; ++i) {
+            convertCell<To>(in[i], out[i]);
+        }
+    }
+}
+
+template <std::size_t size>
+void copy(const void* source, void* dest, long count)
+{
+    if (count > 0) {
+        __builtin_memmove(dest, source, static_cast<std::size_t>(count) * size);
+    }
+}
+
+template <class To, class Value>
+void convertInc(const void* source, void* dest, long count, long sourceStep, long destStep)
+{
+    for (long i = 0; i < count; ++i) {
+        convertCell<To>(*reinterpret_cast<const Cell<Value>*>(static_cast<const char*>(source) + i * sourceStep),
+                        *reinterpret_cast<Cell<typename To::Storage>*>(static_cast<char*>(dest) + i * destStep));
+    }
+}
+
+template <class Storage>
+void copyInc(const void* source, void* dest, long count, long sourceStep, long destStep)
+{
+    for (long i = 0; i < count; ++i) {
+        const auto element = *reinterpret_cast<const Cell<Storage>*>(static_cast<const char*>(source) + i * sourceStep);
+        *reinterpret_cast<Cell<Storage>*>(static_cast<char*>(dest) + i * destStep) = element;
+    }
+}
+
+/* Loops are made by the storage of the source, so the four byte types share theirs; an equal type is a copy. */
+struct Contiguous {
+    template <class To, class From>
+    static consteval Epxm_ConvertRoutine cell()
+    {
+        if constexpr (std::is_same_v<To, From>) {
+            return copy<sizeof(typename To::Storage)>;
+        } else {
+            return convert<To, typename From::Storage>;
+        }
+    }
+};
+
+struct Stepped {
+    template <class To, class From>
+    static consteval Epxm_ConvertIncRoutine cell()
+    {
+        if constexpr (std::is_same_v<To, From>) {
+            return copyInc<typename To::Storage>;
+        } else {
+            return convertInc<To, typename From::Storage>;
+        }
+    }
+};
+
+constexpr auto kConvert = convertCells<Contiguous, Epxm_ConvertRoutine>(convertStrings);
+
+}  // namespace emantle::EMANTLE_TARGET
