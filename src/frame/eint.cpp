@@ -7,9 +7,9 @@
 
 namespace emantle {
 
-namespace {
-
 Ethr_Mutex toolkitMutex;
+
+namespace {
 
 /* Owns the toolkit record. It has no state before its first use and frees the record at unload. */
 class EintOrvInit {

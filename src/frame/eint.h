@@ -1,6 +1,7 @@
 #pragma once
 
 #include <emantle/frame/eint.h>
+#include <emantle/siblings/ethr.h>
 
 /* Seven words, zero until a package claims its slot. */
 struct Eint_InitToolkitData {
@@ -8,3 +9,10 @@ struct Eint_InitToolkitData {
     void* store; /* the open-file list of the object store */
     void* words[5];
 };
+
+namespace emantle {
+
+/* The toolkit lock: it guards the static pointers to the record and to the null device. */
+extern Ethr_Mutex toolkitMutex;
+
+}  // namespace emantle

@@ -42,6 +42,7 @@ private:
     Mutex mutex_;
     std::atomic<std::int64_t> owner_{0};
     std::int64_t depth_ = 0;
+    bool withoutMutex_ = false;  // taken by the only thread of the process
 };
 
 // Fractions count.

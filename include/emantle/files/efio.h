@@ -8,6 +8,7 @@
  *  4. A file record belongs to one thread at a time; nothing locks it. */
 
 #include <emantle/files/efio/handle.h>
+#include <emantle/files/efio/host.h>
 #include <emantle/files/efio/mapping.h>
 #include <emantle/files/efio/paths.h>
 #include <emantle/files/efio/temporary.h>

@@ -52,7 +52,8 @@ EMANTLE_API long elnk_ListLinkAppend(Elnk_List list, Elnk_Pair* pair);
 EMANTLE_API Emsc_Boolean elnk_ListLinkIsFree(Elnk_List list, long index);
 
 /* Takes up to `n` links, from `index` on along the pair's list, out of it and frees them. Returns how many; 0 where
- * `index` is not on the pair's list. A singly linked list is searched from its head. */
+ * `index` is free or not on the pair's list. A singly linked list is searched from its head; in a doubly linked one the
+ * caller answers for the pair. */
 EMANTLE_API long elnk_ListLinkFree(Elnk_List list, Elnk_Pair* pair, long index, long n);
 
 /* Calls `function` with each link of the pair's list, first to last. False when the function ended the walk. */

@@ -3,6 +3,18 @@
 
 namespace emantle::EMANTLE_TARGET {
 
+/* Adds `half` away from zero; where the limits leave no value below zero the sign is known. */
+template <class To, class Float>
+inline Float awayFromZero(Float value, Float half)
+{
+    if constexpr (To::low == 0) {
+        return value + half;
+    } else {
+        return value + (std::is_same_v<Float, float> ? static_cast<Float>(__builtin_copysignf(half, value))
+                                                     : static_cast<Float>(__builtin_copysign(half, value)));
+    }
+}
+
 template <class To>
 inline typename To::Storage wholeFromDouble(double value)
 {
@@ -10,7 +22,7 @@ inline typename To::Storage wholeFromDouble(double value)
     constexpr double high = To::high;
     value = value > low ? value : low; /* also what NaN becomes */
     value = value < high ? value : high;
-    value += __builtin_copysign(0.5, value);
+    value = awayFromZero<To>(value, 0.5);
     if constexpr (To::high == UINT32_MAX) {
         /* Vector units before AVX-512 convert to signed numbers alone. */
         const bool upper = value >= 2147483648.0;
@@ -30,7 +42,7 @@ inline typename To::Storage wholeFromFloat(float value)
     constexpr float high = To::high;
     value = value > low ? value : low;
     value = value < high ? value : high;
-    value += __builtin_copysignf(0x1.fffffep-2f, value);
+    value = awayFromZero<To>(value, 0x1.fffffep-2f);
     return static_cast<typename To::Storage>(static_cast<std::int32_t>(value));
 }
 
@@ -89,9 +101,7 @@ void convert(const void* source, void* dest, long count)
     } else {
         const auto* in = static_cast<const Cell<Value>*>(source);
         auto* out = static_cast<Cell<typename To::Storage>*>(dest);
-#if defined(__clang__)
-#pragma clang loop vectorize(assume_safety)
-#else
+#if !defined(__clang__) /* which looks for overlap itself, and warns where a promise of none does not help */
 #pragma GCC ivdep
 #endif
         for (long i = 0; i < count; ++i) {

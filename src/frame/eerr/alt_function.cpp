@@ -16,13 +16,25 @@ struct AltFunction {
 AltFunction altFunction;
 Ethr_Mutex altFunctionMutex;
 
+/* Makes sure of the toolkit record before a print. Where the record itself fails for want of memory that failure is printed
+ * by way of this very slot, which then does not ask again. */
+void makeSureOfTheToolkit() noexcept
+{
+    static thread_local bool asking;
+    if (!asking) {
+        asking = true;
+        eint_GetInit();
+        asking = false;
+    }
+}
+
 }  // namespace
 
 void defaultReportSlot(const EerrErrorReport& report, Eerr_ErrorReportingMode mode)
 {
     const AltFunction alternative = altFunction;
     if (alternative.function == nullptr) {
-        eint_GetInit();
+        makeSureOfTheToolkit();
         eerr_PrintErrorReportNoEML(report.get(), mode);
         return;
     }

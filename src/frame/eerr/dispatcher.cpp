@@ -19,7 +19,10 @@ void defaultLogSlot(const char* format, va_list arguments)
 {
     if (logFunction != nullptr) {
         Eerr_ErrorReport* failed = nullptr;
-        logFunction(0, &failed, format, arguments);
+        va_list own;
+        va_copy(own, arguments);
+        logFunction(0, &failed, format, own);
+        va_end(own);
         eerr_DeleteErrorReportEx(&failed);
     }
 }
@@ -100,9 +103,16 @@ EerrDispatcher::Connection EerrDispatcher::Connect(const ReportSlot& slot)
     return boost::make_shared<ConnectionImpl>(emantle::Dispatcher::instance().reports.connect(slot));
 }
 
+/* Every slot reads an argument list of its own: one that has been read is spent. */
 EerrDispatcher::Connection EerrDispatcher::Connect(const LogSlot& slot)
 {
-    return boost::make_shared<ConnectionImpl>(emantle::Dispatcher::instance().log.connect(slot));
+    return boost::make_shared<ConnectionImpl>(
+        emantle::Dispatcher::instance().log.connect([slot](const char* format, va_list arguments) {
+            va_list own;
+            va_copy(own, arguments);
+            slot(format, own);
+            va_end(own);
+        }));
 }
 
 void EerrDispatcher::Dispatch(const EerrErrorReport& report, Eerr_ErrorReportingMode mode)

@@ -240,11 +240,11 @@ void EerrException::Log(long line, OrvikLog::Exception& caught)
 void EerrException::Log(long line, const char* message)
 {
     try {
-        Eerr_ErrorReport* chain =
-            createReport(get_FuncName(), line, EERR_ERROR, nullptr, message == nullptr ? "" : message);
+        EerrErrorReport made(
+            createReport(get_FuncName(), line, EERR_ERROR, nullptr, message == nullptr ? "" : message));
         Check(1139, false);
         Clear();
-        report = chain;
+        report = made.Release();
         setLine(line);
     } catch (...) {
         return;

@@ -63,6 +63,10 @@ EMANTLE_API void eerr_ErrorOccurred(long code)
     EthrMutexLock lock(handlersMutex);
     for (Handler* handler = newest; handler != nullptr; handler = handler->next) {
         EthrMTUnsafeCode unsafe;
-        handler->function(code, handler->data);
+        try {
+            handler->function(code, handler->data);
+        } catch (...) {
+            /* The next handler has its turn all the same. */
+        }
     }
 }

@@ -36,8 +36,15 @@ char* heapFormat(const char* format, va_list arguments) noexcept
     return text;
 }
 
+char lastFunction[] = "emsc_HeapMalloc";
+char lastMessage[] = "emsc_New failed";
+Eerr_ErrorReport lastRecord{nullptr, lastFunction, 0, EERR_ERROR, lastMessage};
+
 void deleteRecord(Eerr_ErrorReport* record) noexcept
 {
+    if (record == &lastRecord) {
+        return;
+    }
     emsc_HeapFree(record->function);
     emsc_HeapFree(record->message);
     emsc_HeapFree(record);
@@ -60,6 +67,11 @@ Eerr_ErrorReport* makeRecord(const char* function, long number, long type, Eerr_
 }
 
 }  // namespace
+
+Eerr_ErrorReport* lastResort() noexcept
+{
+    return &lastRecord;
+}
 
 Eerr_ErrorReport* createReport(const char* function, long number, long type, Eerr_ErrorReport* next,
                                const char* text) noexcept

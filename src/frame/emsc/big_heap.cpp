@@ -13,6 +13,11 @@ namespace {
 
 constexpr std::size_t kAlignment = 64;
 
+constexpr std::size_t spanOf(std::size_t size) noexcept
+{
+    return (size + kAlignment - 1) / kAlignment * kAlignment;
+}
+
 long notSet() noexcept
 {
     return 0;
@@ -67,7 +72,7 @@ bool BigHeap::owns(const void* block) const noexcept
 
 void* BigHeap::allocate(std::size_t size) noexcept
 {
-    const std::size_t span = (size + kAlignment - 1) / kAlignment * kAlignment;
+    const std::size_t span = spanOf(size);
     for (auto place = pool_->free.begin(); place != pool_->free.end(); ++place) {
         const auto [offset, length] = *place;
         if (length < span) {
@@ -95,7 +100,7 @@ void BigHeap::release(void* block) noexcept
         return;
     }
     std::size_t offset = found->first;
-    std::size_t length = (found->second + kAlignment - 1) / kAlignment * kAlignment;
+    std::size_t length = spanOf(found->second);
     auto after = pool_->free.lower_bound(offset);
     if (after != pool_->free.end() && after->first == offset + length) {
         length += after->second;
@@ -114,6 +119,41 @@ void BigHeap::release(void* block) noexcept
     node.key() = offset;
     node.mapped() = length;
     pool_->free.insert(std::move(node));
+}
+
+bool BigHeap::resize(void* block, std::size_t size) noexcept
+{
+    const auto found = pool_->used.find(static_cast<std::size_t>(static_cast<std::byte*>(block) - pool_->memory));
+    if (found == pool_->used.end() || size > pool_->size) {
+        return false;
+    }
+    const std::size_t old = found->second;
+    const std::size_t end = found->first + spanOf(old);
+    const std::size_t newEnd = found->first + spanOf(size);
+    const auto after = pool_->free.find(end);
+    const std::size_t freeEnd = after == pool_->free.end() ? end : end + after->second;
+    if (newEnd > freeEnd) {
+        return false;
+    }
+    if (after != pool_->free.end()) {
+        auto node = pool_->free.extract(after);
+        if (newEnd < freeEnd) {
+            node.key() = newEnd;
+            node.mapped() = freeEnd - newEnd;
+            pool_->free.insert(std::move(node));
+        }
+    } else if (newEnd < end) {
+        try {
+            pool_->free.emplace(newEnd, end - newEnd);
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+    }
+    found->second = size;
+    if (size > old) {
+        std::memset(static_cast<std::byte*>(block) + old, 0, size - old);
+    }
+    return true;
 }
 
 std::size_t BigHeap::sizeOf(const void* block) const noexcept

@@ -26,6 +26,8 @@ public:
 
     /* Zero-filled; null when no span is large enough. */
     void* allocate(std::size_t size) noexcept;
+    /* Makes a block longer or shorter where it stands, added bytes zero; false when what follows it is not free. */
+    bool resize(void* block, std::size_t size) noexcept;
     void release(void* block) noexcept;
     std::size_t sizeOf(const void* block) const noexcept;
 

@@ -57,9 +57,12 @@ void releaseAnywhere(void* block) noexcept
     }
 }
 
-/* A block of the pool moves when it grows; the old one stays where the new one cannot be had. */
-void* moveOutOfPool(void* block, std::size_t size) noexcept
+/* A block of the pool moves where it cannot be resized in place; the old one stays where the new one cannot be had. */
+void* reallocateInPool(void* block, std::size_t size) noexcept
 {
+    if (bigHeap.resize(block, size)) {
+        return block;
+    }
     void* moved = allocateAnywhere(size);
     if (moved != nullptr) {
         std::memcpy(moved, block, std::min(size, bigHeap.sizeOf(block)));
@@ -96,7 +99,7 @@ EMANTLE_API void* emsc_HeapRealloc(void* p, long size)
         releaseAnywhere(p);
         return nullptr;
     }
-    return bigHeap.owns(p) ? moveOutOfPool(p, static_cast<std::size_t>(size))
+    return bigHeap.owns(p) ? reallocateInPool(p, static_cast<std::size_t>(size))
                            : platform::reallocateZeroed(p, static_cast<std::size_t>(size));
 }
 

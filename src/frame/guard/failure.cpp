@@ -19,4 +19,12 @@ std::string formatted(const char* format, ...)
     return text;
 }
 
+void fail(Say text)
+{
+    if (text.format == nullptr) {
+        throw Failure(FailureOf::own, text.number);
+    }
+    throw Failure(std::string(text.format), text.number);
+}
+
 }  // namespace emantle

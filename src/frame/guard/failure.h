@@ -1,5 +1,7 @@
 #pragma once
 
+#include "frame/guard/format_check.h"
+
 #include <exception>
 #include <string>
 #include <type_traits>
@@ -45,29 +47,50 @@ private:
 /* printf into a string. Throws std::bad_alloc. */
 std::string formatted(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
+/* The same with arguments, `{"%s has no band %ld", 3}` too. A literal is held against the types of the arguments while it is
+ * compiled; a text that is only known at run time is given as `Say(text)`, and is not. */
 template <class... Arguments>
-[[noreturn]] void fail(Say text, Arguments... arguments)
-{
-    static_assert((std::is_scalar_v<Arguments> && ...), "printf takes numbers and pointers");
-    if (text.format == nullptr) {
-        throw Failure(FailureOf::own, text.number);
+struct SayWith {
+    template <class Text>
+        requires std::is_convertible_v<const Text&, const char*>
+    consteval SayWith(const Text& text, long numberOfReport = __builtin_LINE()) : format(text), number(numberOfReport)
+    {
+        const detail::Passed passed[] = {detail::passedAs<Arguments>()...};
+        detail::FormatCheck(passed, sizeof...(Arguments)).run(format);
     }
-    if constexpr (sizeof...(Arguments) == 0) {
-        throw Failure(std::string(text.format), text.number);
-    } else {
+    SayWith(Say say) noexcept : format(say.format), number(say.number) {}
+
+    const char* format;
+    long number;
+};
+
+/* A text without arguments is taken as it stands, per cent signs included. */
+[[noreturn]] void fail(Say text);
+
+template <class First, class... Rest>
+[[noreturn]] void fail(SayWith<std::type_identity_t<First>, std::type_identity_t<Rest>...> text, First first, Rest... rest)
+{
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-        throw Failure(formatted(text.format, arguments...), text.number);
+    throw Failure(formatted(text.format, first, rest...), text.number);
 #pragma GCC diagnostic pop
+}
+
+/* Fails where `condition` does not hold. The arguments are computed in either case: what they read must be there. */
+template <class Condition>
+void require(const Condition& condition, Say text)
+{
+    if (!static_cast<bool>(condition)) [[unlikely]] {
+        fail(text);
     }
 }
 
-/* Fails where `condition` does not hold. Without arguments the text is taken as it stands, per cent signs included. */
-template <class Condition, class... Arguments>
-void require(const Condition& condition, Say text, Arguments... arguments)
+template <class Condition, class First, class... Rest>
+void require(const Condition& condition, SayWith<std::type_identity_t<First>, std::type_identity_t<Rest>...> text,
+             First first, Rest... rest)
 {
-    if (!static_cast<bool>(condition)) {
-        fail(text, arguments...);
+    if (!static_cast<bool>(condition)) [[unlikely]] {
+        fail(text, first, rest...);
     }
 }
 

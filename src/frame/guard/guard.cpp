@@ -46,6 +46,10 @@ void takeThrown(EerrException& scope, long line) noexcept
     } catch (...) {
         /* Memory ran out while the failure was put into words: what the scope holds by now is all there is. */
     }
+    if (!scope) {
+        Eerr_ErrorReport* chain = lastResort();
+        scope.Absorb(&chain);
+    }
 }
 
 void tellAndForget(EerrException& scope, const char* function, long line) noexcept

@@ -19,6 +19,8 @@
  *
  *  1. The body passes `scope` as the error argument of what it calls, and wraps each call that can fail in `checked`.
  *     It throws with `fail` and `require`. It owns fresh memory until its return.
+ *     A call in the arguments of another that takes `scope` is wrapped for itself:
+ *     `checked(scope, f(checked(scope, g(scope)), scope))`; else the chain of `g` is lost.
  *  2. A failure of the body's own is one record: function, line, text. A failure of a callee is one record in front of
  *     the callee's chain: "<callee> failed", or the text given to `checked`.
  *  3. The result is `failure` unless the body returned. Without an error argument of the caller, the chain is printed. */
@@ -38,11 +40,21 @@ Value checked(EerrException& scope, Value&& call, long line = __builtin_LINE())
     return std::forward<Value>(call);
 }
 
-template <class Value, class... Arguments>
-Value checked(EerrException& scope, Value&& call, Say text, Arguments... arguments)
+template <class Value>
+Value checked(EerrException& scope, Value&& call, Say text)
 {
     if (scope) {
-        fail(text, arguments...);
+        fail(text);
+    }
+    return std::forward<Value>(call);
+}
+
+template <class Value, class First, class... Rest>
+Value checked(EerrException& scope, Value&& call,
+              SayWith<std::type_identity_t<First>, std::type_identity_t<Rest>...> text, First first, Rest... rest)
+{
+    if (scope) {
+        fail(text, first, rest...);
     }
     return std::forward<Value>(call);
 }
@@ -55,11 +67,19 @@ inline void check(EerrException& scope, long line = __builtin_LINE())
     }
 }
 
-template <class... Arguments>
-void check(EerrException& scope, Say text, Arguments... arguments)
+inline void check(EerrException& scope, Say text)
 {
     if (scope) {
-        fail(text, arguments...);
+        fail(text);
+    }
+}
+
+template <class First, class... Rest>
+void check(EerrException& scope, SayWith<std::type_identity_t<First>, std::type_identity_t<Rest>...> text, First first,
+           Rest... rest)
+{
+    if (scope) {
+        fail(text, first, rest...);
     }
 }
 

@@ -8,41 +8,59 @@ namespace emantle {
 
 namespace {
 
-/* Where memory is out for the new record, the caller at least gets what the callee told. */
-void handUp(Eerr_ErrorReport* head, Eerr_ErrorReport** held, Eerr_ErrorReport** err) noexcept
+void printAndDelete(Eerr_ErrorReport* report) noexcept
 {
-    Eerr_ErrorReport* chain = head == nullptr ? *held : head;
-    *held = nullptr;
-    *(err == nullptr ? held : err) = chain;
+    eerr_PrintErrorReport(report, EERR_PRINT_ALL);
+    eerr_DeleteErrorReportEx(&report);
 }
 
 }  // namespace
 
-PlainScope::~PlainScope()
+void PlainScope::finish() noexcept
 {
-    if (held_ == nullptr) {
-        return;
+    if (held_ != nullptr) {
+        if (*out_ == nullptr) {
+            *out_ = held_;
+        } else {
+            printAndDelete(held_);
+        }
     }
-    if (err_ != nullptr && *err_ == nullptr) {
-        *err_ = held_;
-        return;
+    if (untold_ != nullptr) {
+        printAndDelete(untold_);
     }
-    eerr_PrintErrorReport(held_, EERR_PRINT_ALL);
-    eerr_DeleteErrorReportEx(&held_);
 }
 
-void PlainScope::raiseText(Say text) noexcept
+/* What the next record wraps: the callee's chain, else what this function has raised already. */
+Eerr_ErrorReport* PlainScope::below() const noexcept
 {
-    handUp(createReport(function_, text.number, EERR_ERROR, held_, text.format), &held_, err_);
+    return held_ == nullptr ? *out_ : held_;
+}
+
+/* Where memory is out for the new record, the caller at least gets what is below it. */
+void PlainScope::handUp(Eerr_ErrorReport* head) noexcept
+{
+    if (held_ != nullptr && *out_ != nullptr) {
+        printAndDelete(*out_);
+    }
+    if (head == nullptr) {
+        head = below() == nullptr ? lastResort() : below();
+    }
+    *out_ = head;
+    held_ = nullptr;
+}
+
+void PlainScope::raise(Say text) noexcept
+{
+    handUp(createReport(function_, text.number, EERR_ERROR, below(), text.format));
 }
 
 void PlainScope::raiseFormatted(long number, const char* format, ...) noexcept
 {
     va_list arguments;
     va_start(arguments, format);
-    Eerr_ErrorReport* head = createReportV(function_, number, EERR_ERROR, held_, format, arguments);
+    Eerr_ErrorReport* head = createReportV(function_, number, EERR_ERROR, below(), format, arguments);
     va_end(arguments);
-    handUp(head, &held_, err_);
+    handUp(head);
 }
 
 void PlainScope::tellAndForget(long line) noexcept
@@ -50,6 +68,20 @@ void PlainScope::tellAndForget(long line) noexcept
     if (held_ != nullptr) {
         emantle::tellAndForget(&held_, function_, line);
     }
+}
+
+void warn(const char* function, Say text) noexcept
+{
+    printAndDelete(createReport(function, text.number, EERR_WARNING, nullptr, text.format));
+}
+
+void warnFormatted(const char* function, long number, const char* format, ...) noexcept
+{
+    va_list arguments;
+    va_start(arguments, format);
+    Eerr_ErrorReport* report = createReportV(function, number, EERR_WARNING, nullptr, format, arguments);
+    va_end(arguments);
+    printAndDelete(report);
 }
 
 }  // namespace emantle

@@ -23,34 +23,44 @@ namespace emantle {
  *     }
  *
  *  1. The scope clears `*err`. Callees get the scope as their error argument, and leave their chain in it.
- *  2. `raise` puts a record in front of the callee's chain, if there is one, and hands all to the caller.
+ *  2. `raise` puts a record in front of the callee's chain, if there is one, or of what was raised before, and hands all
+ *     to the caller.
  *  3. At the end a callee's chain that was not raised is handed over bare when the caller asked for reports; without an
  *     error argument of the caller everything held is printed. */
 class PlainScope {
 public:
-    PlainScope(const char* function, Eerr_ErrorReport** err) noexcept : function_(function), err_(err)
+    PlainScope(const char* function, Eerr_ErrorReport** err) noexcept
+        : function_(function), out_(err == nullptr ? &untold_ : err)
     {
-        if (err_ != nullptr) {
-            *err_ = nullptr;
+        *out_ = nullptr;
+    }
+    ~PlainScope()
+    {
+        if (held_ != nullptr || untold_ != nullptr) [[unlikely]] {
+            finish();
         }
     }
-    ~PlainScope();
     PlainScope(const PlainScope&) = delete;
     PlainScope& operator=(const PlainScope&) = delete;
 
-    operator Eerr_ErrorReport**() noexcept { return &held_; }
+    /* A chain that is still held would be lost to the callee: it is told first. */
+    operator Eerr_ErrorReport**() noexcept
+    {
+        if (held_ != nullptr) [[unlikely]] {
+            tellAndForget();
+        }
+        return &held_;
+    }
 
     bool failed() const noexcept { return held_ != nullptr; }
 
-    template <class... Arguments>
-    void raise(Say text, Arguments... arguments) noexcept
+    void raise(Say text) noexcept;
+
+    template <class First, class... Rest>
+    void raise(SayWith<std::type_identity_t<First>, std::type_identity_t<Rest>...> text, First first,
+               Rest... rest) noexcept
     {
-        static_assert((std::is_scalar_v<Arguments> && ...), "printf takes numbers and pointers");
-        if constexpr (sizeof...(Arguments) == 0) {
-            raiseText(text);
-        } else {
-            raiseFormatted(text.number, text.format, arguments...);
-        }
+        raiseFormatted(text.number, text.format, first, rest...);
     }
 
     /* Prints the callee's chain as something that is told and gone on after, and drops it. */
@@ -60,27 +70,26 @@ public:
     void forget() noexcept { eerr_DeleteErrorReportEx(&held_); }
 
 private:
-    void raiseText(Say text) noexcept;
+    void finish() noexcept;
+    Eerr_ErrorReport* below() const noexcept;
+    void handUp(Eerr_ErrorReport* head) noexcept;
     void raiseFormatted(long number, const char* format, ...) noexcept;
 
     const char* function_;
-    Eerr_ErrorReport** err_;
+    Eerr_ErrorReport** out_;
     Eerr_ErrorReport* held_ = nullptr;
+    Eerr_ErrorReport* untold_ = nullptr; /* what was raised, where the caller wants no reports */
 };
 
 /* Prints one warning of `function`, and deletes it. */
-template <class... Arguments>
-void warn(const char* function, Say text, Arguments... arguments) noexcept
+void warn(const char* function, Say text) noexcept;
+void warnFormatted(const char* function, long number, const char* format, ...) noexcept;
+
+template <class First, class... Rest>
+void warn(const char* function, SayWith<std::type_identity_t<First>, std::type_identity_t<Rest>...> text, First first,
+          Rest... rest) noexcept
 {
-    static_assert((std::is_scalar_v<Arguments> && ...), "printf takes numbers and pointers");
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-#pragma GCC diagnostic ignored "-Wformat-security"
-    Eerr_ErrorReport* report = eerr_CreateErrorReport(function, text.number, EERR_WARNING, nullptr, text.format,
-                                                      arguments...);
-#pragma GCC diagnostic pop
-    eerr_PrintErrorReport(report, EERR_PRINT_ALL);
-    eerr_DeleteErrorReportEx(&report);
+    warnFormatted(function, text.number, text.format, first, rest...);
 }
 
 }  // namespace emantle

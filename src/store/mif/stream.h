@@ -21,7 +21,7 @@ using Bytes = std::span<const std::uint8_t>;
 std::size_t decodeDictionary(EerrException& scope, std::string_view bytes, Emif_Dictionary& dictionary);
 
 /* The text of a dictionary. `changed` stays as it was. */
-std::string encodeDictionary(const Emif_Dictionary& dictionary);
+std::string encodeDictionary(EerrException& scope, const Emif_Dictionary& dictionary);
 
 /* Fills a host record from `bytes`, under the rules of emif_ConvertToHost; every count is held against their end. Returns
  * the bytes consumed. */

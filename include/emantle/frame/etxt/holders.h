@@ -39,6 +39,7 @@ public:
     operator const T*() const noexcept { return data; }
     operator T**() noexcept { return &data; }
     T* operator->() noexcept { return data; }
+    operator bool() noexcept { return data != nullptr; }
     operator bool() const noexcept { return data != nullptr; }
     bool operator!() const noexcept { return data == nullptr; }
 

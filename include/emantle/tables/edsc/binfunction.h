@@ -2,11 +2,11 @@
 #define EMANTLE_TABLES_EDSC_BINFUNCTION_H
 
 #include <emantle/frame/eerr.h>
+#include <emantle/store/emif/design.h>
 #include <stdarg.h>
 
 typedef struct Egda_BaseData Egda_BaseData;
 typedef struct Ehfa_File Ehfa_File;
-typedef struct Emif_Design Emif_Design;
 
 /* edsc, the bin functions: from a data value to a bin, which is a row of a table, and from a bin to its values.
  *  1. A bin function is a value. What the Create, Copy and Read calls return is the caller's; give it back to

@@ -1,9 +1,8 @@
 #ifndef EMANTLE_TABLES_EDSC_TABLE_H
 #define EMANTLE_TABLES_EDSC_TABLE_H
 
+#include <emantle/frame/estr/list.h>
 #include <emantle/tables/edsc/methods.h>
-
-typedef struct Estr_StringList Estr_StringList;
 
 /* edsc, the tables: named columns of equal length, a row for each bin of a bin function.
  *  1. Create and Open return a handle, the caller's; columns are closed before their table. Nothing is held back: every
