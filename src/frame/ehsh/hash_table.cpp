@@ -1,5 +1,7 @@
 #include "frame/ehsh/hash_table.h"
 
+#include "platform/heap.h"
+
 #include <emantle/frame/emsc/heap.h>
 
 #include <algorithm>
@@ -9,45 +11,11 @@
 
 namespace emantle {
 
-struct HashTable::Node {
-    Node* next;
-    std::uint32_t hash; /* by the default function all of it, by another one the bucket */
-    std::int32_t slot;
-
-    char* at(std::size_t offset) noexcept { return reinterpret_cast<char*>(this) + offset; }
-    const char* at(std::size_t offset) const noexcept { return reinterpret_cast<const char*>(this) + offset; }
-};
-
 namespace {
 
 constexpr long kLeastSize = 20;
 constexpr long kLargestSize = 1L << 30;
 constexpr std::size_t kLargestData = std::size_t{1} << 31;
-
-/* The default hash: h = h * 33 + byte, bytes signed. The bucket is its low bits, as the size is a power of two. */
-inline std::uint32_t textHash(const char* key) noexcept
-{
-    std::uint32_t hash = 0;
-    for (; *key != 0; ++key) {
-        hash = hash * 33 + static_cast<std::uint32_t>(static_cast<signed char>(*key));
-    }
-    return hash;
-}
-
-inline std::uint32_t bytesHash(const char* key, long size) noexcept
-{
-    std::uint32_t hash = 0;
-    for (const char* end = key + size; key != end; ++key) {
-        hash = hash * 33 + static_cast<std::uint32_t>(static_cast<signed char>(*key));
-    }
-    return hash;
-}
-
-inline std::uint32_t defaultHash(const void* key, long keySize) noexcept
-{
-    const auto* bytes = static_cast<const char*>(key);
-    return keySize == 0 ? textHash(bytes) : bytesHash(bytes, keySize);
-}
 
 /* A free slot's word: the number of the next free one, twice, plus one. Nodes lie on even addresses. */
 std::uintptr_t freeWord(std::int32_t next) noexcept
@@ -104,48 +72,6 @@ HashTable::~HashTable()
     elnk_ListFree(order_);
 }
 
-inline bool HashTable::hashOf(const void* key, long tableSize, std::uint32_t& hash) const noexcept
-{
-    if (function_ == nullptr) {
-        hash = defaultHash(key, keySize_);
-        return true;
-    }
-    const long bucket = function_(key, keySize_, tableSize);
-    hash = static_cast<std::uint32_t>(bucket);
-    return bucket >= 0 && bucket < tableSize;
-}
-
-inline long HashTable::bucketOf(std::uint32_t hash, long tableSize) const noexcept
-{
-    return function_ == nullptr ? static_cast<long>(hash) & (tableSize - 1) : static_cast<long>(hash);
-}
-
-inline bool HashTable::same(const Node* node, const void* key) const noexcept
-{
-    return keySize_ == 0 ? std::strcmp(node->at(keyOffset_), static_cast<const char*>(key)) == 0
-                         : std::memcmp(node->at(keyOffset_), key, static_cast<std::size_t>(keySize_)) == 0;
-}
-
-inline bool HashTable::locate(const void* key, Place& place) const noexcept
-{
-    if (!hashOf(key, tableSize_, place.hash)) {
-        return false;
-    }
-    Node** link = &buckets_[bucketOf(place.hash, tableSize_)];
-    while (*link != nullptr && ((*link)->hash != place.hash || !same(*link, key))) {
-        link = &(*link)->next;
-    }
-    place.link = link;
-    return true;
-}
-
-HashTable::Node* HashTable::find(const void* key, bool& bucketFound) const noexcept
-{
-    Place place;
-    bucketFound = locate(key, place);
-    return bucketFound ? *place.link : nullptr;
-}
-
 std::size_t HashTable::keyBytes(const void* key) const noexcept
 {
     return keySize_ == 0 ? std::strlen(static_cast<const char*>(key)) + 1 : static_cast<std::size_t>(keySize_);
@@ -163,6 +89,7 @@ bool HashTable::grow() noexcept
     if (buckets == nullptr) {
         return false;
     }
+    platform::preferLargePages(buckets, static_cast<std::size_t>(size) * sizeof(Node*));
     if (function_ != nullptr) {
         for (long slot = slots(); slot-- > 0;) {
             std::uint32_t hash = 0;
@@ -205,16 +132,8 @@ void HashTable::freeSlot(std::int32_t slot) noexcept
     freeSlot_ = slot;
 }
 
-HashTable::Outcome HashTable::insert(const void* key, Node*& node) noexcept
+HashTable::Outcome HashTable::add(const void* key, Place& place) noexcept
 {
-    Place place;
-    if (!locate(key, place)) {
-        return Outcome::noBucket;
-    }
-    node = *place.link;
-    if (node != nullptr) [[likely]] {
-        return order_ == 0 || renew(node) ? Outcome::done : Outcome::orderBroken;
-    }
     if (static_cast<double>(count_ + 1) > growAt_ * static_cast<double>(tableSize_)) {
         if (!grow()) {
             return Outcome::notGrown;
@@ -239,7 +158,7 @@ HashTable::Outcome HashTable::insert(const void* key, Node*& node) noexcept
         arena_.release(memory, bytes);
         return Outcome::noMemory;
     }
-    node = new (memory) Node{nullptr, place.hash, slot};
+    auto* node = new (memory) Node{nullptr, place.hash, slot};
     std::memset(node->at(sizeof(Node)), 0, dataSize_);
     std::memcpy(node->at(keyOffset_), key, bytes - keyOffset_);
     wordOf(nodes_, slot) = reinterpret_cast<std::uintptr_t>(node);
@@ -288,16 +207,6 @@ HashTable::Node* HashTable::nodeAt(long slot) const noexcept
     }
     const std::uintptr_t word = wordOf(nodes_, slot);
     return (word & 1) != 0 ? nullptr : reinterpret_cast<Node*>(word);
-}
-
-const void* HashTable::keyOf(const Node* node) const noexcept
-{
-    return node->at(keyOffset_);
-}
-
-void* HashTable::dataOf(Node* node) const noexcept
-{
-    return dataSize_ == 0 ? nullptr : node->at(sizeof(Node));
 }
 
 }  // namespace emantle

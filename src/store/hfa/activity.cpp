@@ -42,6 +42,8 @@ void bringUpToDate(Handle& handle, EerrException& scope)
 
 Activity::Activity(Handle& handle, EerrException& scope) : handle_(handle), outermost_(handle.activity <= 0)
 {
+    /* A rename that failed half-way leaves a handle without its file. */
+    require(handle.file != nullptr, "Bad file");
     if (!outermost_) {
         return;
     }

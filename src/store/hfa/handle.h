@@ -5,6 +5,7 @@
 #include "store/hfa/path.h"
 
 #include <emantle/store/ehfa.h>
+#include <emantle/store/emif.h>
 #include <string>
 
 /* What an open store is behind its public record. */
