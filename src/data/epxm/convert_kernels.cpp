@@ -1,8 +1,10 @@
 #include "data/epxm/convert.h"
 #include "data/epxm/element_types.h"
+#include "data/epxm/streaming.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <immintrin.h>
 
 namespace emantle {
 
