@@ -48,14 +48,14 @@ Esta_Histogram* read(EerrException& scope, Edsc_ColumnInstance& column, const Ed
                                     "edsc_BinFunctionCopy fail"));
     checked(scope, edsc_BinFunctionBinCountModify(function.get(), static_cast<std::int32_t>(startBin),
                                                   static_cast<std::int32_t>(bins), scope));
-    const HistogramPtr made(checked(scope, esta_HistogramCreate(bins, function.get(), scope),
+    HistogramPtr made(checked(scope, esta_HistogramCreate(bins, function.get(), scope),
                                     "esta_HistogramCreate fail"));
     checked(scope,
             edsc_ColumnRead(&column, static_cast<std::int32_t>(startBin), static_cast<std::int32_t>(bins), made.get(),
                             scope),
             "Could not read histogram data from table");
     if (histogram == nullptr) {
-        return const_cast<HistogramPtr&>(made).release();
+        return made.release();
     }
     double* const end = std::copy_n(doublesOf(*made), bins, doublesOf(*histogram));
     std::fill(end, doublesOf(*histogram) + histogram->numrows, 0.0);
