@@ -1,3 +1,5 @@
+#include "data/c_interface.h"
+
 #include <emantle/data/egda.h>
 
 #include <gtest/gtest.h>
@@ -36,6 +38,11 @@ TEST(Records, HoldTheirFieldsInOrder)
     EXPECT_EQ(offsetof(Egda_BaseData, numbytes), 44u);
     EXPECT_EQ(offsetof(Egda_BaseData, binfunction), 48u);
     EXPECT_EQ(sizeof(Egda_BaseData), 56u);
+}
+
+TEST(Records, ServeCToo)
+{
+    EXPECT_EQ(sumFromC(), 7.5 + 8);
 }
 
 }  // namespace

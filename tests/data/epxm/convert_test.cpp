@@ -1,4 +1,5 @@
 #include "data/epxm/convert.h"
+#include "data/epxm/streaming.h"
 
 #include "data/data_support.h"
 
@@ -200,6 +201,37 @@ TEST_P(ConvertTable, FloatsRoundHalfAwayFromZeroExactly)
             ASSERT_TRUE(same(to, &out[i * static_cast<std::size_t>(kSizes[to])], wanted)) << in[i] << " to " << to;
         }
     }
+}
+
+/* Blocks beyond the cache are written another way, in pieces, from wherever a line of memory starts. */
+TEST(Streaming, AgreesWithTheLoopsItCalls)
+{
+    const auto* table = convertTable(platform::InstructionSet::baseline);
+    constexpr Egda_PixelType cells[][2] = {{EGDA_TYPE_U8, EGDA_TYPE_F32},
+                                           {EGDA_TYPE_F32, EGDA_TYPE_U8},
+                                           {EGDA_TYPE_U8, EGDA_TYPE_C128},
+                                           {EGDA_TYPE_F64, EGDA_TYPE_S16}};
+    for (const auto& [from, to] : cells) {
+        for (const long count : {0L, 5L, 4096L, 10007L}) {
+            for (const long offset : {0L, 1L, 16L, 63L}) {
+                const Bytes in = samples(from);
+                Bytes source;
+                while (static_cast<long>(source.size()) < count * kSizes[from]) {
+                    source.insert(source.end(), in.begin(), in.end());
+                }
+                Bytes wanted(static_cast<std::size_t>(offset + count * kSizes[to] + 64), 0xA5);
+                Bytes got = wanted;
+                table[from][to](source.data(), wanted.data() + offset, count);
+                convertStreaming(table[from][to], source.data(), kSizes[from], got.data() + offset, kSizes[to], count);
+                ASSERT_EQ(got, wanted) << from << " to " << to << ' ' << count << ' ' << offset;
+            }
+        }
+    }
+    std::vector<float> inPlace(5000, 1.5f);
+    convertStreaming(table[EGDA_TYPE_F32][EGDA_TYPE_S32], inPlace.data(), 4, inPlace.data(), 4, 5000);
+    std::vector<std::int32_t> whole(5000);
+    std::memcpy(whole.data(), inPlace.data(), 20000);
+    EXPECT_EQ(whole, std::vector<std::int32_t>(5000, 2));
 }
 
 /* Types of one size convert in place; equal types may overlap in any way. */
