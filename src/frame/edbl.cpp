@@ -4,8 +4,8 @@
 #include <emantle/frame/eerr.h>
 #include <emantle/frame/estr/compare.h>
 
-#include <clocale>
 #include <charconv>
+#include <clocale>
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -83,9 +83,9 @@ char decimalPoint() noexcept
     return *conventions->decimal_point;
 }
 
-}  // namespace
+} // namespace
 
-}  // namespace emantle
+} // namespace emantle
 
 using namespace emantle;
 

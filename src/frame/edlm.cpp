@@ -88,7 +88,8 @@ void openGap(Edlm_List& list, long from) noexcept
         const long start = chunk * list.chunkSize;
         const long first = std::max(from, start);
         const long moved = std::min<long>(list.count, start + list.chunkSize - 1) - first;
-        std::memmove(at(list, first) + list.objectSize, at(list, first), static_cast<std::size_t>(moved) * objectBytes(list));
+        std::memmove(at(list, first) + list.objectSize, at(list, first),
+                     static_cast<std::size_t>(moved) * objectBytes(list));
         if (start > from) {
             std::memcpy(at(list, start), at(list, start - 1), objectBytes(list));
         }
@@ -265,9 +266,9 @@ void deepen(const Edlm_List& list, Edlm_List& copy, Edlm_CopyFunction function, 
     }
 }
 
-}  // namespace
+} // namespace
 
-}  // namespace emantle
+} // namespace emantle
 
 using namespace emantle;
 

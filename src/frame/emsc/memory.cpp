@@ -11,8 +11,7 @@ namespace emantle {
 
 namespace {
 
-template <class Word, class Reverse>
-void swapEach(char* bytes, long count, Reverse reverse) noexcept
+template <class Word, class Reverse> void swapEach(char* bytes, long count, Reverse reverse) noexcept
 {
     for (long item = 0; item < count; ++item, bytes += sizeof(Word)) {
         Word word;
@@ -38,18 +37,15 @@ void swapHalves(char* bytes, long count, long size) noexcept
     }
 }
 
-template <int Bits>
-constexpr int itemsPerByte = 8 / Bits;
+template <int Bits> constexpr int itemsPerByte = 8 / Bits;
 
 /* The place of an item in its byte, the first one highest. */
-template <int Bits>
-constexpr int shiftOf(long item) noexcept
+template <int Bits> constexpr int shiftOf(long item) noexcept
 {
     return 8 - Bits - static_cast<int>(item % itemsPerByte<Bits>) * Bits;
 }
 
-template <int Bits>
-void unpack(std::uint8_t* dst, const std::uint8_t* src, long count) noexcept
+template <int Bits> void unpack(std::uint8_t* dst, const std::uint8_t* src, long count) noexcept
 {
     constexpr int mask = (1 << Bits) - 1;
     for (long item = 0; item < count; ++item) {
@@ -57,8 +53,7 @@ void unpack(std::uint8_t* dst, const std::uint8_t* src, long count) noexcept
     }
 }
 
-template <int Bits>
-void pack(std::uint8_t* dst, const std::uint8_t* src, long count) noexcept
+template <int Bits> void pack(std::uint8_t* dst, const std::uint8_t* src, long count) noexcept
 {
     constexpr int mask = (1 << Bits) - 1;
     for (long first = 0; first < count; first += itemsPerByte<Bits>) {
@@ -92,9 +87,9 @@ Repack repackFor(long dstUnit, long srcUnit) noexcept
     }
 }
 
-}  // namespace
+} // namespace
 
-}  // namespace emantle
+} // namespace emantle
 
 using namespace emantle;
 

@@ -90,9 +90,9 @@ void clear(char* buf) noexcept
     }
 }
 
-}  // namespace
+} // namespace
 
-}  // namespace emantle
+} // namespace emantle
 
 using namespace emantle;
 

@@ -76,9 +76,9 @@ struct WideListDeleter {
     }
 };
 
-}  // namespace
+} // namespace
 
-}  // namespace emantle
+} // namespace emantle
 
 using namespace emantle;
 

@@ -17,7 +17,8 @@ using Facet = std::codecvt<wchar_t, char, std::mbstate_t>;
     EerrException("etxt", "NUBRUtil::basic_converter::convert").Throw(__LINE__, "The text cannot be converted");
 }
 
-/* Runs one direction of a facet over the whole text, in pieces of a fixed size. `step` converts from the position on. */
+/* Runs one direction of a facet over the whole text, in pieces of a fixed size. `step` converts from the position on.
+ */
 template <class To, class From, class Step>
 std::basic_string<To> converted(const std::basic_string<From>& text, Step step)
 {
@@ -42,8 +43,7 @@ std::basic_string<To> converted(const std::basic_string<From>& text, Step step)
     return result;
 }
 
-template <class To, class From>
-To convertedCharacter(From character, const std::locale& locale)
+template <class To, class From> To convertedCharacter(From character, const std::locale& locale)
 {
     const auto& facet = std::use_facet<std::ctype<wchar_t>>(locale);
     if constexpr (std::is_same_v<From, char>) {
@@ -53,24 +53,20 @@ To convertedCharacter(From character, const std::locale& locale)
     }
 }
 
-}  // namespace
+} // namespace
 
-}  // namespace emantle
+} // namespace emantle
 
 using namespace emantle;
 
 namespace NUBRUtil {
 
-template <class From, class To>
-basic_converter<From, To>::basic_converter() = default;
+template <class From, class To> basic_converter<From, To>::basic_converter() = default;
 
-template <class From, class To>
-basic_converter<From, To>::basic_converter(const std::locale& locale) : locale_(locale)
-{
-}
+template <class From, class To> basic_converter<From, To>::basic_converter(const std::locale& locale) : locale_(locale)
+{}
 
-template <class From, class To>
-basic_converter<From, To>::~basic_converter() = default;
+template <class From, class To> basic_converter<From, To>::~basic_converter() = default;
 
 template <class From, class To>
 std::basic_string<To> basic_converter<From, To>::convert(const std::basic_string<From>& text) const
@@ -85,8 +81,7 @@ std::basic_string<To> basic_converter<From, To>::convert(const std::basic_string
     });
 }
 
-template <class From, class To>
-To basic_converter<From, To>::convert(From character) const
+template <class From, class To> To basic_converter<From, To>::convert(From character) const
 {
     return convertedCharacter<To>(character, locale_);
 }
@@ -94,7 +89,7 @@ To basic_converter<From, To>::convert(From character) const
 template class basic_converter<char, wchar_t>;
 template class basic_converter<wchar_t, char>;
 
-}  // namespace NUBRUtil
+} // namespace NUBRUtil
 
 namespace etxt {
 
@@ -128,4 +123,4 @@ std::string twiden(const std::wstring& text)
     return narrow(text);
 }
 
-}  // namespace etxt
+} // namespace etxt

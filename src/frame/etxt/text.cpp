@@ -42,9 +42,9 @@ int compareIgnoringCase(const char* a, const char* b, long n) noexcept
     return 0;
 }
 
-}  // namespace
+} // namespace
 
-}  // namespace emantle
+} // namespace emantle
 
 using namespace emantle;
 
