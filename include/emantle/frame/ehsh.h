@@ -7,8 +7,7 @@
 /* ehsh: hash tables from keys to data of one size.
  *  1. A table is known by its id, from 1. Ids of deleted tables are given out again.
  *  2. Keys are texts, or `keySize` bytes where that option is set. Keys and data are copied in.
- *  3. The address of a data slot is valid until the next call that adds a key to its table. Data of texts and numbers
- *     lies on a multiple of 16 where its size is one.
+ *  3. The address of a data slot is valid until its key is removed, and a multiple of 8.
  *  4. Every call runs in the unsafe section, and so do the functions that it calls. Such a function may
  *     use the table, but not delete it.
  *  5. A failure gives 0 or null and the report. What is told as a status is printed, and the call goes on. An id that no

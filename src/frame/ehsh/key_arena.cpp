@@ -1,5 +1,7 @@
 #include "frame/ehsh/key_arena.h"
 
+#include "platform/heap.h"
+
 #include <emantle/frame/emsc/heap.h>
 
 #include <algorithm>
@@ -9,8 +11,7 @@ namespace emantle {
 
 namespace {
 
-/* Blocks double up to this size, from which on the kernel may back them with large pages. */
-constexpr std::size_t kLargestBlock = std::size_t{4} << 20;
+constexpr std::size_t kLargestBlock = std::size_t{32} << 20;
 
 }  // namespace
 
@@ -50,6 +51,7 @@ bool KeyArena::openBlock(std::size_t size) noexcept
         }
         blockSize_ = least;
     }
+    platform::preferLargePages(block, blockSize_);
     block->next = blocks_;
     blocks_ = block;
     place_ = reinterpret_cast<char*>(block + 1);
