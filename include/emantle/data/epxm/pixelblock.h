@@ -45,8 +45,9 @@ public:
      * bytes, a whole number of pixels, from row to row. Null `data` acts as the constructor above. */
     PixelBlock(long noOfPlanes, long width, long height, Egda_PixelType type, void* data, long planePitch,
                long rowPitch, const void* const* nodataValues = nullptr);
-    PixelBlock(const PixelBlock&) = default;
-    PixelBlock& operator=(const PixelBlock&) = default;
+    /* What getPlane of `other` gives, so a copy of a window has the window's planes. */
+    PixelBlock(const PixelBlock& other);
+    PixelBlock& operator=(const PixelBlock& other);
     virtual ~PixelBlock();
 
     /* Makes `block` a block of the one plane, shared. */
@@ -90,33 +91,27 @@ protected:
 
     virtual Plane getPlane(long index) const;
 
-    /* Forgets all planes. */
-    void clear() noexcept;
-
 private:
     void Init(long noOfPlanes, long width, long height, Egda_PixelType type, void* data, long planePitch,
-              long rowPitch, const void* const* nodataValues, const DataContentsCondition* conditions);
-    std::size_t checkedIndex(long index, const char* text = "Invalid index") const;
+              long rowPitch, const void* const* nodataValues);
 
     std::vector<Plane> planes_;
     std::vector<Value> nodataValues_;
     std::vector<DataContentsCondition> conditions_;
-    boost::shared_ptr<void> pixels_;
 };
 
 /* A window on another block that can be moved without touching its pixels.
- *  1. It holds a copy of the source block, so the pixels live as long as it does, and has the source's NODATA values and
+ *  1. It holds the planes of the source block, so the pixels live as long as it does, and has the source's NODATA values and
  *     conditions of that moment as its own.
  *  2. Reconfigure moves the planes that copies and getPlane have given out as well. */
 class EMANTLE_CLASS ConfigurablePixelBlock : public virtual PixelBlock {
 public:
     ConfigurablePixelBlock() noexcept = default;
     ConfigurablePixelBlock(const PixelBlock& block, long x, long y, long width, long height);
-    ConfigurablePixelBlock(const ConfigurablePixelBlock&) = default;
-    ConfigurablePixelBlock& operator=(const ConfigurablePixelBlock&) = default;
+    ConfigurablePixelBlock(const ConfigurablePixelBlock& other) = default;
+    ConfigurablePixelBlock& operator=(const ConfigurablePixelBlock& other) = default;
     ~ConfigurablePixelBlock() override;
 
-    using PixelBlock::getPlane;
     void getPlane(long index, PixelBlock& block) const override;
 
     /* Aims every view at another window; throws where it is not inside the source, and then no view has moved. */
@@ -132,7 +127,7 @@ protected:
     Plane getPlane(long index) const override;
 
 private:
-    PixelBlock source_;
+    std::vector<Plane> sources_;
     std::vector<Plane> views_;
 };
 
