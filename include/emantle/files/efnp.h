@@ -12,7 +12,8 @@
  *    <FileName>              is drive, root, directories, base name and extension
  *
  *  1. In all of them `\` protects: the character behind it belongs to the name, whatever it is. The Get functions take
- *     protection out of what they give, the Set functions put it into what they are given.
+ *     protection out of what they give. The Set functions protect, in a part that they are given, what would end it: `\`
+ *     everywhere, `:` in a node, `,` and `(` in a name of a list, `:` and `)` in a title.
  *  2. Texts come back as new heap texts, the caller's; null on failure, which is also the answer to a null argument where
  *     nothing else is said.
  *  3. Items, paths, nodes and directories count from 0; a negative index counts from the end, -1 being the last, and one

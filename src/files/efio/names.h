@@ -9,11 +9,11 @@
 namespace emantle::files {
 
 /* A caller's name as the system is given it. Throws for null, and where the name cannot be expanded. */
-inline std::string expandedName(const char* name, long line = __builtin_LINE())
+inline std::string expandedName(const char* name)
 {
-    require(name != nullptr, {"NULL file name", line});
+    require(name != nullptr, "NULL file name");
     const HeapPtr<char> expanded(estr_PathExpand(name, nullptr, 0));
-    require(expanded, {"Cannot expand %s", line}, name);
+    require(expanded, "Cannot expand %s", name);
     return expanded.get();
 }
 

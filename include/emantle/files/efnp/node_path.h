@@ -28,7 +28,7 @@ EMANTLE_API long efnp_NodePathLength(const char* path, Eerr_ErrorReport** err);
 /* ":", constant. */
 EMANTLE_API const char* efnp_NodePathRoot(void);
 
-/* `path` as seen from `base`: itself where it is full, else joined to `base`. */
+/* `path` joined to `base`, as efnp_PathJoin does. */
 EMANTLE_API char* efnp_NodePathPath(const char* base, const char* path, Eerr_ErrorReport** err);
 
 /* `a` and `b` with one ":" at the seam; where one of them is null, a copy of the other. */
