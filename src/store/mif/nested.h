@@ -20,15 +20,17 @@ decltype(auto) asFunction(EerrException& scope, const char* function, Body&& bod
     throw Failure(FailureOf::callee, line);
 }
 
-template <class Body>
-decltype(auto) asFunction(EerrException& scope, const char* function, Say callerSays, Body&& body)
+/* Arguments behind the body belong to the text. */
+template <class Body, class... Arguments>
+decltype(auto) asFunction(EerrException& scope, const char* function, Say callerSays, Body&& body,
+                          Arguments... arguments)
 {
     try {
         return body();
     } catch (...) {
         recordThrown(scope, function, callerSays.number);
     }
-    fail(callerSays);
+    fail(callerSays, arguments...);
 }
 
 }  // namespace emantle::mif
