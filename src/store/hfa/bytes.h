@@ -1,0 +1,50 @@
+#pragma once
+
+#include "store/hfa/handle.h"
+
+#include <array>
+
+/* The bytes of a store. Everything that is read from a file or written to it passes here. */
+
+namespace emantle::hfa {
+
+using EntryBytes = std::array<unsigned char, kEntrySize>;
+
+EntryBytes encoded(const Ehfa_Entry& entry);
+/* Texts that fill their field lose the last character, so that they end. */
+Ehfa_Entry decodedEntry(const unsigned char* bytes);
+std::array<unsigned char, kHeaderSize> encodedHeader(const Ehfa_File& file);
+void decodeHeader(const unsigned char* bytes, Ehfa_File& file);
+std::array<unsigned char, kNodeSize> encoded(const Ehfa_FreeListNode& node);
+Ehfa_FreeListNode decodedNode(const unsigned char* bytes);
+uint32_t decoded32(const unsigned char* bytes);
+void encode32(uint32_t value, unsigned char* bytes);
+
+/* Whether `size` bytes at `position` lie inside the file. */
+inline bool isInside(const Handle& handle, uint64_t position, uint64_t size)
+{
+    return position <= handle.fileEnd && size <= handle.fileEnd - position;
+}
+
+/* The same, and clear of the tag and of the file record. */
+bool isAllocatable(const Handle& handle, uint64_t position, uint64_t size);
+
+void readBytes(Handle& handle, uint32_t position, void* bytes, std::size_t size, EerrException& scope);
+void writeBytes(Handle& handle, uint32_t position, const void* bytes, std::size_t size, EerrException& scope);
+
+/* A record between file and host through its design; position and size are those of its block. */
+void readRecord(Handle& handle, uint32_t position, const Emif_Design* design, void* record, EerrException& scope);
+void writeRecord(Handle& handle, uint32_t position, const Emif_Design* design, const void* record,
+                 EerrException& scope);
+
+/* Writes the file record, or notes that it is to be written where headers are held back. */
+void writeHeader(Handle& handle, EerrException& scope);
+
+/* The entry at a position; false where no entry can be. */
+bool readEntry(Handle& handle, uint32_t position, Ehfa_Entry& entry, EerrException& scope);
+void writeEntry(Handle& handle, uint32_t position, const Ehfa_Entry& entry, EerrException& scope);
+
+/* Bytes of the block that an entry lies in. */
+uint32_t entryBlockSize(const Handle& handle);
+
+}  // namespace emantle::hfa

@@ -1,0 +1,257 @@
+#include "store/hfa/activity.h"
+#include "store/hfa/bytes.h"
+#include "store/hfa/edit.h"
+#include "store/hfa/space.h"
+#include "store/hfa/tree.h"
+
+#include <cstring>
+
+namespace emantle::hfa {
+
+namespace {
+
+void setName(Ehfa_Entry& entry, const char* name)
+{
+    std::memset(entry.name, 0, sizeof entry.name);
+    std::memcpy(entry.name, name, std::strlen(name));
+}
+
+void setType(Ehfa_Entry& entry, const char* type)
+{
+    std::memset(entry.type, 0, sizeof entry.type);
+    std::memcpy(entry.type, type, strnlen(type, EHFA_TYPE_MAX));
+}
+
+uint32_t newBlock(Handle& handle, EerrException& scope)
+{
+    return step(scope, "ehfa_NextFreePos", "ehfa_NextFreePos failed",
+                [&] { return allocateBlock(handle, entryBlockSize(handle), scope); });
+}
+
+void put(Handle& handle, uint32_t position, const Ehfa_Entry& entry, EerrException& scope)
+{
+    step(scope, "ehfa_WriteEntry", "ehfa_WriteCurrentEntry failed", [&] { writeEntry(handle, position, entry, scope); });
+}
+
+/* A new entry between its neighbours. It keeps the time of the entry held before. */
+Ehfa_Entry freshEntry(const Handle& handle, const char* name, const char* type)
+{
+    require(name != nullptr, "Push of null name invalid");
+    Ehfa_Entry entry{};
+    entry.modTime = handle.currentEntry.modTime;
+    setName(entry, name);
+    setType(entry, type != nullptr ? type : "");
+    return entry;
+}
+
+/* The new entry is in the file before anything leads to it. */
+void becomeCurrent(Handle& handle, uint32_t position, const Ehfa_Entry& entry, bool sideways, EerrException& scope)
+{
+    setCurrent(handle, position, entry);
+    if (inBatchMode(handle)) {
+        return;
+    }
+    if (sideways) {
+        popName(handle);
+    }
+    pushName(handle, entry.name);
+    indexCurrent(handle, scope);
+}
+
+void rename(Handle& handle, const char* name, EerrException& scope)
+{
+    const bool isNew = name != nullptr && std::strcmp(name, handle.currentEntry.name) != 0;
+    if (!isNew) {
+        return;
+    }
+    if (!inBatchMode(handle)) {
+        handle.paths.remove(handle.pathOfCurrent, handle.entryPtr, handle.currentEntry, scope);
+        handle.paths.removeBelow(handle.pathOfCurrent.text(), scope);
+        popName(handle);
+        pushName(handle, name);
+    } else {
+        require(handle.entryPtr != handle.batchStart,
+                "Cannot change the name of the noCache start node in batch mode");
+    }
+    setName(handle.currentEntry, name);
+}
+
+void rewrite(Handle& handle, const char* name, const char* type, EerrException& scope)
+{
+    const Cursor before = cursorOf(handle);
+    try {
+        rename(handle, name, scope);
+        if (type != nullptr) {
+            setType(handle.currentEntry, type);
+        }
+        put(handle, handle.entryPtr, handle.currentEntry, scope);
+    } catch (...) {
+        restore(handle, Cursor(before));
+        throw;
+    }
+    if (!inBatchMode(handle) && std::strcmp(before.entry.name, handle.currentEntry.name) != 0) {
+        indexCurrent(handle, scope);
+    }
+}
+
+void insertAfter(Handle& handle, const char* name, const char* type, EerrException& scope)
+{
+    Ehfa_Entry entry = freshEntry(handle, name, type);
+    /* A next sibling that does not link back is dropped by the look at it. */
+    uint32_t nextPosition = 0;
+    Ehfa_Entry next{};
+    if (handle.currentEntry.next != 0) {
+        Cursor before = cursorOf(handle);
+        if (goToNext(handle, scope)) {
+            nextPosition = handle.entryPtr;
+            next = handle.currentEntry;
+            restore(handle, std::move(before));
+        }
+    }
+    const uint32_t position = newBlock(handle, scope);
+    entry.next = nextPosition;
+    entry.prev = handle.entryPtr;
+    entry.parent = handle.currentEntry.parent;
+    put(handle, position, entry, scope);
+    Ehfa_Entry current = handle.currentEntry;
+    current.next = position;
+    put(handle, handle.entryPtr, current, scope);
+    if (nextPosition != 0) {
+        next.prev = position;
+        put(handle, nextPosition, next, scope);
+    }
+    becomeCurrent(handle, position, entry, true, scope);
+}
+
+void insertBefore(Handle& handle, const char* name, const char* type, EerrException& scope)
+{
+    Ehfa_Entry entry = freshEntry(handle, name, type);
+    const uint32_t beforePosition = handle.currentEntry.prev != 0 ? handle.currentEntry.prev : handle.currentEntry.parent;
+    Ehfa_Entry before{};
+    require(readEntry(handle, beforePosition, before, scope), "Seek prev failed");
+    require((handle.currentEntry.prev != 0 ? before.next : before.child) == handle.entryPtr, "Seek prev failed");
+    const uint32_t position = newBlock(handle, scope);
+    entry.next = handle.entryPtr;
+    entry.prev = handle.currentEntry.prev;
+    entry.parent = handle.currentEntry.parent;
+    put(handle, position, entry, scope);
+    (handle.currentEntry.prev != 0 ? before.next : before.child) = position;
+    put(handle, beforePosition, before, scope);
+    Ehfa_Entry current = handle.currentEntry;
+    current.prev = position;
+    put(handle, handle.entryPtr, current, scope);
+    becomeCurrent(handle, position, entry, true, scope);
+}
+
+void addOnlyChild(Handle& handle, const char* name, const char* type, EerrException& scope)
+{
+    Ehfa_Entry entry = freshEntry(handle, name, type);
+    require(handle.pathOfCurrent.depth() < kDepthLimit, "Entries do not nest deeper than %d in %s", kDepthLimit,
+            handle.nameText.c_str());
+    const uint32_t position = newBlock(handle, scope);
+    entry.parent = handle.entryPtr;
+    put(handle, position, entry, scope);
+    Ehfa_Entry current = handle.currentEntry;
+    current.child = position;
+    put(handle, handle.entryPtr, current, scope);
+    becomeCurrent(handle, position, entry, false, scope);
+}
+
+void addChild(Handle& handle, bool last, const char* name, const char* type, EerrException& scope)
+{
+    if (!goToChild(handle, scope)) {
+        addOnlyChild(handle, name, type, scope);
+    } else if (last) {
+        goToLast(handle, scope);
+        insertAfter(handle, name, type, scope);
+    } else {
+        insertBefore(handle, name, type, scope);
+    }
+}
+
+void writeInBatchMode(Handle& handle, long method, const char* name, const char* type, EerrException& scope)
+{
+    switch (method) {
+    case EHFA_WRITE_CURRENT: rewrite(handle, name, type, scope); return;
+    case EHFA_WRITE_AFTER:
+        require(handle.currentEntry.next == 0, "Cannot write before an existing node in batch mode");
+        insertAfter(handle, name, type, scope);
+        return;
+    case EHFA_WRITE_FIRST_CHILD:
+        require(handle.currentEntry.child == 0, "Cannot write additional offspring to a node in batch mode");
+        addOnlyChild(handle, name, type, scope);
+        return;
+    default: fail("Invalid write position for batch write mode");
+    }
+}
+
+}  // namespace
+
+void rewriteCurrent(Handle& handle, EerrException& scope)
+{
+    put(handle, handle.entryPtr, handle.currentEntry, scope);
+}
+
+void writeTreeEntry(Handle& handle, long method, const char* name, const char* type, EerrException& scope)
+{
+    require(name == nullptr || std::strlen(name) <= EHFA_NAME_MAX,
+            "The length of EHFA entry name '%s' exceeds the %d character maximum", name, int{EHFA_NAME_MAX});
+    require(method >= EHFA_WRITE_CURRENT && method <= EHFA_WRITE_LAST_CHILD, "Invalid write method %ld", method);
+    if (isAtRoot(handle) && method != EHFA_WRITE_FIRST_CHILD) {
+        method = EHFA_WRITE_LAST_CHILD;
+    }
+    if (inBatchMode(handle)) {
+        writeInBatchMode(handle, method, name, type, scope);
+        return;
+    }
+    Cursor before = cursorOf(handle);
+    try {
+        switch (method) {
+        case EHFA_WRITE_CURRENT: rewrite(handle, name, type, scope); break;
+        case EHFA_WRITE_AFTER: insertAfter(handle, name, type, scope); break;
+        case EHFA_WRITE_BEFORE: insertBefore(handle, name, type, scope); break;
+        default: addChild(handle, method == EHFA_WRITE_LAST_CHILD, name, type, scope); break;
+        }
+    } catch (...) {
+        restore(handle, std::move(before));
+        throw;
+    }
+}
+
+void beginBatch(Handle& handle, EerrException& scope)
+{
+    if (inBatchMode(handle)) {
+        return;
+    }
+    handle.paths.removeBelow(handle.pathOfCurrent.text(), scope);
+    handle.paths.remove(handle.pathOfCurrent, handle.entryPtr, handle.currentEntry, scope);
+    handle.paths.dropEntry(handle.entryPtr, scope);
+    handle.batchStart = handle.entryPtr;
+    handle.flags |= EHFA_FLAG_BATCH;
+}
+
+void endBatch(Handle& handle, EerrException& scope)
+{
+    if (!inBatchMode(handle)) {
+        return;
+    }
+    handle.flags &= ~static_cast<uint32_t>(EHFA_FLAG_BATCH);
+    handle.entryPtr = handle.batchStart;
+    require(seekEntry(handle, EHFA_SEEK_BACK, nullptr, scope), "Can't relocate entrypath");
+}
+
+}  // namespace emantle::hfa
+
+using namespace emantle;
+using namespace emantle::hfa;
+
+EMANTLE_API Ehfa_Entry* ehfa_EntryWrite(Ehfa_File* file, long method, const char* name, const char* type,
+                                        Eerr_ErrorReport** err)
+{
+    return guarded<Ehfa_Entry*>(err, "ehfa_EntryWrite", nullptr, [&](EerrException& scope) {
+        Handle& handle = opened(file);
+        Activity activity(handle, scope);
+        writeTreeEntry(handle, method, name, type, scope);
+        return handle.entry;
+    });
+}

@@ -1,0 +1,355 @@
+#include "store/hfa/activity.h"
+#include "store/hfa/bytes.h"
+#include "store/hfa/dictionary.h"
+#include "store/hfa/header.h"
+#include "store/hfa/open_files.h"
+#include "store/hfa/options.h"
+#include "store/hfa/tree.h"
+
+#include "frame/memory/heap_ptr.h"
+#include "frame/guard/plain_scope.h"
+
+#include <emantle/files/efio.h>
+#include <emantle/siblings/ethr.h>
+#include <cerrno>
+#include <cstdarg>
+#include <cstring>
+#include <strings.h>
+
+namespace emantle::hfa {
+
+namespace {
+
+struct FileCloser {
+    void operator()(Efio_File* file) const noexcept { efio_Close(file, nullptr); }
+};
+using OpenFile = std::unique_ptr<Efio_File, FileCloser>;
+
+struct HandleDeleter {
+    void operator()(Handle* handle) const noexcept
+    {
+        emif_DictionaryDestroy(handle->dictionary);
+        efio_Close(handle->file, nullptr);
+        delete handle;
+    }
+};
+using OwnedHandle = std::unique_ptr<Handle, HandleDeleter>;
+
+OwnedHandle newHandle(const char* name, OpenFile file, bool readOnly, Eint_InitToolkitData* context)
+{
+    OwnedHandle handle(new Handle);
+    handle->nameText = name;
+    handle->name = handle->nameText.data();
+    handle->file = file.release();
+    handle->readOnly = readOnly ? 1 : 0;
+    handle->context = context;
+    handle->refCount = 1;
+    handle->openFileIndex = -1;
+    handle->entryCacheInUse = 1;
+    handle->fileSystemState = -2;
+    handle->thread = ethr_ThreadSelf();
+    return handle;
+}
+
+bool asksToRead(const char* mode)
+{
+    return mode == nullptr || strcasecmp(mode, "r") == 0 || strcasecmp(mode, "rb") == 0;
+}
+
+/* Makes a read-only handle a writable one; false, without a report, when the file cannot be written. */
+bool makeWritable(Handle& handle)
+{
+    Eerr_ErrorReport* unheard = nullptr;
+    OpenFile file(efio_Open(handle.name, "r+b", &unheard));
+    eerr_DeleteErrorReportEx(&unheard);
+    if (!file) {
+        return false;
+    }
+    efio_Close(handle.file, nullptr);
+    handle.file = file.release();
+    handle.readOnly = 0;
+    return true;
+}
+
+Handle* openAlready(const char* name, const char* mode, Eint_InitToolkitData* context)
+{
+    if (mode == nullptr) {
+        Handle* writable = findOpenFile(context, name, false);
+        return writable != nullptr ? writable : findOpenFile(context, name, true);
+    }
+    if (asksToRead(mode)) {
+        return findOpenFile(context, name, true);
+    }
+    if (Handle* writable = findOpenFile(context, name, false)) {
+        return writable;
+    }
+    Handle* readable = findOpenFile(context, name, true);
+    return readable != nullptr && makeWritable(*readable) ? readable : nullptr;
+}
+
+Ehfa_File* withReference(Handle& handle, const Options& options, EerrException& scope)
+{
+    step(scope, "ehfa_FileChange", "Could not set options on file", [&] { applyOptions(handle, options, scope); });
+    ++handle.refCount;
+    return &handle;
+}
+
+/* The last step of both ways to a handle. */
+Ehfa_File* enterList(OwnedHandle handle, const Options& options, EerrException& scope)
+{
+    step(scope, "ehfa_EntryPathInit", "Header initialization failure", [&] { startTree(*handle, scope); });
+    addOpenFile(*handle);
+    try {
+        step(scope, "ehfa_FileChange", "Could not set options on file", [&] { applyOptions(*handle, options, scope); });
+    } catch (...) {
+        removeOpenFile(*handle);
+        throw;
+    }
+    return handle.release();
+}
+
+Ehfa_File* createFile(const char* name, Eint_InitToolkitData* context, const Options& options, EerrException& scope)
+{
+    startOpenFiles(context);
+    require(name != nullptr, "Args");
+    if (Handle* open = findOpenFile(context, name, false)) {
+        return withReference(*open, options, scope);
+    }
+    OpenFile file(checked(scope, efio_Open(name, "w+b", scope), "Error on opening file \"%s\"", name));
+    try {
+        OwnedHandle handle = newHandle(name, std::move(file), false, context);
+        handle->dictionary = checked(scope, emif_DictionaryDecodeFromString(kOwnDesigns, scope), "EMIF_DESIGN_FETCH failed");
+        step(scope, "ehfa_HeaderWrite", "Header initialization failure", [&] { writeNewFile(*handle, scope); });
+        handle->dictionary->changed = 1;
+        step(scope, "ehfa_FileFlush", "File flush failed", [&] { flush(*handle, scope); });
+        handle->activity = 0;
+        return enterList(std::move(handle), options, scope);
+    } catch (...) {
+        EerrException unheard;
+        efio_FileUnlink(name, unheard);
+        unheard.Clear();
+        throw;
+    }
+}
+
+/* Keeps the number that the open of a file left in errno. */
+class ErrnoKeeper {
+public:
+    ErrnoKeeper() : number_(errno) {}
+    ~ErrnoKeeper() { errno = number_; }
+    void take() { number_ = errno; }
+
+private:
+    int number_;
+};
+
+Ehfa_File* openFile(const char* name, const char* mode, Eint_InitToolkitData* context, const Options& options,
+                    EerrException& scope)
+{
+    startOpenFiles(context);
+    require(name != nullptr, "Args");
+    if (Handle* open = openAlready(name, mode, context)) {
+        return withReference(*open, options, scope);
+    }
+    const auto alien = [&]() -> Ehfa_File* {
+        require(!options.reportsAlien, "File %s is not an EHFA file", name);
+        return nullptr;
+    };
+    ErrnoKeeper number;
+    OpenFile file(efio_Open(name, mode != nullptr ? mode : "r", scope));
+    number.take();
+    check(scope, "Unable to open %s", name);
+    const int64_t size = checked(scope, efio_FileSizeGetByHandle(file.get(), scope));
+    if (size >= 0 && size < kTagSize + kHeaderSize) {
+        return alien();
+    }
+    uint32_t headerPtr = 0;
+    if (!readTag(file.get(), headerPtr, scope)) {
+        return alien();
+    }
+    OwnedHandle handle = newHandle(name, std::move(file), asksToRead(mode), context);
+    step(scope, "ehfa_HeaderRead", "Header initialization failure", [&] { readHeader(*handle, scope); });
+    return enterList(std::move(handle), options, scope);
+}
+
+/* The version of a store in a file that is not open; 0 for anything else. */
+int32_t versionOf(const char* name, EerrException& scope)
+{
+    OpenFile file(efio_Open(name, "r", scope));
+    if (!file) {
+        scope.Clear();
+        return 0;
+    }
+    const int64_t size = checked(scope, efio_FileSizeGetByHandle(file.get(), scope));
+    if (size < kTagSize + kHeaderSize) {
+        return 0;
+    }
+    const uint32_t end = fileEndOf(size, name);
+    uint32_t headerPtr = 0;
+    if (!readTag(file.get(), headerPtr, scope) || headerPtr > end - kHeaderSize) {
+        return 0;
+    }
+    unsigned char bytes[kHeaderSize];
+    checked(scope, efio_Seek(file.get(), headerPtr, EFIO_SEEK_SET, scope), "Seek failure");
+    checked(scope, efio_ReadSeq(file.get(), bytes, sizeof bytes, scope), "ConvertToHost failure");
+    Ehfa_File header{};
+    decodeHeader(bytes, header);
+    return static_cast<int32_t>(header.dictionaryPtr) > 0 ? header.version : 0;
+}
+
+void closeHandle(Handle& file, EerrException& scope)
+{
+    removeOpenFile(file);
+    OwnedHandle handle(&file);
+    if (handle->readOnly) {
+        return;
+    }
+    Activity activity(*handle, scope);
+    step(scope, "ehfa_FileFlush", "File flush failed", [&] {
+        writeHeldBack(*handle, scope);
+        flush(*handle, scope);
+    });
+}
+
+}  // namespace
+
+void writeHeldBack(Handle& handle, EerrException& scope)
+{
+    handle.flags &= ~static_cast<uint32_t>(EHFA_FLAG_NO_FLUSH);
+    step(scope, "freeListCacheFlush", "Error in ehfa_FileHostDataWrite", [&] { handle.freeBlocks.writeAll(handle, scope); });
+    if (handle.headerHeldBack) {
+        step(scope, "ehfa_HeaderReWrite", "Header rewrite failed", [&] { writeHeader(handle, scope); });
+    }
+}
+
+void flush(Handle& handle, EerrException& scope)
+{
+    checked(scope, efio_Flush(handle.file, scope), "File flush failed");
+    if (handle.readOnly) {
+        return;
+    }
+    handle.activity = 2;
+    if (!heldBack(handle) && handle.dictionary->changed != 0) {
+        writeOwnDictionary(handle, scope);
+        checked(scope, efio_Flush(handle.file, scope), "File flush failed");
+    }
+}
+
+}  // namespace emantle::hfa
+
+using namespace emantle;
+using namespace emantle::hfa;
+
+EMANTLE_API Emsc_Boolean ehfa_Init(Eint_InitToolkitData* context, Eerr_ErrorReport** err)
+{
+    return guarded<Emsc_Boolean>(err, "ehfa_Init", 0, [&] {
+        startOpenFiles(context);
+        return 1;
+    });
+}
+
+EMANTLE_API Ehfa_File* ehfa_FileCreate(const char* name, Eint_InitToolkitData* context, Eerr_ErrorReport** err)
+{
+    return guarded<Ehfa_File*>(err, "ehfa_FileCreate", nullptr,
+                               [&](EerrException& scope) { return createFile(name, context, Options(), scope); });
+}
+
+EMANTLE_API Ehfa_File* ehfa_FileCreateWithOptions(const char* name, Eint_InitToolkitData* context,
+                                                  Eerr_ErrorReport** err, ...)
+{
+    va_list words;
+    va_start(words, err);
+    Ehfa_File* file = guarded<Ehfa_File*>(err, "ehfa_FileCreateWithOptions", nullptr, [&](EerrException& scope) {
+        return createFile(name, context, optionsFrom(words), scope);
+    });
+    va_end(words);
+    return file;
+}
+
+EMANTLE_API Ehfa_File* ehfa_FileOpen(const char* name, const char* mode, Eint_InitToolkitData* context,
+                                     Eerr_ErrorReport** err)
+{
+    return guarded<Ehfa_File*>(err, "ehfa_FileOpen", nullptr,
+                               [&](EerrException& scope) { return openFile(name, mode, context, Options(), scope); });
+}
+
+EMANTLE_API Ehfa_File* ehfa_FileOpenWithOptions(const char* name, const char* mode, Eint_InitToolkitData* context,
+                                                Eerr_ErrorReport** err, ...)
+{
+    va_list words;
+    va_start(words, err);
+    Ehfa_File* file = guarded<Ehfa_File*>(err, "ehfa_FileOpenWithOptions", nullptr, [&](EerrException& scope) {
+        return openFile(name, mode, context, optionsFrom(words), scope);
+    });
+    va_end(words);
+    return file;
+}
+
+EMANTLE_API Emsc_Boolean ehfa_FileChange(Ehfa_File* file, Eerr_ErrorReport** err, ...)
+{
+    va_list words;
+    va_start(words, err);
+    const Emsc_Boolean done = guarded<Emsc_Boolean>(err, "ehfa_FileChange", 0, [&](EerrException& scope) {
+        Handle& handle = opened(file);
+        Activity activity(handle, scope);
+        applyOptions(handle, optionsFrom(words), scope);
+        return 1;
+    });
+    va_end(words);
+    return done;
+}
+
+EMANTLE_API Emsc_Boolean ehfa_FileIsOpen(const char* name, Eint_InitToolkitData* context, Eerr_ErrorReport** err)
+{
+    return guarded<Emsc_Boolean>(err, "ehfa_FileIsOpen", 0, [&] {
+        require(name != nullptr, "Args");
+        return findOpenFile(context, name, true) != nullptr || findOpenFile(context, name, false) != nullptr;
+    });
+}
+
+EMANTLE_API Emsc_Boolean ehfa_IsHFAFile(const char* name, Eerr_ErrorReport** err)
+{
+    return guarded<Emsc_Boolean>(err, "ehfa_IsHFAFile", 0, [&](EerrException& scope) -> Emsc_Boolean {
+        require(name != nullptr, "Args");
+        Eint_InitToolkitData* context = eint_GetInit();
+        if (checked(scope, ehfa_FileIsOpen(name, context, scope), "FileIsOpen failed")) {
+            return 1;
+        }
+        return versionOf(name, scope);
+    });
+}
+
+EMANTLE_API Emsc_Boolean ehfa_FileClose(Ehfa_File* file, Eerr_ErrorReport** err)
+{
+    return guarded<Emsc_Boolean>(err, "ehfa_FileClose", 0, [&](EerrException& scope) {
+        if (file != nullptr && --file->refCount <= 0) {
+            step(scope, "DeleteAndCloseHFAFile", "DeleteAndCloseHFAFile",
+                 [&] { closeHandle(opened(file), scope); });
+        }
+        return 1;
+    });
+}
+
+EMANTLE_API Emsc_Boolean ehfa_FileFlush(Ehfa_File* file, Eerr_ErrorReport** err)
+{
+    return guarded<Emsc_Boolean>(err, "ehfa_FileFlush", 0, [&](EerrException& scope) {
+        Handle& handle = opened(file, "Invalid file handle!");
+        Activity activity(handle, scope);
+        flush(handle, scope);
+        return 1;
+    });
+}
+
+EMANTLE_API Emsc_Boolean ehfa_FileReinitialize(const char* name, void*, void*, Eerr_ErrorReport** err)
+{
+    return guarded<Emsc_Boolean>(err, "ehfa_FileReinitialize", 0, [&] {
+        require(name != nullptr, "Args");
+        markStale(eint_GetInit(), name, false);
+        return 1;
+    });
+}
+
+EMANTLE_API Emsc_Boolean ehfa_FileIsNotFlushedOnWrite(const Ehfa_File* file)
+{
+    return file != nullptr && (file->flags & EHFA_FLAG_NO_FLUSH) != 0;
+}

@@ -1,0 +1,111 @@
+#include "store/hfa/open_files.h"
+
+#include "frame/eint.h"
+
+#include <emantle/files/efnp.h>
+#include <emantle/siblings/ethr.h>
+#include <algorithm>
+#include <string_view>
+#include <vector>
+
+namespace emantle::hfa {
+
+namespace {
+
+using OpenFiles = std::vector<Handle*>;
+
+OpenFiles& openFiles(Eint_InitToolkitData* context)
+{
+    require(context != nullptr, "Toolkit has not been initialized");
+    if (context->store == nullptr) {
+        /* There is one context in the process. */
+        static OpenFiles list;
+        context->store = &list;
+    }
+    return *static_cast<OpenFiles*>(context->store);
+}
+
+/* The name without empty steps and steps to ".". */
+std::string withoutIdleSteps(std::string_view name)
+{
+    std::string result;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        const char c = name[i] == '\\' ? '/' : name[i];
+        if (c == '/') {
+            while (i + 2 < name.size() && name[i + 1] == '.' && (name[i + 2] == '/' || name[i + 2] == '\\')) {
+                i += 2;
+            }
+            if (!result.empty() && result.back() == '/') {
+                continue;
+            }
+        }
+        result += c;
+    }
+    return result;
+}
+
+/* Names that differ in case are one name to the file layer, but may be two files. */
+bool sameFile(const char* a, const char* b)
+{
+    return efnp_FileNameCompare(a, b) == 0 && withoutIdleSteps(a) == withoutIdleSteps(b);
+}
+
+bool isOwn(const Handle* handle, const char* name)
+{
+    return handle != nullptr && handle->thread == ethr_ThreadSelf() && sameFile(handle->name, name);
+}
+
+}  // namespace
+
+void startOpenFiles(Eint_InitToolkitData* context)
+{
+    const EthrMTUnsafeCode section;
+    openFiles(context);
+}
+
+Handle* findOpenFile(Eint_InitToolkitData* context, const char* name, bool readOnly)
+{
+    const EthrMTUnsafeCode section;
+    for (Handle* handle : openFiles(context)) {
+        if (isOwn(handle, name) && (handle->readOnly != 0) == readOnly) {
+            return handle;
+        }
+    }
+    return nullptr;
+}
+
+void addOpenFile(Handle& handle)
+{
+    const EthrMTUnsafeCode section;
+    OpenFiles& files = openFiles(handle.context);
+    const auto empty = std::find(files.begin(), files.end(), nullptr);
+    handle.openFileIndex = static_cast<int32_t>(empty - files.begin());
+    if (empty == files.end()) {
+        files.push_back(&handle);
+    } else {
+        *empty = &handle;
+    }
+}
+
+void removeOpenFile(Handle& handle)
+{
+    const EthrMTUnsafeCode section;
+    OpenFiles& files = openFiles(handle.context);
+    const auto index = static_cast<std::size_t>(handle.openFileIndex);
+    if (handle.openFileIndex >= 0 && index < files.size() && files[index] == &handle) {
+        files[index] = nullptr;
+    }
+}
+
+void markStale(Eint_InitToolkitData* context, const char* name, bool readOnlyOnes)
+{
+    const EthrMTUnsafeCode section;
+    for (Handle* handle : openFiles(context)) {
+        if (handle != nullptr && handle->activity == 0 && (!readOnlyOnes || handle->readOnly != 0) &&
+            isOwn(handle, name)) {
+            handle->activity = -1;
+        }
+    }
+}
+
+}  // namespace emantle::hfa

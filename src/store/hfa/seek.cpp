@@ -1,0 +1,282 @@
+#include "frame/guard/plain_scope.h"
+#include "frame/memory/heap_ptr.h"
+#include "store/hfa/activity.h"
+#include "store/hfa/bytes.h"
+#include "store/hfa/tree.h"
+
+#include <emantle/files/efio.h>
+#include <emantle/files/efnp.h>
+#include <cstring>
+
+namespace emantle::hfa {
+
+namespace {
+
+struct PathPart {
+    std::string raw;
+    std::string name; /* without protection */
+};
+
+std::vector<PathPart> partsOf(const char* path, EerrException& scope)
+{
+    std::vector<PathPart> parts;
+    for (const char* start = path; *start != '\0';) {
+        const std::size_t length = std::strcspn(start, ":");
+        if (length > 0) {
+            PathPart part{std::string(start, length), std::string(start, length)};
+            if (part.raw.find('\\') != std::string::npos) {
+                const HeapPtr<char> name(efnp_NodePathGet(part.raw.c_str(), EFNP_NODE, -1, scope));
+                scope.Clear();
+                part.name = name ? name.get() : part.raw;
+            }
+            parts.push_back(std::move(part));
+        }
+        start += length + (start[length] == ':' ? 1 : 0);
+    }
+    return parts;
+}
+
+/* Goes as far down along the parts as the index knows, and gives the number of parts done. */
+std::size_t goToDeepestKnown(Handle& handle, const std::vector<PathPart>& parts, EerrException& scope)
+{
+    if (!handle.paths.isUsable()) {
+        goToRoot(handle, scope);
+        return 0;
+    }
+    std::vector<std::size_t> ends;
+    std::string text = ":";
+    for (const PathPart& part : parts) {
+        if (part.name.find(':') != std::string::npos || part.name.size() > EHFA_NAME_MAX) {
+            break;
+        }
+        text += part.name + ':';
+        ends.push_back(text.size());
+    }
+    for (std::size_t count = ends.size(); count > 0; --count) {
+        const auto place = handle.paths.find(text.substr(0, ends[count - 1]), scope);
+        Ehfa_Entry found;
+        if (place && readEntry(handle, place->position, found, scope) && parts[count - 1].name == found.name) {
+            handle.pathOfCurrent.clear();
+            for (std::size_t i = 0; i < count; ++i) {
+                pushName(handle, parts[i].name.c_str());
+            }
+            setCurrent(handle, place->position, found);
+            return count;
+        }
+    }
+    goToRoot(handle, scope);
+    return 0;
+}
+
+bool goToPart(Handle& handle, const PathPart& part, EerrException& scope)
+{
+    const Cursor before = cursorOf(handle);
+    if (goToChildNamed(handle, part.name.c_str(), scope)) {
+        return true;
+    }
+    restore(handle, Cursor(before));
+    if (part.raw != part.name && goToChildNamed(handle, part.raw.c_str(), scope)) {
+        return true;
+    }
+    restore(handle, Cursor(before));
+    return false;
+}
+
+/* Back to a path that ehfa_CurrentEntryPath gave; null stands for the handle's own. */
+bool goBack(Handle& handle, const char* path, EerrException& scope)
+{
+    if (path != nullptr) {
+        return goToPath(handle, path, scope);
+    }
+    Ehfa_Entry found;
+    if (!readEntry(handle, handle.entryPtr, found, scope)) {
+        return false;
+    }
+    setCurrent(handle, handle.entryPtr, found);
+    indexCurrent(handle, scope);
+    return true;
+}
+
+/* Reads an entry at the file's present position, and makes its path from where the handle stands. */
+bool readNextInFile(Handle& handle, EerrException& scope)
+{
+    const long position = checked(scope, efio_Tell(handle.file, scope));
+    if (position < 0 || !isAllocatable(handle, static_cast<uint64_t>(position), kEntrySize)) {
+        return false;
+    }
+    EntryBytes bytes;
+    readBytes(handle, static_cast<uint32_t>(position), bytes.data(), bytes.size(), scope);
+    const Ehfa_Entry found = decodedEntry(bytes.data());
+    while (found.parent != handle.entryPtr) {
+        Ehfa_Entry above;
+        if (isAtRoot(handle) || !readEntry(handle, handle.currentEntry.parent, above, scope)) {
+            return false;
+        }
+        popName(handle);
+        setCurrent(handle, handle.currentEntry.parent, above);
+    }
+    if (handle.pathOfCurrent.depth() >= kDepthLimit) {
+        return false;
+    }
+    pushName(handle, found.name);
+    setCurrent(handle, static_cast<uint32_t>(position), found);
+    /* The next read goes on behind the block. */
+    checked(scope, efio_Seek(handle.file, position + entryBlockSize(handle), EFIO_SEEK_SET, scope), "efio_Seek failed");
+    return true;
+}
+
+bool seekInBatchMode(Handle& handle, long method, EerrException& scope)
+{
+    require(method == EHFA_SEEK_PARENT, "Invalid seek method for writing w/o caching");
+    Ehfa_Entry found;
+    const uint32_t position = handle.currentEntry.parent;
+    if (handle.entryPtr == handle.batchStart || !readEntry(handle, position, found, scope)) {
+        return false;
+    }
+    setCurrent(handle, position, found);
+    return true;
+}
+
+template <class Fits>
+bool goOnUntil(Handle& handle, EerrException& scope, Fits fits)
+{
+    while (goToDepthNext(handle, 0, scope)) {
+        if (fits(handle.currentEntry)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool takesName(long method)
+{
+    return method == EHFA_SEEK_NAME_FORWARD || method == EHFA_SEEK_PATH ||
+           (method >= EHFA_SEEK_DEPTH_TYPE && method <= EHFA_SEEK_TYPE_FORWARD);
+}
+
+void checkName(long method, const char* name)
+{
+    require(method >= EHFA_SEEK_ROOT && method <= EHFA_SEEK_SEQUENTIAL, "Invalid seek method");
+    if (takesName(method)) {
+        require(name != nullptr, "Name parameter must not be null for requested seek type");
+        require(*name != '\0', "Name parameter must not be null string");
+    } else if (name != nullptr && method != EHFA_SEEK_BACK) {
+        warn("ehfa_EntrySeek", "Name parameter '%s' will be ignored", name);
+    }
+}
+
+bool seekDepthNext(Handle& handle, EerrException& scope)
+{
+    Cursor before = cursorOf(handle);
+    if (goToDepthNext(handle, 0, scope)) {
+        return true;
+    }
+    restore(handle, std::move(before));
+    return false;
+}
+
+}  // namespace
+
+bool goToPath(Handle& handle, const char* path, EerrException& scope)
+{
+    const std::vector<PathPart> parts = partsOf(path, scope);
+    std::size_t done = 0;
+    if (*path == ':') {
+        done = goToDeepestKnown(handle, parts, scope);
+    } else {
+        goToParent(handle, scope);
+    }
+    for (; done < parts.size(); ++done) {
+        if (!goToPart(handle, parts[done], scope)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool seekEntry(Handle& handle, long method, const char* name, EerrException& scope)
+{
+    checkName(method, name);
+    if (inBatchMode(handle)) {
+        return seekInBatchMode(handle, method, scope);
+    }
+    switch (method) {
+    case EHFA_SEEK_ROOT: return goToRoot(handle, scope), true;
+    case EHFA_SEEK_NEXT: return goToNext(handle, scope);
+    case EHFA_SEEK_PREV: return goToPrev(handle, scope);
+    case EHFA_SEEK_FIRST: return goToFirst(handle, scope), true;
+    case EHFA_SEEK_LAST: return goToLast(handle, scope), true;
+    case EHFA_SEEK_CHILD: return goToChild(handle, scope);
+    case EHFA_SEEK_PARENT: return goToParent(handle, scope);
+    case EHFA_SEEK_NAME_FORWARD: return goForwardToName(handle, name, scope);
+    case EHFA_SEEK_PATH: return goToPath(handle, name, scope);
+    case EHFA_SEEK_DEPTH_NEXT: return seekDepthNext(handle, scope);
+    case EHFA_SEEK_DEPTH_TYPE:
+        return goOnUntil(handle, scope, [&](const Ehfa_Entry& entry) { return std::strcmp(entry.type, name) == 0; });
+    case EHFA_SEEK_DEPTH_NAME:
+        return goOnUntil(handle, scope, [&](const Ehfa_Entry& entry) { return std::strcmp(entry.name, name) == 0; });
+    case EHFA_SEEK_CHILD_NAME: return goToChildNamed(handle, name, scope);
+    case EHFA_SEEK_SIBLING_NAME: return goToSibling(handle, name, scope);
+    case EHFA_SEEK_CHILD_TYPE: return goToChild(handle, scope) && goForwardToType(handle, name, scope);
+    case EHFA_SEEK_SIBLING_TYPE: goToFirst(handle, scope); return goForwardToType(handle, name, scope);
+    case EHFA_SEEK_TYPE_FORWARD: return goForwardToType(handle, name, scope);
+    case EHFA_SEEK_BACK: return goBack(handle, name, scope);
+    default: return readNextInFile(handle, scope);
+    }
+}
+
+}  // namespace emantle::hfa
+
+using namespace emantle;
+using namespace emantle::hfa;
+
+EMANTLE_API Ehfa_Entry* ehfa_EntrySeek(Ehfa_File* file, long method, const char* name, Eerr_ErrorReport** err)
+{
+    return guarded<Ehfa_Entry*>(err, "ehfa_EntrySeek", nullptr, [&](EerrException& scope) {
+        Handle& handle = opened(file);
+        Activity activity(handle, scope);
+        return seekEntry(handle, method, name, scope) ? handle.entry : nullptr;
+    });
+}
+
+EMANTLE_API const Ehfa_Entry* ehfa_EntryPeek(Ehfa_File* file, long method, Eerr_ErrorReport** err)
+{
+    return guarded<const Ehfa_Entry*>(err, "ehfa_EntryPeek", nullptr, [&](EerrException& scope) -> const Ehfa_Entry* {
+        Handle& handle = opened(file);
+        Activity activity(handle, scope);
+        require((method >= EHFA_SEEK_ROOT && method <= EHFA_SEEK_PARENT) || method == EHFA_SEEK_DEPTH_NEXT,
+                "Invalid seek method");
+        Cursor before = cursorOf(handle);
+        const bool found = seekEntry(handle, method, nullptr, scope);
+        handle.peeked = handle.currentEntry;
+        if (!found) {
+            return nullptr; /* a step that leads nowhere moves nothing */
+        }
+        restore(handle, std::move(before));
+        return &handle.peeked;
+    });
+}
+
+EMANTLE_API char* ehfa_CurrentEntryPath(Ehfa_File* file, Eerr_ErrorReport** err)
+{
+    return guarded<char*>(err, "ehfa_CurrentEntryPath", nullptr, [&](EerrException& scope) {
+        Handle& handle = opened(file);
+        Activity activity(handle, scope);
+        return heapText(handle.pathOfCurrent.text()).release();
+    });
+}
+
+EMANTLE_API Emsc_Boolean ehfa_EntryCurrentHasNext(const Ehfa_File* file)
+{
+    return file != nullptr && file->currentEntry.next != 0;
+}
+
+EMANTLE_API Emsc_Boolean ehfa_EntryCurrentHasPrev(const Ehfa_File* file)
+{
+    return file != nullptr && file->currentEntry.prev != 0;
+}
+
+EMANTLE_API Emsc_Boolean ehfa_EntryCurrentHasChild(const Ehfa_File* file)
+{
+    return file != nullptr && file->currentEntry.child != 0;
+}

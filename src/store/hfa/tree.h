@@ -1,0 +1,61 @@
+#pragma once
+
+#include "store/hfa/handle.h"
+
+namespace emantle::hfa {
+
+/* Moving through the entries. Every function here leaves handle and path in step; where it answers false or null they
+ * are as its comment says. Links are believed only when the entry that they lead to links back, so that no walk comes
+ * to an entry twice. */
+
+/* Empties tables and path, and goes to the root. */
+void startTree(Handle& handle, EerrException& scope);
+
+/* Where a handle stands. */
+struct Cursor {
+    uint32_t position;
+    Ehfa_Entry entry;
+    Path path;
+};
+Cursor cursorOf(const Handle& handle);
+void restore(Handle& handle, Cursor&& cursor);
+
+/* Makes an entry current whose path is the handle's already. */
+void setCurrent(Handle& handle, uint32_t position, const Ehfa_Entry& entry);
+
+void pushName(Handle& handle, const char* name);
+void popName(Handle& handle);
+
+/* Notes path and position of the current entry. */
+void indexCurrent(Handle& handle, EerrException& scope);
+
+void goToRoot(Handle& handle, EerrException& scope);
+
+/* One step; false leaves the handle as it is. */
+bool goToNext(Handle& handle, EerrException& scope);
+bool goToPrev(Handle& handle, EerrException& scope);
+bool goToChild(Handle& handle, EerrException& scope);
+bool goToParent(Handle& handle, EerrException& scope);
+
+void goToFirst(Handle& handle, EerrException& scope);
+void goToLast(Handle& handle, EerrException& scope);
+
+/* Next in depth-first order, below and behind `top` (0: the root) only; false ends at `top`. */
+bool goToDepthNext(Handle& handle, uint32_t top, EerrException& scope);
+
+/* From the current entry, itself included, on through the siblings; false leaves the last sibling. At the root the search
+ * for a name starts at the first child. */
+bool goForwardToName(Handle& handle, const char* name, EerrException& scope);
+bool goForwardToType(Handle& handle, const char* type, EerrException& scope);
+
+/* By name among the siblings, and among the children. */
+bool goToSibling(Handle& handle, const char* name, EerrException& scope);
+bool goToChildNamed(Handle& handle, const char* name, EerrException& scope);
+
+/* By path; false leaves the last part found. */
+bool goToPath(Handle& handle, const char* path, EerrException& scope);
+
+/* ehfa_EntrySeek without its edge. */
+bool seekEntry(Handle& handle, long method, const char* name, EerrException& scope);
+
+}  // namespace emantle::hfa
