@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+
+namespace emantle::tables {
+
+/* The part of a kind's bins that a function shows. */
+struct Span {
+    std::int32_t startBin;
+    std::int32_t binCount;
+};
+
+/* How doubles become bins in place. */
+struct Rescale {
+    double scale;
+    double offset;
+    double binCount;
+    double below;
+    double above;
+};
+
+}  // namespace emantle::tables
