@@ -32,8 +32,8 @@ EMANTLE_API void eahg_HistogramDestroy(Eahg_Histogram** histogram, Eerr_ErrorRep
 EMANTLE_API long eahg_HistogramAccumulateValues(Eahg_Histogram* histogram, const Egda_BaseData* data,
                                                 const Egda_BaseData* mask, Eerr_ErrorReport** err);
 
-/* Two new tables, the caller's, of `uniqueCount` rows: the values in ascending order, F64 or C128 (by real, then by
- * imaginary part), NaN last, and their counts, F64. Either output may be null. */
+/* Two new tables, the caller's, of `uniqueCount` rows: the values in ascending order, F64 or C128 (by
+ * magnitude, then by their parts), NaN last, and their counts, F64. Either output may be null. */
 EMANTLE_API Emsc_Boolean eahg_HistogramConvertToValuesAndCounts(Eahg_Histogram* histogram, Egda_BaseData** values,
                                                                 Egda_BaseData** counts, Eerr_ErrorReport** err);
 
