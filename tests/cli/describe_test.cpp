@@ -106,27 +106,68 @@ std::vector<Case> scenes()
         {"ElevationWithHoles", terrain(32, 1, patches(-9999)), {.noData = "-9999"}, {}, {{-9999}}},
         /* The text is no float; the pixels hold the float next to it. */
         {"NoDataBetweenFloats", terrain(32, 2, patches(-9999.1L)), {.noData = " -9999.1\n"}, {}, {{-9999.1}}},
-        {"LargestFloatAsNoData", terrain(32, 1, patches(-3.4028234663852886e38L)), {.noData = "-3.40282346638529e+38"}, {}, {{-3.4028234663852886e38}}},
+        {"LargestFloatAsNoData",
+         terrain(32, 1, patches(-3.4028234663852886e38L)),
+         {.noData = "-3.40282346638529e+38"},
+         {},
+         {{-3.4028234663852886e38}}},
         {"NaNAsNoData", terrain(64, 2, patches(kNaN)), {.compression = COMPRESSION_ZSTD, .tile = 32, .noData = "nan"}},
         {"NoDataThatIsNoNumber", terrain(64), {.noData = "none"}},
         {"NoDataThatDoesNotFit", recipe(40, 30, 1, 8, kUint, wholes(0, 256)), {.noData = "-1"}, {}, {}, bytes},
-        {"AllNegative", recipe(77, 50, 2, 16, kInt, wholes(-3000, 2000)), {.compression = COMPRESSION_PACKBITS, .mode = "w8"}},
-        {"AllNegativeWithHoles", recipe(77, 50, 2, 16, kInt, [](auto layer, auto x, auto y) { return (x % 5 == y % 3 ? -32768.L : wholes(-30000, 900)(layer, x, y)); }), {.noData = "-32768"}, {}, {{-32768}}},
-        {"AllNegativeFloats", recipe(64, 64, 3, 64, kFloat, [](auto layer, auto x, auto y) { return -elevation(layer, x, y); }), {.planar = true}},
+        {"AllNegative",
+         recipe(77, 50, 2, 16, kInt, wholes(-3000, 2000)),
+         {.compression = COMPRESSION_PACKBITS, .mode = "w8"}},
+        {"AllNegativeWithHoles",
+         recipe(
+             77, 50, 2, 16, kInt,
+             [](auto layer, auto x, auto y) { return (x % 5 == y % 3 ? -32768.L : wholes(-30000, 900)(layer, x, y)); }),
+         {.noData = "-32768"},
+         {},
+         {{-32768}}},
+        {"AllNegativeFloats",
+         recipe(64, 64, 3, 64, kFloat, [](auto layer, auto x, auto y) { return -elevation(layer, x, y); }),
+         {.planar = true}},
         {"DifferentHolesInEachLayer", terrain(32, 3, patches(kNaN)), {.planar = true}, {"--exclude", "1200"}, {{1200}}},
-        {"OneLayerGone", recipe(30, 30, 2, 16, kUint, [](auto layer, auto x, auto y) { return layer == 1 ? 7 : wholes(10, 500)(layer, x, y); }), {}, {"--exclude", "7"}, {{7}}},
+        {"OneLayerGone",
+         recipe(30, 30, 2, 16, kUint,
+                [](auto layer, auto x, auto y) { return layer == 1 ? 7 : wholes(10, 500)(layer, x, y); }),
+         {},
+         {"--exclude", "7"},
+         {{7}}},
         {"NothingButNaN", recipe(20, 20, 1, 32, kFloat, [](auto...) { return kNaN; })},
         {"OnePixel", recipe(1, 1, 2, 16, kUint, wholes(5, 1000))},
         {"Constant", recipe(50, 40, 2, 32, kInt, [](auto...) { return -17; })},
         {"LongRows", recipe(70001, 3, 1, 8, kUint, wholes(0, 200)), {.rowsPerStrip = 1}, {}, {}, bytes},
-        {"ManyDirectories", recipe(64, 48, 3, 8, kUint, wholes(3, 90)), {.compression = COMPRESSION_LZW, .tile = 16, .furtherDirectories = 2}, {}, {}, bytes},
-        {"BigEndian", recipe(33, 21, 2, 32, kInt, wholes(-5000, 9000)), {.compression = COMPRESSION_LZW, .predictor = 2, .mode = "wb"}},
+        {"ManyDirectories",
+         recipe(64, 48, 3, 8, kUint, wholes(3, 90)),
+         {.compression = COMPRESSION_LZW, .tile = 16, .furtherDirectories = 2},
+         {},
+         {},
+         bytes},
+        {"BigEndian",
+         recipe(33, 21, 2, 32, kInt, wholes(-5000, 9000)),
+         {.compression = COMPRESSION_LZW, .predictor = 2, .mode = "wb"}},
         {"BigEndianPlanarHalves", recipe(33, 21, 2, 16, kUint, wholes(0, 65536)), {.planar = true, .mode = "w8b"}},
         {"Lzma", recipe(90, 40, 2, 16, kUint, wholes(100, 30000)), {.compression = COMPRESSION_LZMA}},
-        {"FaxBits", recipe(101, 64, 1, 1, kUint, wholes(0, 2)), {.compression = COMPRESSION_CCITTFAX4, .noData = ""}, {}, {}, {"Direct", 2, 0}},
-        {"OneLongStripOfManyLayers", recipe(520, 521, 8, 64, kFloat, elevation), {.compression = COMPRESSION_ADOBE_DEFLATE, .rowsPerStrip = 521}},
-        {"OneLongStripALayer", recipe(1460, 1450, 2, 64, kFloat, [](auto layer, auto x, auto y) { return (x * 31 + y * 17 + layer * x) % 1009; }), {.compression = COMPRESSION_LZW, .planar = true, .rowsPerStrip = 1450}},
-        {"EverySecondColumn", recipe(67, 45, 2, 8, kInt, wholes(-100, 201)), {.tile = 16}, {"--skip", "2,1"}, {{}, 2, 1}, signedBytes},
+        {"FaxBits",
+         recipe(101, 64, 1, 1, kUint, wholes(0, 2)),
+         {.compression = COMPRESSION_CCITTFAX4, .noData = ""},
+         {},
+         {},
+         {"Direct", 2, 0}},
+        {"OneLongStripOfManyLayers",
+         recipe(520, 521, 8, 64, kFloat, elevation),
+         {.compression = COMPRESSION_ADOBE_DEFLATE, .rowsPerStrip = 521}},
+        {"OneLongStripALayer",
+         recipe(1460, 1450, 2, 64, kFloat,
+                [](auto layer, auto x, auto y) { return (x * 31 + y * 17 + layer * x) % 1009; }),
+         {.compression = COMPRESSION_LZW, .planar = true, .rowsPerStrip = 1450}},
+        {"EverySecondColumn",
+         recipe(67, 45, 2, 8, kInt, wholes(-100, 201)),
+         {.tile = 16},
+         {"--skip", "2,1"},
+         {{}, 2, 1},
+         signedBytes},
         {"FewRows", terrain(32, 2, patches(-1)), {.noData = "-1"}, {"--skip", "3,20"}, {{-1}, 3, 20}},
         {"SkippedToOnePixel", terrain(64), {}, {"--skip", "1000"}, {{}, 1000, 1000}},
     };
@@ -141,9 +182,19 @@ std::vector<Case> binnings()
     return {
         {"DirectOfWords", words, {}, {"--bins", "direct"}, {}, {"Direct", 65536, 0}},
         {"DirectOfSignedWords", signedWords, {}, {"--bins", "direct"}, {}, {"Direct", 65536, -32768}},
-        {"DirectOfLongs", recipe(50, 50, 1, 32, kInt, [](auto, auto x, auto y) { return 2 * (x + y) - 90.L; }), {}, {"--bins", "direct"}, {}, {"Direct", 197, -90}},
+        {"DirectOfLongs",
+         recipe(50, 50, 1, 32, kInt, [](auto, auto x, auto y) { return 2 * (x + y) - 90.L; }),
+         {},
+         {"--bins", "direct"},
+         {},
+         {"Direct", 197, -90}},
         {"DirectWithValuesOutside", words, {}, {"--bins", "direct:200:100"}, {}, {"Direct", 100, 200}},
-        {"DirectOfFloatsBetweenWholes", terrain(64), {}, {"--bins", "direct:1000.25:300"}, {}, {"Direct", 300, 1000.25}},
+        {"DirectOfFloatsBetweenWholes",
+         terrain(64),
+         {},
+         {"--bins", "direct:1000.25:300"},
+         {},
+         {"Direct", 300, 1000.25}},
         {"DirectOfSignedOutside", signedWords, {}, {"--bins", "direct:-650.5:10"}, {}, {"Direct", 10, -650.5}},
         {"LinearOfBytes", recipe(83, 47, 3, 8, kUint, wholes(17, 90)), {}, {"--bins", "linear"}, {}, {"Linear", 256}},
         {"FewLinear", longs, {}, {"--bins", "linear:7"}, {}, {"Linear", 7}},
@@ -153,9 +204,25 @@ std::vector<Case> binnings()
         {"UniqueOfWords", words, {}, {"--bins", "unique", "--exclude", "41,50"}, {{41, 50}}, {"Unique Value"}},
         {"UniqueOfLongs", longs, {}, {"--bins", "unique:4000"}, {}, {"Unique Value"}},
         {"UniqueSampled", words, {}, {"--bins", "unique", "--skip", "4,3"}, {{}, 4, 3}, {"Unique Value"}},
-        {"UniqueJustFits", recipe(20, 20, 1, 8, kUint, [](auto, auto x, auto) { return 3 * x; }), {}, {"--bins", "unique:20"}, {}, {"Unique Value"}},
-        {"UniqueOfFloats", recipe(64, 64, 1, 32, kFloat, [](auto layer, auto x, auto y) { return (x + y) % 11 == 0 ? kNaN : elevation(layer, x % 8, y % 8); }), {}, {"--bins", "unique"}, {}, {"Unique Value"}},
-        {"UniqueZerosOfBothSigns", recipe(30, 30, 1, 64, kFloat, [](auto, auto x, auto y) { return (x % 2 == 0 ? -1.L : 1.L) * (y % 3); }), {}, {"--bins", "unique"}, {}, {"Unique Value"}},
+        {"UniqueJustFits",
+         recipe(20, 20, 1, 8, kUint, [](auto, auto x, auto) { return 3 * x; }),
+         {},
+         {"--bins", "unique:20"},
+         {},
+         {"Unique Value"}},
+        {"UniqueOfFloats",
+         recipe(64, 64, 1, 32, kFloat,
+                [](auto layer, auto x, auto y) { return (x + y) % 11 == 0 ? kNaN : elevation(layer, x % 8, y % 8); }),
+         {},
+         {"--bins", "unique"},
+         {},
+         {"Unique Value"}},
+        {"UniqueZerosOfBothSigns",
+         recipe(30, 30, 1, 64, kFloat, [](auto, auto x, auto y) { return (x % 2 == 0 ? -1.L : 1.L) * (y % 3); }),
+         {},
+         {"--bins", "unique"},
+         {},
+         {"Unique Value"}},
         {"TooManyUnique", terrain(32, 2), {}, {"--bins", "unique:50"}, {}, {"Linear", 256}},
     };
 }
@@ -190,10 +257,14 @@ Raster anyOf(unsigned bits, unsigned format)
         const long double span = std::exp2(static_cast<long double>(bits));
         const long double low = format == kInt ? -span / 2 : 0;
         switch (noise(seed) % 16) {
-        case 0: return low;
-        case 1: return low + span - 1;
-        case 2: return 1;
-        default: return low + std::floor(span * (noise(seed + 7) / 4294967296.0L));
+        case 0:
+            return low;
+        case 1:
+            return low + span - 1;
+        case 2:
+            return 1;
+        default:
+            return low + std::floor(span * (noise(seed + 7) / 4294967296.0L));
         }
     });
 }
@@ -202,8 +273,9 @@ Raster anyOf(unsigned bits, unsigned format)
 TEST(DescribeTypes, EveryLayoutGivesTheSameFigures)
 {
     const std::pair<unsigned, unsigned> formats[] = {
-        {1, kUint},  {2, kUint},  {4, kUint},   {8, kUint},   {16, kUint},    {32, kUint},    {64, kUint}, {1, kInt}, {2, kInt},
-        {4, kInt},   {8, kInt},   {16, kInt},   {32, kInt},   {64, kInt},     {32, kFloat},   {64, kFloat}, {64, kComplex}, {128, kComplex}};
+        {1, kUint},  {2, kUint}, {4, kUint},   {8, kUint},   {16, kUint},    {32, kUint},
+        {64, kUint}, {1, kInt},  {2, kInt},    {4, kInt},    {8, kInt},      {16, kInt},
+        {32, kInt},  {64, kInt}, {32, kFloat}, {64, kFloat}, {64, kComplex}, {128, kComplex}};
     const Storage layouts[] = {{},
                                {.compression = COMPRESSION_LZW, .planar = true, .rowsPerStrip = 45},
                                {.compression = COMPRESSION_ADOBE_DEFLATE, .tile = 32, .mode = "w8"},
@@ -214,7 +286,8 @@ TEST(DescribeTypes, EveryLayoutGivesTheSameFigures)
     for (const auto& [bits, format] : formats) {
         for (const Storage& storage : layouts) {
             rasters.push_back(anyOf(bits, format));
-            arguments.push_back(scratch / std::to_string(bits) + "_" + std::to_string(format) + "_" + std::to_string(rasters.size()) + ".tif");
+            arguments.push_back(scratch / std::to_string(bits) + "_" + std::to_string(format) + "_" +
+                                std::to_string(rasters.size()) + ".tif");
             writeTiff(arguments.back(), rasters.back(), storage);
         }
     }
@@ -267,11 +340,17 @@ TEST(DescribeLimits, InfinitiesAndLargestNumbersAreCounted)
         const char* name;
         long double low;
         long double high;
-    } cases[] = {{"up", 1, infinity}, {"down", -infinity, 1}, {"both", -infinity, infinity}, {"only", infinity, infinity}, {"wide", -largest, largest}};
+    } cases[] = {{"up", 1, infinity},
+                 {"down", -infinity, 1},
+                 {"both", -infinity, infinity},
+                 {"only", infinity, infinity},
+                 {"wide", -largest, largest}};
     for (const auto& one : cases) {
         for (const char* bins : {"linear", "log", "unique", "direct:0:10"}) {
             SCOPED_TRACE(std::string(one.name) + " in " + bins);
-            const Raster raster = makeRaster(40, 40, 2, 64, kFloat, [&](auto, auto x, auto y) { return x == 3 ? one.low : y == 4 ? one.high : one.high == one.low ? one.low : 0.5L; });
+            const Raster raster = makeRaster(40, 40, 2, 64, kFloat, [&](auto, auto x, auto y) {
+                return x == 3 ? one.low : y == 4 ? one.high : one.high == one.low ? one.low : 0.5L;
+            });
             writeTiff(scratch / "image.tif", raster);
             const nlohmann::json image = describe(scratch / "image.tif", {"--bins", bins});
             ASSERT_TRUE(image.is_object());
@@ -289,7 +368,8 @@ TEST(DescribeLimits, AConstantOfNoFiniteBinaryFractionHasNoSpreadToSpeakOf)
 {
     const ScratchDirectory scratch;
     for (const long double value : {0.1L, 1e10L / 3, -2.3e-7L}) {
-        writeTiff(scratch / "image.tif", makeRaster(100, 100, 2, 64, kFloat, [&](auto...) { return static_cast<double>(value); }));
+        writeTiff(scratch / "image.tif",
+                  makeRaster(100, 100, 2, 64, kFloat, [&](auto...) { return static_cast<double>(value); }));
         const nlohmann::json image = describe(scratch / "image.tif");
         const double spread = number(image["layers"][0]["stddev"]);
         EXPECT_LE(spread, 1e-6 * std::fabs(static_cast<double>(value)));
@@ -302,10 +382,12 @@ TEST(DescribeOutput, ImagesComeInOrderAndRemarksGoToStandardError)
     const ScratchDirectory scratch;
     writeTiff(scratch / "few.tif", smallRaster());
     writeTiff(scratch / "many.tif", makeRaster(40, 40, 1, 16, kUint, wholes(0, 60000)));
-    const std::vector<std::string> arguments{"describe", scratch / "many.tif", scratch / "few.tif", "--bins", "unique:30"};
+    const std::vector<std::string> arguments{"describe", scratch / "many.tif", scratch / "few.tif", "--bins",
+                                             "unique:30"};
     const Outcome told = run(arguments);
     EXPECT_EQ(told.status, 0);
-    EXPECT_EQ(told.err, "emantle: " + scratch / "many.tif" + ": more than 30 distinct values; counted in linear bins\n");
+    EXPECT_EQ(told.err,
+              "emantle: " + scratch / "many.tif" + ": more than 30 distinct values; counted in linear bins\n");
     EXPECT_LT(told.out.find("many.tif: 40 x 40, 1 layer"), told.out.find("few.tif: 10 x 10, 2 layers"));
     EXPECT_THAT(told.out, HasSubstr("covariance"));
 
@@ -316,4 +398,4 @@ TEST(DescribeOutput, ImagesComeInOrderAndRemarksGoToStandardError)
     EXPECT_EQ(hushed.json()["images"][1]["layers"][1]["bins"]["function"], "Unique Value");
 }
 
-}  // namespace
+} // namespace

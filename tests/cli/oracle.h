@@ -39,7 +39,7 @@ public:
             for (std::uint32_t x = 0; x < raster.width; x += look.skipX) {
                 const Raster::Value& value = raster.at(layer, x, y);
                 values_.push_back(raster.format == SAMPLEFORMAT_COMPLEXIEEEFP ? static_cast<double>(std::abs(value))
-                                                                             : static_cast<double>(value.real()));
+                                                                              : static_cast<double>(value.real()));
                 counts_.push_back(counts(raster, value, look));
             }
         }
@@ -76,7 +76,8 @@ public:
         const auto forEach = [&](auto visit) {
             for (std::size_t i = 0; i < layers[a].values_.size(); ++i) {
                 if (std::all_of(layers.begin(), layers.end(), [&](const Oracle& layer) { return layer.counts_[i]; })) {
-                    visit(static_cast<long double>(layers[a].values_[i]), static_cast<long double>(layers[b].values_[i]));
+                    visit(static_cast<long double>(layers[a].values_[i]),
+                          static_cast<long double>(layers[b].values_[i]));
                 }
             }
         };

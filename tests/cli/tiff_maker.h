@@ -45,13 +45,14 @@ inline Raster makeRaster(std::uint32_t width, std::uint32_t height, std::uint32_
                          unsigned format, const Pixel& pixel)
 {
     Raster raster{width, height, layers, bits, format, {}};
-    const bool narrow = (format == SAMPLEFORMAT_IEEEFP && bits == 32) || (format == SAMPLEFORMAT_COMPLEXIEEEFP && bits == 64);
+    const bool narrow =
+        (format == SAMPLEFORMAT_IEEEFP && bits == 32) || (format == SAMPLEFORMAT_COMPLEXIEEEFP && bits == 64);
     for (std::uint32_t layer = 0; layer < layers; ++layer) {
         for (std::uint32_t y = 0; y < height; ++y) {
             for (std::uint32_t x = 0; x < width; ++x) {
                 const Raster::Value value = pixel(layer, x, y);
-                raster.values.push_back(narrow ? Raster::Value(static_cast<float>(value.real()), static_cast<float>(value.imag()))
-                                               : value);
+                raster.values.push_back(
+                    narrow ? Raster::Value(static_cast<float>(value.real()), static_cast<float>(value.imag())) : value);
             }
         }
     }
@@ -160,8 +161,7 @@ private:
         return bytes;
     }
 
-    template <class T>
-    static void copy(long double value, std::uint8_t* to)
+    template <class T> static void copy(long double value, std::uint8_t* to)
     {
         const T stored = static_cast<T>(value);
         std::memcpy(to, &stored, sizeof stored);
@@ -178,8 +178,9 @@ private:
             to += raster_.bits / 16;
             return raster_.bits == 64 ? copy<float>(value.imag(), to) : copy<double>(value.imag(), to);
         }
-        const std::uint64_t whole = value.real() < 0 ? static_cast<std::uint64_t>(static_cast<std::int64_t>(value.real()))
-                                                     : static_cast<std::uint64_t>(value.real());
+        const std::uint64_t whole = value.real() < 0
+                                        ? static_cast<std::uint64_t>(static_cast<std::int64_t>(value.real()))
+                                        : static_cast<std::uint64_t>(value.real());
         if (raster_.bits >= 8) {
             std::memcpy(to, &whole, raster_.bits / 8);
             return;
@@ -201,7 +202,6 @@ inline void writeTiff(const std::string& path, const Raster& raster, const Stora
 /* Ten columns of ten rows and two layers of bytes: for tests to which the pixels do not matter. */
 inline Raster smallRaster()
 {
-    return makeRaster(10, 10, 2, 8, SAMPLEFORMAT_UINT, [](auto layer, auto x, auto y) {
-        return Raster::Value(10 * layer + (x * y) % 7);
-    });
+    return makeRaster(10, 10, 2, 8, SAMPLEFORMAT_UINT,
+                      [](auto layer, auto x, auto y) { return Raster::Value(10 * layer + (x * y) % 7); });
 }
