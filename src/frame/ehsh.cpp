@@ -6,6 +6,7 @@
 #include <emantle/siblings/ethr.h>
 
 #include <cstdarg>
+#include <cstdio>
 #include <cstring>
 
 namespace emantle {
@@ -51,15 +52,10 @@ int enter(std::unique_ptr<HashTable>& table) noexcept
     return static_cast<int>(slot) + 1;
 }
 
-template <class... Arguments>
-void status(const char* function, Say text, Arguments... arguments) noexcept
+/* Prints what a call tells and goes on after. */
+void status(const char* function, const char* text, long number = __builtin_LINE()) noexcept
 {
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-#pragma GCC diagnostic ignored "-Wformat-security"
-    Eerr_ErrorReport* report =
-        eerr_CreateErrorReport(function, text.number, EERR_STATUS, nullptr, text.format, arguments...);
-#pragma GCC diagnostic pop
+    Eerr_ErrorReport* report = eerr_CreateErrorReport(function, number, EERR_STATUS, nullptr, "%s", text);
     eerr_PrintErrorReport(report, EERR_PRINT_ALL);
     eerr_DeleteErrorReportEx(&report);
 }
@@ -90,10 +86,13 @@ void readOption(int tag, va_list& arguments, HashOptions& options)
     case EHSH_GROW_AT:
         options.growAt = va_arg(arguments, double);
         break;
-    default:
+    default: {
         static_cast<void>(va_arg(arguments, int));
-        status(function, "Unrecognized hash table option %d - ignored.", tag);
+        char text[64];
+        std::snprintf(text, sizeof text, "Unrecognized hash table option %d - ignored.", tag);
+        status(function, text);
         break;
+    }
     }
 }
 
@@ -112,8 +111,8 @@ void takeData(const HashTable& table, HashTable::Node* node, const void* data) n
     }
 }
 
-/* The unsafe section around the use of one key. It is left out where the process has one thread and nothing foreign runs
- * that could start another. */
+/* The unsafe section around the use of one key. It is left out where the process has one thread and nothing foreign
+ * runs that could start another. */
 class KeySection {
 public:
     explicit KeySection(int id) noexcept : held_(!platform::onlyThread() || !hashesItself(id))
@@ -187,7 +186,7 @@ bool raiseOutcome(PlainScope& scope, HashTable::Outcome outcome) noexcept
     return true;
 }
 
-}  // namespace
+} // namespace
 
 HashTable* hashTableOf(int id) noexcept
 {
@@ -206,7 +205,7 @@ void* hashFind(int id, const void* key) noexcept
     return slotOf(*table, *place.link);
 }
 
-}  // namespace emantle
+} // namespace emantle
 
 using namespace emantle;
 
@@ -328,8 +327,8 @@ EMANTLE_API Estr_StringList* ehsh_KeyList(int id, Eerr_ErrorReport** err)
         for (long slot = 0; slot < table->slots(); ++slot) {
             if (const HashTable::Node* node = table->nodeAt(slot)) {
                 const auto* bytes = static_cast<const char*>(table->keyOf(node));
-                key.assign(bytes, table->keySize() == 0 ? std::strlen(bytes)
-                                                        : static_cast<std::size_t>(table->keySize()));
+                key.assign(bytes,
+                           table->keySize() == 0 ? std::strlen(bytes) : static_cast<std::size_t>(table->keySize()));
                 checked(scope, estr_StringListAppend(list, key.c_str(), scope));
             }
         }

@@ -33,12 +33,13 @@ std::uintptr_t& wordOf(Ebuf_Buffer* nodes, long slot) noexcept
     return reinterpret_cast<std::uintptr_t*>(nodes + 1)[slot];
 }
 
-}  // namespace
+} // namespace
 
 std::unique_ptr<HashTable> HashTable::create(long size, long dataSize, const HashOptions& options) noexcept
 {
     std::unique_ptr<HashTable> table(new (std::nothrow) HashTable);
-    if (table != nullptr && !table->prepare(std::max(size, kLeastSize), static_cast<std::size_t>(std::max(dataSize, 0L)), options)) {
+    if (table != nullptr &&
+        !table->prepare(std::max(size, kLeastSize), static_cast<std::size_t>(std::max(dataSize, 0L)), options)) {
         table.reset();
     }
     return table;
@@ -196,8 +197,7 @@ bool HashTable::renew(Node* node) noexcept
     if (elnk_ListTail(order_, nullptr) == node->slot) {
         return true;
     }
-    return elnk_ListLinkFree(order_, nullptr, node->slot, 1) == 1 &&
-           elnk_ListLinkAppend(order_, nullptr) == node->slot;
+    return elnk_ListLinkFree(order_, nullptr, node->slot, 1) == 1 && elnk_ListLinkAppend(order_, nullptr) == node->slot;
 }
 
 HashTable::Node* HashTable::nodeAt(long slot) const noexcept
@@ -209,4 +209,4 @@ HashTable::Node* HashTable::nodeAt(long slot) const noexcept
     return (word & 1) != 0 ? nullptr : reinterpret_cast<Node*>(word);
 }
 
-}  // namespace emantle
+} // namespace emantle

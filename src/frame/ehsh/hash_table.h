@@ -2,10 +2,10 @@
 
 #include "frame/ehsh/key_arena.h"
 
-#include <emantle/frame/ehsh.h>
-#include <emantle/frame/elnk.h>
 #include <cstdint>
 #include <cstring>
+#include <emantle/frame/ehsh.h>
+#include <emantle/frame/elnk.h>
 #include <memory>
 
 namespace emantle {
@@ -89,7 +89,7 @@ private:
     long tableSize_ = 0;
     Node** buckets_ = nullptr;
     Ebuf_Buffer* nodes_ = nullptr; /* of a slot: its node, or the number of the next free slot */
-    Elnk_List order_ = 0;         /* by last write; 0 where it is not kept */
+    Elnk_List order_ = 0;          /* by last write; 0 where it is not kept */
     std::size_t dataSize_ = 0;
     std::size_t keyOffset_ = 0; /* behind the data, which begins on a multiple of 8 */
     std::int32_t keySize_ = 0;
@@ -162,4 +162,4 @@ HashTable* hashTableOf(int id) noexcept;
  * table or the key is not there. */
 void* hashFind(int id, const void* key) noexcept;
 
-}  // namespace emantle
+} // namespace emantle

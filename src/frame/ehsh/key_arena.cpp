@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kLargestBlock = std::size_t{32} << 20;
 
-}  // namespace
+} // namespace
 
 KeyArena::~KeyArena()
 {
@@ -94,4 +94,4 @@ void KeyArena::release(void* piece, std::size_t size) noexcept
     emsc_HeapFree(block);
 }
 
-}  // namespace emantle
+} // namespace emantle
