@@ -1,5 +1,6 @@
 #include "data/epxm/convert.h"
 #include "data/epxm/element_types.h"
+#include "data/epxm/streaming.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,5 @@
-/* Conversion of runs of elements. Compiled once for each instruction set, so nothing here calls a function from outside
- * its namespace but the compiler's own. */
+/* Conversion of runs of elements. Compiled once for each instruction set: nothing here calls an inline function from
+ * outside its namespace. */
 
 namespace emantle::EMANTLE_TARGET {
 
@@ -99,6 +99,10 @@ void convert(const void* source, void* dest, long count)
     if constexpr (isComplex<To> && isComplexValue<Value>) {
         convert<Real<typename To::PartStorage>, decltype(Value::real)>(source, dest, 2 * count);
     } else {
+        constexpr long size = sizeof(typename To::Storage);
+        if (count > kNeverStreamed / size && isStreamed(count * size)) {
+            return convertStreaming(convert<To, Value>, source, sizeof(Value), dest, size, count);
+        }
         const auto* in = static_cast<const Cell<Value>*>(source);
         auto* out = static_cast<Cell<typename To::Storage>*>(dest);
 #if !defined(__clang__) /* which looks for overlap itself, and warns where a promise of none does not help */

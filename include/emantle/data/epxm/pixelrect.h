@@ -50,6 +50,7 @@ public:
     Egda_BaseData* operator->() const noexcept { return rect_; }
     bool operator!() const noexcept { return rect_ == nullptr; }
     operator bool() const noexcept { return rect_ != nullptr; }
+    operator bool() noexcept { return rect_ != nullptr; } /* or a test would go by the output argument below */
     /* The handle as an output argument: what it held is freed first. */
     operator Egda_BaseData**() noexcept;
 
@@ -85,6 +86,7 @@ public:
     Egda_BaseDataStack* operator->() const noexcept { return stack_; }
     bool operator!() const noexcept { return stack_ == nullptr; }
     operator bool() const noexcept { return stack_ != nullptr; }
+    operator bool() noexcept { return stack_ != nullptr; } /* or a test would go by the output argument below */
     /* The handle as an output argument: what it held is freed first. */
     operator Egda_BaseDataStack**() noexcept;
 

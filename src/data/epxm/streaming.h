@@ -1,0 +1,20 @@
+#pragma once
+
+#include <emantle/data/epxm/convert.h>
+
+/* Conversion into blocks that no cache holds: fetching a line of memory only to overwrite it costs as much again as
+ * writing it. */
+
+namespace emantle {
+
+/* Below this no one need ask. */
+inline constexpr long kNeverStreamed = 1L << 20;
+
+/* Whether a destination of so many bytes is better written past the caches. */
+bool isStreamed(long bytes) noexcept;
+
+/* What `routine` would do, in small pieces that pass through a buffer. The sizes are those of an element. */
+void convertStreaming(Epxm_ConvertRoutine routine, const void* source, long sourceSize, void* dest, long destSize,
+                      long count);
+
+}  // namespace emantle
