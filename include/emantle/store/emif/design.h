@@ -34,11 +34,12 @@ enum {
     EMIF_TYPE_DCOMPLEX = 16,  /* M: two doubles */
     EMIF_TYPE_BASEDATA = 17,  /* b: an Egda_BaseData, its values behind a head of 12 bytes */
     EMIF_TYPE_TIME = 18,      /* t: seconds since the epoch as a double */
-    EMIF_TYPE_S32 = 19        /* i */
+    EMIF_TYPE_S32 = 19,       /* i */
+    /* Beside the type in the flag word of an item: a count follows; the shape `p`; the shape `*`. */
+    EMIF_ITEM_COUNT = 0x100,
+    EMIF_ITEM_COUNTED_POINTER = 0x200,
+    EMIF_ITEM_POINTER = 0x400
 };
-
-/* Flags beside the type in the flag word of an item: a count follows; the shape `p`; the shape `*`. */
-enum { EMIF_ITEM_COUNT = 0x100, EMIF_ITEM_COUNTED_POINTER = 0x200, EMIF_ITEM_POINTER = 0x400 };
 
 enum { EMIF_DEPTH_LIMIT = 32 };
 

@@ -1,0 +1,40 @@
+// The text of a dictionary: whatever decodes must encode to a text that decodes to the same.
+
+#include "store/mif/stream.h"
+
+#include <cstdlib>
+#include <emantle/store/emif.h>
+#include <string>
+
+namespace {
+
+void drop(void*, Eerr_ErrorReport*, Eerr_ErrorReportingMode, Eerr_ErrorReport**) {}
+
+std::string encoded(Emif_Dictionary* dictionary)
+{
+    char* text = emif_DictionaryEncodeToString(dictionary, nullptr);
+    std::string copy = text;
+    emsc_HeapFree(text);
+    return copy;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    eerr_SetAltErrorFunction(drop, nullptr);
+    EmifDictionaryT<char> dictionary(emif_DictionaryCreate(nullptr));
+    EerrException scope(OrvikLog::Literal{"fuzz"});
+    try {
+        emantle::mif::decodeDictionary(scope, {reinterpret_cast<const char*>(data), size}, *dictionary);
+    } catch (const emantle::Failure&) {
+        scope.Clear();
+        return 0;
+    }
+    const std::string text = encoded(dictionary);
+    EmifDictionaryT<char> again(emif_DictionaryDecodeFromString(text.c_str(), nullptr));
+    if (!again || encoded(again) != text) {
+        std::abort();
+    }
+    return 0;
+}
