@@ -1,0 +1,26 @@
+#pragma once
+
+#include "store/hfa/handle.h"
+
+#include <vector>
+
+namespace emantle::hfa {
+
+/* Blocks that an object refers to by position: the values of a table's column, a block kept by reference, the blocks of
+ * a block store. */
+struct Run {
+    uint32_t position;
+    int64_t size;
+};
+
+/* What the data of an entry refer to. `damage` becomes a text where they cannot be what the type says. */
+std::vector<Run> runsOf(Handle& handle, const Ehfa_Entry& entry, std::string& damage, EerrException& scope);
+
+/* Whether the entry's data hold positions, which a copy has to make anew. */
+bool hasRuns(const Ehfa_Entry& entry);
+
+/* Copies one run of a column or of a block kept by reference, and gives the data with the new position in them. Null
+ * text when the type is another. */
+bool copyReferringData(Handle& source, Handle& target, std::vector<unsigned char>& data, EerrException& scope);
+
+}  // namespace emantle::hfa
