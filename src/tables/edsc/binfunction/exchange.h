@@ -47,7 +47,12 @@ bool sameLayout(const Emif_Design& a, const Emif_Design& b) noexcept;
 class ObjectOwner {
 public:
     ObjectOwner(void* object, const Emif_Design* design) noexcept : object_(object), design_(design) {}
-    ~ObjectOwner() { emif_ObjectFree(&object_, design_, nullptr); }
+    ~ObjectOwner()
+    {
+        if (object_ != nullptr) {
+            emif_ObjectFree(&object_, design_, nullptr);
+        }
+    }
     ObjectOwner(const ObjectOwner&) = delete;
     ObjectOwner& operator=(const ObjectOwner&) = delete;
 
