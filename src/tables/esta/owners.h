@@ -1,8 +1,8 @@
 #pragma once
 
+#include "tables/edsc/binfunction/record.h"
 #include "tables/esta/pixels.h"
 
-#include <emantle/tables/edsc/binfunction.h>
 #include <emantle/tables/esta.h>
 
 namespace emantle::tables {
@@ -11,11 +11,9 @@ struct EstaDeleter {
     void operator()(Esta_Statistics* statistics) const noexcept { esta_StatisticsDelete(statistics, nullptr); }
     void operator()(Esta_AllStats* allStats) const noexcept { esta_AllStatsDelete(allStats, nullptr); }
     void operator()(Esta_AllStatsStack* stack) const noexcept { esta_AllStatsStackDelete(stack, nullptr); }
-    void operator()(Edsc_BinFunction* function) const noexcept { edsc_BinFunctionDelete(function, nullptr); }
 };
 template <class Record>
 using EstaPtr = std::unique_ptr<Record, EstaDeleter>;
-using BinFunctionPtr = EstaPtr<Edsc_BinFunction>;
 
 struct HistogramDeleter {
     void operator()(Esta_Histogram* histogram) const noexcept { esta_HistogramDelete(histogram, nullptr); }

@@ -13,9 +13,11 @@ void accumulateStatistics(Esta_AllStats& allStats, const Egda_BaseData& data, co
 void accumulateHistogram(Esta_Histogram& histogram, const Egda_BaseData& data, const Egda_BaseData* mask,
                          EerrException& scope);
 
-/* `mask` is the common one. */
-void accumulateCovariance(Esta_AllStatsStack& stack, const Egda_BaseDataStack& rectangles, const Egda_BaseData* mask,
-                          EerrException& scope);
+/* Fails where the stack cannot take a covariance of these rectangles. */
+void requireStack(const Esta_AllStatsStack* stack, const Egda_BaseDataStack* rectangles);
+
+/* `mask` is the common one. Fails where the layers differ in shape. */
+void accumulateCovariance(Esta_AllStatsStack& stack, const Egda_BaseDataStack& rectangles, const Egda_BaseData* mask);
 
 void excludeValues(const Egda_BaseData& data, const Egda_BaseData& values, Egda_BaseData& mask, EerrException& scope);
 

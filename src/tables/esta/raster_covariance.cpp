@@ -98,19 +98,6 @@ double& sumOf(Esta_Covariance& covariance, int row, int column) noexcept
     return doublesOf(covariance)[static_cast<long>(column) * covariance.numrows + row];
 }
 
-void requireStack(const Esta_AllStatsStack* stack, const Egda_BaseDataStack* rectangles)
-{
-    require(stack != nullptr && stack->covariance != nullptr && stack->means != nullptr && rectangles != nullptr,
-            "Bad args");
-    const long layers = stack->numLayers;
-    require(layers == rectangles->numlayers,
-            "Esta_AllStatsStack structure and Eimg_PixelRectStack have different numbers of layers (%d vs. %d)",
-            stack->numLayers, rectangles->numlayers);
-    require(stack->covariance->numrows == layers && stack->covariance->numcolumns == layers &&
-                stack->means->numrows == layers,
-            "Bad args");
-}
-
 /* The mask that holds for every layer: null without masks, the only one as it stands, else all of them combined in
  * `scratch`. */
 const Egda_BaseData* commonMask(const Egda_BaseDataStack& rectangles, DataPtr& scratch, EerrException& scope)
@@ -153,10 +140,22 @@ void agree(Esta_AllStatsStack& stack)
 
 }  // namespace
 
+void requireStack(const Esta_AllStatsStack* stack, const Egda_BaseDataStack* rectangles)
+{
+    require(stack != nullptr && stack->covariance != nullptr && stack->means != nullptr && rectangles != nullptr,
+            "Bad args");
+    const long layers = stack->numLayers;
+    require(layers == rectangles->numlayers,
+            "Esta_AllStatsStack structure and Eimg_PixelRectStack have different numbers of layers (%d vs. %d)",
+            stack->numLayers, rectangles->numlayers);
+    require(layers > 0 && stack->covariance->numrows == layers && stack->covariance->numcolumns == layers &&
+                stack->means->numrows == layers,
+            "Bad args");
+}
+
 /* Without a mask the sums grow as with one, but neither the stack's count nor the layers are touched: the finish then
  * leaves the matrix at zero apart from its diagonal. */
-void accumulateCovariance(Esta_AllStatsStack& stack, const Egda_BaseDataStack& rectangles, const Egda_BaseData* mask,
-                          EerrException&)
+void accumulateCovariance(Esta_AllStatsStack& stack, const Egda_BaseDataStack& rectangles, const Egda_BaseData* mask)
 {
     const int layers = stack.numLayers;
     const Egda_BaseData& first = *rectangles.datalayer[0];
@@ -204,12 +203,12 @@ EMANTLE_API Emsc_Boolean esta_AoiFeatRasterAccumCovariance(Esta_AllStatsStack* s
 {
     return guarded<Emsc_Boolean>(err, "esta_AoiFeatRasterAccumCovariance", 0, [&](EerrException& scope) {
         requireStack(stack, rectangles);
-        if (stack->numLayers < 1 || rectangles->datalayer[0] == nullptr || rectangles->datalayer[0]->numelements < 1) {
+        if (rectangles->datalayer[0] == nullptr || rectangles->datalayer[0]->numelements < 1) {
             return 1;
         }
         DataPtr scratch;
         const Egda_BaseData* mask = commonMask(*rectangles, scratch, scope);
-        accumulateCovariance(*stack, *rectangles, mask, scope);
+        accumulateCovariance(*stack, *rectangles, mask);
         return 1;
     });
 }

@@ -2,10 +2,9 @@
 #define EMANTLE_TABLES_ESTA_DESIGN_H
 
 #include <emantle/frame/eint.h>
+#include <emantle/store/emif/design.h>
 
 /* esta, the designs of what a store holds, and start-up. */
-
-typedef struct Emif_Design Emif_Design;
 
 /* Prepares the family for the toolkit record `context`; calls after the first do nothing. Fails with "Toolkit has not
  * been initialized" for null. */

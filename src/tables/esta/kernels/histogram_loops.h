@@ -61,7 +61,8 @@ void countWords(const PixelBlock& block, std::uint32_t* counts, std::uint32_t lo
         const std::uint8_t* mask = isMasked ? block.mask + row * block.maskPitch : nullptr;
         for (long column = 0; column < block.columns; ++column) {
             const std::uint32_t take = !isMasked || mask[column] != 0;
-            counts[isMasked && take == 0 ? 0 : pixels[column] - low] += take;
+            const std::uint16_t cell = (std::uint16_t)(pixels[column] - low);
+            counts[isMasked && take == 0 ? 0 : cell] += take;
         }
     }
 }
@@ -126,7 +127,8 @@ bool placeRun(const float* pixels, long vectors, const EvenBins& even, std::int3
     const double reciprocal = 1 / even.span;
     const Reals lowest = Reals{} + (even.start + 0.5);
     const Reals highest = Reals{} + (even.start + even.count + 0.5);
-    const Reals doubt = Reals{} + (even.start + even.count + 1) * 0x1p-51;
+    /* By a span of 1 the product is the quotient. */
+    const Reals doubt = Reals{} + (even.span == 1 ? 0 : (even.start + even.count + 1) * 0x1p-51);
     const double first = even.first;
     const double bins = even.bins;
     const double span = even.span;
