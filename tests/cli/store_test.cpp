@@ -156,7 +156,7 @@ TEST_P(StoreOfBins, ReadsBackWhatDescribePrinted)
 
 INSTANTIATE_TEST_SUITE_P(Kinds, StoreOfBins,
                          testing::Values("direct:-50:300", "linear:40", "log:20", "unique", "unique:3"),
-                         [](const auto& info) { return "Kind" + std::to_string(info.index); });
+                         [](const auto& one) { return "Kind" + std::to_string(one.index); });
 
 TEST(StoreVerbs, LsShowAndCheckAgreeWithDescribe)
 {
@@ -303,6 +303,6 @@ TEST_P(Interrupted, TakesBackWhatWasBegun)
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, Interrupted, testing::Values(SIGTERM, SIGINT, SIGHUP),
-                         [](const auto& info) { return strsignal(info.param)[0] + std::to_string(info.param); });
+                         [](const auto& one) { return "Signal" + std::to_string(one.param); });
 
 } // namespace

@@ -35,7 +35,7 @@ struct Storage {
     std::uint32_t tile = 0;
     std::uint32_t rowsPerStrip = 16;
     const char* mode = "w";
-    std::string noData;
+    std::string noData = {};
     int furtherDirectories = 0;
 };
 

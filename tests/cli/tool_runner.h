@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <optional>
 #include <string>
 #include <sys/resource.h>
@@ -30,11 +31,11 @@ struct Outcome {
 };
 
 struct RunOptions {
-    std::optional<rlim_t> fileBytes; /* no file may grow beyond */
-    std::optional<rlim_t> dataBytes; /* private writable memory */
+    std::optional<rlim_t> fileBytes = {}; /* no file may grow beyond */
+    std::optional<rlim_t> dataBytes = {}; /* private writable memory */
     bool asNobody = false;           /* without the rights of root */
-    std::string stdoutTo;            /* a file that exists */
-    std::string directory;           /* to run in */
+    std::string stdoutTo = {};            /* a file that exists */
+    std::string directory = {};          /* to run in */
 };
 
 /* A run of the tool under way. */
