@@ -42,6 +42,16 @@ std::vector<Run> oneRun(const Handle& handle, uint32_t position, int64_t size, s
     return {Run{position, size}};
 }
 
+/* The number of blocks of each level of a block store: its data, the index blocks above them, up to the root. */
+std::vector<int64_t> levelsOf(int64_t blockCount, int64_t perBlock)
+{
+    std::vector<int64_t> counts{blockCount};
+    while (counts.back() > 1 || counts.size() == 1) {
+        counts.push_back(counts.back() == 0 ? 1 : (counts.back() - 1) / perBlock + 1);
+    }
+    return counts;
+}
+
 /* The blocks of each level, from the one root of the index down to the data. */
 std::vector<Run> blockStoreRuns(Handle& handle, const unsigned char* data, std::string& damage, EerrException& scope)
 {
@@ -57,11 +67,7 @@ std::vector<Run> blockStoreRuns(Handle& handle, const unsigned char* data, std::
         return {};
     }
     const int64_t perBlock = blockSize / 4;
-    std::vector<int64_t> counts{blockCount};
-    while (counts.back() > 1 || counts.size() == 1) {
-        counts.push_back(counts.back() == 0 ? 1 : (counts.back() - 1) / perBlock + 1);
-    }
-
+    const std::vector<int64_t> counts = levelsOf(blockCount, perBlock);
     std::vector<Run> runs;
     std::vector<uint32_t> level{root};
     std::vector<unsigned char> index(static_cast<std::size_t>(blockSize));
@@ -91,14 +97,9 @@ std::vector<Run> blockStoreRuns(Handle& handle, const unsigned char* data, std::
 
 }  // namespace
 
-bool hasRuns(const Ehfa_Entry& entry)
-{
-    return isColumn(entry) || isReference(entry) || isBlockStore(entry);
-}
-
 std::vector<Run> runsOf(Handle& handle, const Ehfa_Entry& entry, std::string& damage, EerrException& scope)
 {
-    if (!hasRuns(entry)) {
+    if (!isColumn(entry) && !isReference(entry) && !isBlockStore(entry)) {
         return {};
     }
     const std::size_t needed = isColumn(entry) ? kColumnSize : isReference(entry) ? kReferenceSize : kBlockStoreSize;
@@ -132,21 +133,47 @@ uint32_t copyBlock(Handle& source, Handle& target, const Run& run, EerrException
     return place;
 }
 
+/* Copies the blocks of a block store below and with the one at `position`. `left` holds how many of each level remain. */
+uint32_t copyLevel(Handle& source, Handle& target, const Run& block, std::size_t level, std::vector<int64_t>& left,
+                   EerrException& scope)
+{
+    require(isAllocatable(source, block.position, static_cast<uint64_t>(block.size)),
+            "%s refers to a block at %ld, which does not lie in the file", source.currentEntry.name,
+            static_cast<long>(block.position));
+    if (level == 0) {
+        return copyBlock(source, target, block, scope);
+    }
+    std::vector<unsigned char> index(static_cast<std::size_t>(block.size));
+    readBytes(source, block.position, index.data(), index.size(), scope);
+    for (std::size_t at = 0; at < index.size() && left[level - 1] > 0; at += 4) {
+        --left[level - 1];
+        const uint32_t below = decoded32(&index[at]);
+        if (below != 0) {
+            encode32(copyLevel(source, target, {below, block.size}, level - 1, left, scope), &index[at]);
+        }
+    }
+    const uint32_t place = allocateBlock(target, block.size, scope);
+    writeBytes(target, place, index.data(), index.size(), scope);
+    return place;
+}
+
 }  // namespace
 
-bool copyReferringData(Handle& source, Handle& target, std::vector<unsigned char>& data, EerrException& scope)
+void copyRuns(Handle& source, Handle& target, std::vector<unsigned char>& data, EerrException& scope)
 {
     const Ehfa_Entry& entry = source.currentEntry;
-    if (!isColumn(entry) && !isReference(entry)) {
-        return false;
-    }
     std::string damage;
     const std::vector<Run> runs = runsOf(source, entry, damage, scope);
     require(damage.empty(), "%s %s", entry.name, damage.c_str());
-    if (!runs.empty()) {
-        encode32(copyBlock(source, target, runs[0], scope), data.data() + 4);
+    if (runs.empty()) {
+        return;
     }
-    return true;
+    if (isBlockStore(entry)) {
+        std::vector<int64_t> left = levelsOf(signed32(&data[4]), runs[0].size / 4);
+        encode32(copyLevel(source, target, runs[0], left.size() - 1, left, scope), &data[12]);
+    } else {
+        encode32(copyBlock(source, target, runs[0], scope), &data[4]);
+    }
 }
 
 }  // namespace emantle::hfa

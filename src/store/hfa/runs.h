@@ -16,11 +16,8 @@ struct Run {
 /* What the data of an entry refer to. `damage` becomes a text where they cannot be what the type says. */
 std::vector<Run> runsOf(Handle& handle, const Ehfa_Entry& entry, std::string& damage, EerrException& scope);
 
-/* Whether the entry's data hold positions, which a copy has to make anew. */
-bool hasRuns(const Ehfa_Entry& entry);
-
-/* Copies one run of a column or of a block kept by reference, and gives the data with the new position in them. Null
- * text when the type is another. */
-bool copyReferringData(Handle& source, Handle& target, std::vector<unsigned char>& data, EerrException& scope);
+/* Copies what the data of the source's current entry refer to, and puts the new positions into `data`, which holds a copy of
+ * them. */
+void copyRuns(Handle& source, Handle& target, std::vector<unsigned char>& data, EerrException& scope);
 
 }  // namespace emantle::hfa

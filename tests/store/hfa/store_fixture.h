@@ -123,6 +123,6 @@ inline EmifDesignT<Etxt_TextA>& sampleDesign()
 {
     static EmifDesignT<Etxt_TextA> design(
         emif_DesignCreate(nullptr, "Sample", nullptr, EMIF_TYPE_LONG, "number", EMIF_TYPE_DOUBLE, "weight",
-                          EMIF_TYPE_CHAR | EMIF_ITEM_COUNTED_POINTER, "label", 0));
+                          int{EMIF_TYPE_CHAR} | int{EMIF_ITEM_COUNTED_POINTER}, "label", 0));
     return design;
 }
