@@ -52,10 +52,9 @@ EMANTLE_API int32_t edsc_HFAColumnDataWrite(void* handle, int32_t startRow, int3
                                             Eerr_ErrorReport** err);
 EMANTLE_API int32_t edsc_HFAColumnModTimeGet(void* handle, double* time, Eerr_ErrorReport** err);
 
-/* Copies header and elements of the column that is the current entry of `source` to the current entry of `destination`:
- * the way of ehfa_FileCopy, whose meter the second form tells. */
-EMANTLE_API Emsc_Boolean edsc_HFAColumnDataCopy(Ehfa_File* source, Ehfa_File* destination, void* meter,
-                                                Eerr_ErrorReport** err);
+/* Copies header and elements of the column that is the current entry of `source` to the current entry of `destination`,
+ * which has the same name and type and no data yet. "No column data!" where there are none. */
+EMANTLE_API Emsc_Boolean edsc_HFAColumnDataCopy(Ehfa_File* source, Ehfa_File* destination, Eerr_ErrorReport** err);
 EMANTLE_API Emsc_Boolean edsc_CopyColumnData(Ehfa_File* source, Ehfa_File* destination, Eerr_ErrorReport** err);
 
 /* The column at `node`, or the current entry for null, as one object with header and elements, under the design
