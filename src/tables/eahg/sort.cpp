@@ -116,8 +116,8 @@ HeapPtr<Pair> pairsOf(Eahg_Histogram& histogram, EerrException& scope)
     if (hasArray(histogram)) {
         for (long cell = 0; cell < cellsOf(histogram) && next != pairs.get() + count; ++cell) {
             if (arrayOf(histogram)[cell] != 0) {
-                const std::uint16_t pattern = static_cast<std::uint16_t>(cell);
-                store(*next, &pattern, histogram.dataType);
+                const std::uint64_t pattern[2] = {static_cast<std::uint64_t>(cell)};
+                store(*next, pattern, histogram.dataType);
                 next->count = arrayOf(histogram)[cell];
                 ++next;
             }
