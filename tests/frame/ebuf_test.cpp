@@ -70,7 +70,7 @@ TEST(ElementBuffer, RefusesCountsThatMakeNoSense)
     constexpr long most = std::numeric_limits<long>::max();
     Buffer buffer(1);
     std::int32_t value = 5;
-    for (const auto [start, count] : {std::pair{-1L, 1L}, {0L, 0L}, {0L, -1L}, {most, 1L}, {0L, most}, {most, most}}) {
+    for (const auto& [start, count] : {std::pair{-1L, 1L}, {0L, 0L}, {0L, -1L}, {most, 1L}, {0L, most}, {most, most}}) {
         EXPECT_EQ(ebuf_BufferCopyIn(&buffer.handle, start, count, nullptr), 0) << start << ' ' << count;
         EXPECT_EQ(ebuf_BufferCopyOut(buffer.handle, start, count, &value), count == most && start == 0 ? 1 : 0);
     }

@@ -79,7 +79,7 @@ TEST(RecordList, AgreesWithAVector)
         }
         std::vector<int> expected;
         std::mt19937 random(3);
-        for (int step = 0; step < 4000; ++step) {
+        for (int step = 0; step < 1200; ++step) {
             const int value = static_cast<int>(random() % 50);
             const auto at = expected.empty() ? 0L : static_cast<long>(random() % expected.size());
             const unsigned what = random() % 10;

@@ -157,8 +157,9 @@ TEST(Texts, QuotesAndLineEnds)
     EXPECT_EQ(report.records(), (std::vector<Record>{{"estr_QuoteString", "Invalid argument!"}}));
     EXPECT_EQ(taken(estr_QuotedDuplicate("")), "\"\"");
     EXPECT_EQ(taken(estr_AddCR("\r\na\n\nb\r", nullptr)), "\r\na\r\n\r\nb");
-    EXPECT_EQ(estr_AddCR("", report), nullptr);
-    EXPECT_EQ(report.get(), nullptr);
+    Report empty;
+    EXPECT_EQ(estr_AddCR("", empty), nullptr);
+    EXPECT_EQ(empty.get(), nullptr);
     char text[] = "xABAabBabax";
     EXPECT_STREQ(estr_RemoveChars(text, "aba"), "xabBx") << "what closes up is not searched again";
 }
