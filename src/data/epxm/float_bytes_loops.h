@@ -1,6 +1,6 @@
-/* Floats to unsigned bytes, the most frequent of the conversions that round, written out by hand: the instruction itself
- * turns NaN and whatever is far below zero into a negative number, and packing turns negative numbers into 0, so that
- * the upper limit alone is left to test. Compiled once for each instruction set. */
+/* Floats to unsigned bytes, the most frequent of the conversions that round, written out by hand: the instruction
+ * itself turns NaN and whatever is far below zero into a negative number, and packing turns negative numbers into 0, so
+ * that the upper limit alone is left to test. Compiled once for each instruction set. */
 
 #define EMANTLE_JOIN(a, b) a##b
 #define EMANTLE_WIDTH(target) EMANTLE_JOIN(EMANTLE_WIDTH_, target)
