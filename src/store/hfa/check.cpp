@@ -163,8 +163,9 @@ void Checker::checkTree()
             position = entry.child;
         } else {
             while (!above.empty()) {
+                const bool hasNext = enter(next, above.back().position, position, position, "next", child);
                 path_.pop();
-                if (enter(next, above.back().position, position, position, "next", child)) {
+                if (hasNext) {
                     position = next;
                     break;
                 }

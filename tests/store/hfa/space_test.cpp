@@ -132,6 +132,7 @@ TEST_F(Space, ThatIsHeldBackReachesTheFileWhenAsked)
     release(base_ + 100, 16);
     ehfa_FileChange(file_, expected(), EHFA_OPTION_FLUSH_ON_WRITE, 0, 0);
     EXPECT_TRUE(ehfa_FileIsNotFlushedOnWrite(file_));
+    ehfa_FileFlush(file_, expected());
     const Bytes before = bytesOf(name_);
     release(base_, 40);
     EXPECT_EQ(allocate(8), base_);

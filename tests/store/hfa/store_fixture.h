@@ -24,7 +24,9 @@ inline Bytes bytesOf(const std::string& name)
 
 inline void putBytes(const std::string& name, const Bytes& bytes)
 {
-    std::ofstream(name, std::ios::binary | std::ios::trunc)
+    /* A file that is emptied and filled again is written to the medium at its close; a new one is not. */
+    std::filesystem::remove(name);
+    std::ofstream(name, std::ios::binary)
         .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
