@@ -28,9 +28,9 @@ ColumnPtr instanceOf(Edsc_TableInstance* table, const char* name)
 {
     require(table != nullptr, "NULL table");
     require(name != nullptr && *name != '\0', "NULL column name");
-    ColumnPtr column(allocate<Edsc_ColumnInstance>().release());
+    ColumnPtr column(allocate<Edsc_ColumnInstance>(1, kNoMemory).release());
     column->dataType = kUnknownColumnType;
-    column->name = heapText(name).release();
+    column->name = heapText(name, kNoMemory).release();
     column->table = table;
     return column;
 }

@@ -123,7 +123,7 @@ void readNumbers(const Reader& read, std::int32_t startRow, std::int32_t count, 
     const long bytes = egda_NumBytePerPixelFromType(from);
     const Epxm_ConvertIncRoutine convert = emsc_AddressOf_epxm_ConvertInc()[from][data.datatype];
     const Epxm_ConvertRoutine convertDense = emsc_AddressOf_epxm_Convert()[from][data.datatype];
-    const HeapPtr<char> run = allocate<char>(static_cast<std::size_t>(std::min(kRun, count) * bytes));
+    const HeapPtr<char> run = allocate<char>(static_cast<std::size_t>(std::min(kRun, count) * bytes), kNoMemory);
     inRuns(count, [&](std::int32_t done, std::int32_t length) {
         read(startRow + done, length, run.get());
         if (target.dense) {
@@ -143,7 +143,7 @@ void writeElements(const Writer& write, std::int32_t startRow, std::int32_t coun
         return;
     }
     const long bytes = egda_NumBytePerPixelFromType(to);
-    const HeapPtr<char> run = allocate<char>(static_cast<std::size_t>(std::min(kRun, count) * bytes));
+    const HeapPtr<char> run = allocate<char>(static_cast<std::size_t>(std::min(kRun, count) * bytes), kNoMemory);
     inRuns(count, [&](std::int32_t done, std::int32_t length) {
         if (to == EGDA_TYPE_STRING) {
             for (std::int32_t i = 0; i < length; ++i) {
@@ -247,7 +247,7 @@ EMANTLE_API Emsc_Boolean edsc_ColumnWriteOld(Edsc_ColumnInstance* column, int32_
             Texts texts(length);
             for (std::int32_t i = 0; i < length; ++i) {
                 const char* const field = fields + static_cast<std::size_t>(done + i) * width;
-                texts.data()[i] = heapText(std::string_view(field, strnlen(field, width))).release();
+                texts.data()[i] = heapText(std::string_view(field, strnlen(field, width)), kNoMemory).release();
             }
             write(startRow + done, length, texts.data());
         });

@@ -57,8 +57,8 @@ struct Place {
 TablePtr instanceAt(EerrException& scope, const Place& place)
 {
     require(place.tableName != nullptr && *place.tableName != '\0', "NULL table name");
-    TablePtr table(allocate<Edsc_TableInstance>().release());
-    table->name = heapText(place.tableName).release();
+    TablePtr table(allocate<Edsc_TableInstance>(1, kNoMemory).release());
+    table->name = heapText(place.tableName, kNoMemory).release();
     table->context = place.context;
     table->methods =
         checked(scope, edsc_TableMethodsOpen(place.dllName, place.instanceName, place.instanceFlag, scope));

@@ -47,9 +47,9 @@ std::int32_t noRowCount(void*, std::int32_t*, Eerr_ErrorReport** err)
 void readColumnTypes(EerrException& scope, Edsc_TableMethods& methods)
 {
     if (methods.InstanceColumnTypesGet == nullptr) {
-        methods.columnTypes = allocate<char*>(1).release();
+        methods.columnTypes = allocate<char*>(1, kNoMemory).release();
         methods.columnTypeCount = 1;
-        methods.columnTypes[0] = heapText(columnTypeName(EDSC_COLUMN_INTEGER)).release();
+        methods.columnTypes[0] = heapText(columnTypeName(EDSC_COLUMN_INTEGER), kNoMemory).release();
         return;
     }
     std::int32_t count = 0;
@@ -110,12 +110,12 @@ void* load(EdllHandle library, const char* instanceName, bool prefixed, Eerr_Err
 {
     return guarded<void*>(err, "edsc_TableMethodsLoad", nullptr, [&](EerrException& scope) -> void* {
         InstanceEntries entries(library, instanceName, prefixed);
-        SetPtr methods(allocate<SharedTableMethods>().release());
+        SetPtr methods(allocate<SharedTableMethods>(1, kNoMemory).release());
         entries.findMark(scope, "TableOpen", methods->TableOpen);
         if (methods->TableOpen == nullptr) {
             return nullptr;
         }
-        methods->instanceName = heapText(instanceName).release();
+        methods->instanceName = heapText(instanceName, kNoMemory).release();
         entries.find(scope, "InstanceIsThreadsafe", methods->InstanceIsThreadsafe);
         entries.find(scope, "InstanceSupportsUnicode", methods->InstanceSupportsUnicode);
         entries.find(scope, "InstanceColumnTypesGet", methods->InstanceColumnTypesGet);
@@ -156,7 +156,7 @@ EMANTLE_API Edsc_TableMethods* edsc_TableMethodsOpen(const char* dllName, const 
                     "edll_InstanceOpen failed"));
         if (methods != nullptr && methods->dllName == nullptr) {
             try {
-                methods->dllName = heapText(dllName == nullptr ? "" : dllName).release();
+                methods->dllName = heapText(dllName == nullptr ? "" : dllName, kNoMemory).release();
             } catch (...) {
                 edll_InstanceClose(kClassName, instanceName, dllName, nullptr);
                 throw;

@@ -11,6 +11,9 @@
 
 namespace emantle::tables {
 
+/* What tables and columns say when memory is out. */
+constexpr const char* kNoMemory = "No memory";
+
 constexpr std::int32_t kColumnTypes = 4;
 constexpr std::int32_t kUnknownColumnType = -1;
 

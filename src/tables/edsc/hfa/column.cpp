@@ -25,7 +25,7 @@ HeapPtr<char> pathOfColumn(EerrException& scope, const Edsc_HFATable& table, con
 
 HFAColumnPtr newColumn(EerrException& scope, Edsc_HFATable& table, const char* name, const ColumnRecord& header)
 {
-    HFAColumnPtr column(allocate<OpenHFAColumn>().release());
+    HFAColumnPtr column(allocate<OpenHFAColumn>(1, kNoMemory).release());
     column->table = &table;
     column->path = pathOfColumn(scope, table, name).release();
     column->columnDataPtr = header.columnDataPtr;

@@ -68,12 +68,13 @@ void readTexts(EerrException& scope, Ehfa_File* file, const Run& run, std::int32
     FreshTexts fresh(texts, numRows);
     const std::int64_t rowsOfPiece = std::max<std::int64_t>(1, kPiece / run.width);
     const HeapPtr<char> piece =
-        allocate<char>(static_cast<std::size_t>(std::min<std::int64_t>(rowsOfPiece, numRows) * run.width));
+        allocate<char>(
+        static_cast<std::size_t>(std::min<std::int64_t>(rowsOfPiece, numRows) * run.width), kNoMemory);
     for (std::int64_t row = 0; row < numRows; row += rowsOfPiece) {
         const std::int64_t rows = std::min(rowsOfPiece, numRows - row);
         checked(scope, ehfa_FileMIFDataRead(file, run.position + row * run.width, rows * run.width, piece.get(), scope));
         for (std::int64_t i = 0; i < rows; ++i) {
-            HeapPtr<char> text = allocate<char>(static_cast<std::size_t>(run.width) + 1);
+            HeapPtr<char> text = allocate<char>(static_cast<std::size_t>(run.width) + 1, kNoMemory);
             std::memcpy(text.get(), piece.get() + i * run.width, static_cast<std::size_t>(run.width));
             texts[row + i] = text.release();
         }
@@ -85,7 +86,7 @@ void writeTexts(EerrException& scope, Ehfa_File* file, const Run& run, std::int3
 {
     const std::int64_t rowsOfPiece = std::max<std::int64_t>(1, kPiece / run.width);
     const std::int64_t mostBytes = std::min<std::int64_t>(rowsOfPiece, numRows) * run.width;
-    const HeapPtr<char> piece = allocate<char>(static_cast<std::size_t>(mostBytes));
+    const HeapPtr<char> piece = allocate<char>(static_cast<std::size_t>(mostBytes), kNoMemory);
     for (std::int64_t row = 0; row < numRows; row += rowsOfPiece) {
         const std::int64_t rows = std::min(rowsOfPiece, numRows - row);
         std::memset(piece.get(), 0, static_cast<std::size_t>(rows * run.width));

@@ -44,9 +44,9 @@ namespace {
 
 HFATablePtr newTable(Ehfa_File* file, const char* path, std::int32_t numRows)
 {
-    HFATablePtr table(allocate<Edsc_HFATable>().release());
+    HFATablePtr table(allocate<Edsc_HFATable>(1, kNoMemory).release());
     table->file = file;
-    table->path = heapText(path).release();
+    table->path = heapText(path, kNoMemory).release();
     table->numRows = numRows;
     return table;
 }
@@ -92,7 +92,7 @@ HeapPtr<char> leafOf(EerrException& scope, const char* path)
 void copyRun(EerrException& scope, Ehfa_File* file, std::uint32_t from, std::uint32_t to, std::int64_t size)
 {
     constexpr std::int64_t kChunk = 0x10000;
-    const HeapPtr<char> buffer = allocate<char>(kChunk);
+    const HeapPtr<char> buffer = allocate<char>(kChunk, kNoMemory);
     for (std::int64_t done = 0; done < size; done += kChunk) {
         const std::int64_t length = std::min(kChunk, size - done);
         checked(scope, ehfa_FileMIFDataRead(file, from + done, length, buffer.get(), scope));
@@ -160,9 +160,9 @@ EMANTLE_API int32_t edsc_HFAInstanceColumnTypesGet(int32_t* count, char*** names
         require(count != nullptr && names != nullptr, "Args");
         HeapPtr<char> texts[kColumnTypes];
         for (std::int32_t type = 0; type < kColumnTypes; ++type) {
-            texts[type] = heapText(columnTypeName(type));
+            texts[type] = heapText(columnTypeName(type), kNoMemory);
         }
-        *names = allocate<char*>(kColumnTypes).release();
+        *names = allocate<char*>(kColumnTypes, kNoMemory).release();
         *count = kColumnTypes;
         for (std::int32_t type = 0; type < kColumnTypes; ++type) {
             (*names)[type] = texts[type].release();
@@ -290,7 +290,7 @@ EMANTLE_API int32_t edsc_HFATableColumnNamesGet(void* handle, int32_t* count, ch
         for (long i = 0; i < found; ++i) {
             emsc_HeapFree(std::exchange(paths->strings[i], leafOf(scope, paths->strings[i]).release()));
         }
-        HeapPtr<char*> array = allocate<char*>(static_cast<std::size_t>(found));
+        HeapPtr<char*> array = allocate<char*>(static_cast<std::size_t>(found), kNoMemory);
         for (long i = 0; i < found; ++i) {
             array.get()[i] = std::exchange(paths->strings[i], nullptr);
         }

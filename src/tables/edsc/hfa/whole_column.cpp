@@ -58,7 +58,7 @@ EMANTLE_API Emsc_Boolean edsc_HFAColumnDataCopy(Ehfa_File* source, Ehfa_File* de
         const ColumnRecord header = currentHeader(scope, source);
         writeColumn(scope, destination, header, [&](std::uint32_t run, std::int64_t size) {
             constexpr std::int64_t kChunk = 0x10000;
-            const HeapPtr<char> buffer = allocate<char>(kChunk);
+            const HeapPtr<char> buffer = allocate<char>(kChunk, kNoMemory);
             for (std::int64_t done = 0; done < size; done += kChunk) {
                 const std::int64_t length = std::min(kChunk, size - done);
                 checked(scope, ehfa_FileMIFDataRead(source, header.columnDataPtr + done, length, buffer.get(), scope));
@@ -85,11 +85,11 @@ EMANTLE_API void* edsc_HFAColumnAndMIFDataRead(Ehfa_File* file, const char* node
         }
         require(file->entry != nullptr && std::strcmp(file->entry->type, kColumnType) == 0,
                 "Node type is not Edsc_Column");
-        ObjectOwner whole(allocate<WholeColumnRecord>().release(), wholeColumnDesign(scope));
+        ObjectOwner whole(allocate<WholeColumnRecord>(1, kNoMemory).release(), wholeColumnDesign(scope));
         const ColumnRecord header = currentHeader(scope, file);
         const std::int64_t size = runSize(header, header.numRows);
         auto* record = whole.as<WholeColumnRecord>();
-        record->column = allocate<ColumnRecord>().release();
+        record->column = allocate<ColumnRecord>(1, kNoMemory).release();
         *record->column = header;
         if (size > 0) {
             record->data.pointer = checked(scope, ehfa_FileMIFDataRead(file, header.columnDataPtr, size, nullptr, scope));
