@@ -161,7 +161,7 @@ void addHistogram(const std::string& type, Egda_PixelType code, int openCvType, 
     Edsc_BinFunction* function =
         isReal ? edsc_BinFunctionCreateLinear(0, 256, static_cast<std::uint32_t>(bins), nullptr)
                : edsc_BinFunctionCreateDirect(0, static_cast<std::uint32_t>(bins), nullptr);
-    static Esta_Histogram* const histogram = esta_HistogramCreate(0, function, nullptr);
+    static Esta_Histogram* const histogram = esta_HistogramCreate(bins, function, nullptr);
     measure("histogram/" + type, "eMantle", bytes, kPixels,
             [] { esta_RasterAccumulateHistogram(histogram, data, nullptr, nullptr); });
 #ifdef EMANTLE_BENCH_OPENCV

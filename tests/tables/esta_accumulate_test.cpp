@@ -125,7 +125,7 @@ TEST(RasterHistogram, CountsEveryPixelInTheBinOfTheFunction)
                 const Picture picture(type, 9, columns, ++seed);
                 const Picture mask = maskFor(picture, ++seed);
                 for (const Picture* under : {static_cast<const Picture*>(nullptr), &mask}) {
-                    const Histogram histogram(esta_HistogramCreate(0, function.get(), nullptr));
+                    const Histogram histogram(esta_HistogramCreate(function->binCount, function.get(), nullptr));
                     ASSERT_TRUE(esta_RasterAccumulateHistogram(histogram.get(), picture.get(),
                                                                under ? under->get() : nullptr, nullptr));
                     std::vector<double> expected(static_cast<std::size_t>(histogram->numrows));
@@ -150,7 +150,7 @@ TEST(RasterHistogram, WithManyBinsCountsTheSame)
     const BinFunction function = linear(-1000, 3000, 100'000);
     for (const long columns : {100L, 50'000L}) {
         const Picture picture(EGDA_TYPE_F32, 3, columns, 7);
-        const Histogram histogram(esta_HistogramCreate(0, function.get(), nullptr));
+        const Histogram histogram(esta_HistogramCreate(function->binCount, function.get(), nullptr));
         ASSERT_TRUE(esta_RasterAccumulateHistogram(histogram.get(), picture.get(), nullptr, nullptr));
         for (long row = 0; row < picture.rows(); ++row) {
             for (long column = 0; column < columns; ++column) {

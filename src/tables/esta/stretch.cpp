@@ -40,9 +40,10 @@ Range rangeOf(const Esta_Statistics* statistics, const Entries& entries, double 
 void fill(std::uint8_t* table, const Entries& entries, const Range& range)
 {
     const double slope = 255 / ((range.high - range.low) / entries.step);
-    double x = entries.first;
     double y = 0;
-    for (long entry = 0; entry < entries.count; ++entry, x += entries.step) {
+    for (long entry = 0; entry < entries.count; ++entry) {
+        /* As the ends of the range are computed, so that an end meets its entry. */
+        const double x = static_cast<double>(entry) * entries.step + entries.first;
         if (x < range.low && x < range.high) {
             table[entry] = 0;
         } else if (x < range.high) {
