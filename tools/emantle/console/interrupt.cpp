@@ -23,6 +23,7 @@ void catchInterrupts()
         std::signal(number, leaveMark);
     }
     std::signal(SIGPIPE, SIG_DFL);
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 void throwIfInterrupted()

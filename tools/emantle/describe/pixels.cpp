@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace tool {
 
@@ -17,8 +16,10 @@ bool canHold(Egda_PixelType type, double value)
         return value == std::trunc(value) && value >= emsc_AddressOf_egda_IntegerMinValue()[type] &&
                value <= emsc_AddressOf_egda_IntegerMaxValue()[type];
     }
+    /* The largest float is often written as a text that lies a little beyond it. */
+    constexpr double kRoundsToInfinity = 0x1.ffffffp127;
     const bool narrow = type == EGDA_TYPE_F32 || type == EGDA_TYPE_C64;
-    return !narrow || !std::isfinite(value) || std::fabs(value) <= std::numeric_limits<float>::max();
+    return !narrow || !std::isfinite(value) || std::fabs(value) < kRoundsToInfinity;
 }
 
 TablePtr tableOf(const std::vector<double>& values)

@@ -3,6 +3,7 @@
 #include "console/numbers.h"
 #include "console/owned.h"
 
+#include <emantle/data/egda.h>
 #include <emantle/frame/estr.h>
 #include <emantle/tables/edsc.h>
 

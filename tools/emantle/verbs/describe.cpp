@@ -7,6 +7,7 @@
 #include <cmath>
 #include <iostream>
 #include <memory>
+#include <sstream>
 
 namespace tool {
 
@@ -62,6 +63,7 @@ void describe(DescribeOptions& options)
         writer = std::make_unique<StoreWriter>(options.store, options.force);
     }
     nlohmann::ordered_json document{{"images", nlohmann::ordered_json::array()}};
+    std::ostringstream text;
     std::vector<std::string> remarks;
     for (std::size_t i = 0; i < options.images.size(); ++i) {
         const ImageDescription image = describeImage(options.images[i], options.scan, remarks);
@@ -71,8 +73,8 @@ void describe(DescribeOptions& options)
         if (options.common.json) {
             document["images"].push_back(toJson(image));
         } else {
-            std::cout << (i == 0 ? "" : "\n");
-            print(std::cout, image);
+            text << (i == 0 ? "" : "\n");
+            print(text, image);
         }
     }
     if (writer) {
@@ -83,6 +85,8 @@ void describe(DescribeOptions& options)
     }
     if (options.common.json) {
         std::cout << document.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
+    } else {
+        std::cout << text.str();
     }
 }
 
