@@ -30,6 +30,13 @@ public:
 
     std::int32_t binCount() const noexcept { return span_.binCount; }
     const Edsc_BinFunction& record() const noexcept { return *record_; }
+    Span span() const noexcept { return span_; }
+    /* The arithmetic of the function where it is of this built-in kind; else null. */
+    template <class Arithmetic>
+    const Arithmetic* arithmetic() const noexcept
+    {
+        return std::get_if<Arithmetic>(&kind_);
+    }
 
     /* Any count. */
     void apply(EerrException& scope, const double* values, long count, std::int32_t* bins) const;

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "verbs/verb.h"
+
+#include <emantle/frame/eerr.h>
+
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+/* Runs of the tool's verbs in this process, for tests that need very many. */
+struct InProcess {
+    int status = 0;
+    std::string out;
+    std::string failure; /* the line of a run that failed */
+};
+
+inline void dropReport(void*, Eerr_ErrorReport*, Eerr_ErrorReportingMode, Eerr_ErrorReport**) {}
+
+inline InProcess runHere(const std::vector<std::string>& arguments)
+{
+    InProcess result;
+    std::ostringstream out;
+    std::streambuf* const usual = std::cout.rdbuf(out.rdbuf());
+    tool::Exit status = tool::Exit::success;
+    CLI::App program("", "emantle");
+    program.require_subcommand(1);
+    tool::addList(program, status);
+    tool::addShow(program, status);
+    tool::addCheck(program, status);
+    try {
+        program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+        result.status = static_cast<int>(status);
+    } catch (const CLI::ParseError& error) {
+        result.status = 2;
+        result.failure = error.what();
+    } catch (const std::exception& failure) {
+        result.status = 1;
+        result.failure = failure.what();
+    }
+    std::cout.rdbuf(usual);
+    result.out = out.str();
+    return result;
+}

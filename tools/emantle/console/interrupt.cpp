@@ -1,0 +1,36 @@
+#include "console/interrupt.h"
+
+#include "console/failure.h"
+
+#include <csignal>
+
+namespace tool {
+
+namespace {
+
+volatile std::sig_atomic_t interrupted = 0;
+
+void leaveMark(int)
+{
+    interrupted = 1;
+}
+
+}  // namespace
+
+void catchInterrupts()
+{
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        std::signal(number, leaveMark);
+    }
+    std::signal(SIGPIPE, SIG_DFL);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void throwIfInterrupted()
+{
+    if (interrupted != 0) {
+        throw Interrupted();
+    }
+}
+
+}  // namespace tool

@@ -1,0 +1,203 @@
+#include "describe/store_writer.h"
+
+#include <emantle/frame/eint.h>
+#include <emantle/store/emif.h>
+#include <emantle/tables/edsc.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <filesystem>
+#include <system_error>
+#include <unistd.h>
+
+namespace tool {
+
+namespace {
+
+using OpenTable = Owned<Edsc_TableInstance, edsc_TableClose>;
+
+struct ImageRecord {
+    std::int32_t width;
+    std::int32_t height;
+    std::int32_t numLayers;
+};
+
+struct LayerRecord {
+    std::int32_t width;
+    std::int32_t height;
+    std::int32_t pixelType;
+};
+
+/* Names of nodes end where the grammar of paths begins, and are printed later. */
+std::string asNodeName(const std::string& stem)
+{
+    std::string name;
+    for (const char c : stem) {
+        const auto code = static_cast<unsigned char>(c);
+        const bool odd = code < 0x20 || code == 0x7f || c == ':' || c == ',' || c == '(' || c == ')' || c == '\\';
+        name += odd ? '_' : c;
+    }
+    return name.empty() ? "image" : name;
+}
+
+/* At most `bytes` bytes, without half of a character at the end. */
+std::string cutTo(std::string text, std::size_t bytes)
+{
+    if (text.size() > bytes) {
+        while (bytes > 0 && (static_cast<unsigned char>(text[bytes]) & 0xc0) == 0x80) {
+            --bytes;
+        }
+        text.resize(bytes);
+    }
+    return text;
+}
+
+std::string temporaryBeside(const std::string& path)
+{
+    const std::filesystem::path target(path);
+    return (target.parent_path() / ("." + target.filename().string() + "." + std::to_string(getpid()) + ".tmp")).string();
+}
+
+void requirePlace(const std::string& path, bool replace)
+{
+    std::error_code error;
+    const std::filesystem::path target(path);
+    const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : ".";
+    if (!std::filesystem::is_directory(folder, error)) {
+        throw Failure(path + ": there is no folder " + folder.string());
+    }
+    if (std::filesystem::is_directory(target, error)) {
+        throw Failure(path + ": is a directory");
+    }
+    if (!replace && std::filesystem::exists(target, error)) {
+        throw Failure(path + ": exists; --force replaces it");
+    }
+    if (access(folder.c_str(), W_OK | X_OK) != 0) {
+        throw Failure(path + ": the folder " + folder.string() + " is not writable");
+    }
+}
+
+Emif_Design* designOfImage(Emif_Dictionary* dictionary, Reports& reports)
+{
+    return emif_DesignCreate(dictionary, "Emantle_Image", reports, EMIF_TYPE_LONG, "width", EMIF_TYPE_LONG, "height",
+                             EMIF_TYPE_LONG, "numLayers", 0);
+}
+
+Emif_Design* designOfLayer(Emif_Dictionary* dictionary, Reports& reports)
+{
+    return emif_DesignCreate(dictionary, "Emantle_Layer", reports, EMIF_TYPE_LONG, "width", EMIF_TYPE_LONG, "height",
+                             EMIF_TYPE_ENUM, "pixelType", "u1", "u2", "u4", "u8", "s8", "u16", "s16", "u32", "s32",
+                             "f32", "f64", "c64", "c128", nullptr, 0);
+}
+
+}  // namespace
+
+StoreWriter::StoreWriter(const std::string& path, bool replace) : path_(path), temporary_(temporaryBeside(path))
+{
+    requirePlace(path, replace);
+    file_ = ehfa_FileCreate(temporary_.c_str(), eint_InitToolkit(reports_), reports_);
+    try {
+        check();
+        imageDesign_ = designOfImage(file_->dictionary, reports_);
+        check();
+        layerDesign_ = designOfLayer(file_->dictionary, reports_);
+        check();
+    } catch (...) {
+        Reports closing;
+        ehfa_FileClose(file_, closing);
+        unlink(temporary_.c_str());
+        throw;
+    }
+}
+
+StoreWriter::~StoreWriter()
+{
+    if (!temporary_.empty()) {
+        Reports closing;
+        ehfa_FileClose(file_, closing);
+        unlink(temporary_.c_str());
+    }
+}
+
+void StoreWriter::check() const
+{
+    reports_.check(path_ + ": cannot be written");
+}
+
+std::string StoreWriter::uniqueNodeName(const std::string& imagePath)
+{
+    const std::string name = asNodeName(std::filesystem::path(imagePath).stem().string());
+    std::string unique = cutTo(name, EHFA_NAME_MAX);
+    for (int number = 2; !names_.insert(unique).second; ++number) {
+        const std::string ending = "_" + std::to_string(number);
+        unique = cutTo(name, EHFA_NAME_MAX - ending.size()) + ending;
+    }
+    return unique;
+}
+
+void StoreWriter::add(const ImageDescription& image)
+{
+    const std::string name = uniqueNodeName(image.path);
+    const ImageRecord record{static_cast<std::int32_t>(image.width), static_cast<std::int32_t>(image.height),
+                             static_cast<std::int32_t>(image.layers.size())};
+    ehfa_ObjectWrite(file_, ":", name.c_str(), imageDesign_->name, EHFA_WRITE_LAST_CHILD, &record, imageDesign_, reports_);
+    check();
+    const std::string node = ":" + name;
+    for (const LayerDescription& layer : image.layers) {
+        addLayer(node, image, layer);
+    }
+    if (image.hasCovariance()) {
+        esta_CovarianceWrite(file_, node.c_str(), image.covariance->covariance, reports_);
+        check();
+    }
+}
+
+void StoreWriter::addLayer(const std::string& imageNode, const ImageDescription& image, const LayerDescription& layer)
+{
+    const LayerRecord record{static_cast<std::int32_t>(image.width), static_cast<std::int32_t>(image.height), layer.type};
+    ehfa_ObjectWrite(file_, imageNode.c_str(), layer.name.c_str(), layerDesign_->name, EHFA_WRITE_LAST_CHILD, &record,
+                     layerDesign_, reports_);
+    check();
+    const std::string node = imageNode + ":" + layer.name;
+    esta_StatisticsWrite(file_, node.c_str(), &layer.statistics(), reports_);
+    check();
+    if (image.excluded) {
+        esta_StatisticsWriteExcludedValues(file_, node.c_str(), image.excluded.get(), reports_);
+        check();
+    }
+    if (image.skipX != 1 || image.skipY != 1) {
+        esta_StatisticsWriteSkipFactors(file_, node.c_str(), image.skipX, image.skipY, reports_);
+        check();
+    }
+    if (layer.histogram() != nullptr && layer.histogram()->numrows > 0) {
+        addTable(node, image, layer);
+    }
+}
+
+void StoreWriter::addTable(const std::string& layerNode, const ImageDescription& image, const LayerDescription& layer)
+{
+    const Esta_Histogram& histogram = *layer.histogram();
+    const OpenTable table(edsc_TableCreate(file_, layerNode.c_str(), "Descriptor_Table", EHFA_WRITE_LAST_CHILD,
+                                           histogram.numrows, histogram.binfunction, reports_, nullptr));
+    check();
+    esta_HistogramWrite(table.get(), &histogram, 0, ESTA_ALL_BINS, reports_);
+    check();
+    if (image.skipX != 1 || image.skipY != 1) {
+        esta_HistogramWriteSkipFactors(table.get(), image.skipX, image.skipY, reports_);
+        check();
+    }
+}
+
+void StoreWriter::commit()
+{
+    Ehfa_File* file = file_;
+    file_ = nullptr;
+    ehfa_FileClose(file, reports_);
+    check();
+    if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
+        throw Failure(path_ + ": " + std::generic_category().message(errno));
+    }
+    temporary_.clear();
+}
+
+}  // namespace tool

@@ -1,0 +1,57 @@
+#include "console/interrupt.h"
+#include "verbs/verb.h"
+
+#include <emantle/frame/eerr.h>
+
+#include <iostream>
+
+namespace {
+
+/* The library prints what it tells without failing; those lines go to standard error, one each. */
+void printReport(void*, Eerr_ErrorReport* report, Eerr_ErrorReportingMode, Eerr_ErrorReport**)
+{
+    for (; report != nullptr; report = report->next) {
+        if (report->message != nullptr && *report->message != '\0') {
+            std::cerr << "emantle: " << tool::oneLine(report->message) << '\n';
+        }
+    }
+}
+
+int run(int argc, char** argv)
+{
+    CLI::App program("Describes rasters, and looks into the stores that keep the results.", "emantle");
+    program.set_version_flag("--version", "emantle " EMANTLE_VERSION);
+    program.require_subcommand(1);
+    tool::Exit status = tool::Exit::success;
+    tool::addDescribe(program, status);
+    tool::addList(program, status);
+    tool::addShow(program, status);
+    tool::addCheck(program, status);
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        const int code = program.exit(error, std::cout, std::cerr);
+        return code == 0 ? 0 : static_cast<int>(tool::Exit::usage);
+    }
+    std::cout.flush();
+    if (!std::cout) {
+        throw tool::Failure("standard output cannot be written");
+    }
+    return static_cast<int>(status);
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    tool::catchInterrupts();
+    eerr_SetAltErrorFunction(printReport, nullptr);
+    try {
+        return run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        std::cerr << "emantle: out of memory\n";
+    } catch (const std::exception& failure) {
+        std::cerr << "emantle: " << tool::oneLine(failure.what()) << '\n';
+    }
+    return static_cast<int>(tool::Exit::failure);
+}
