@@ -78,7 +78,12 @@ bool seekType(EerrException& scope, Ehfa_File* file, const char* path, const cha
 void writeChild(EerrException& scope, Ehfa_File* file, const char* name, const char* type, const void* record,
                 mif::OwnDesign& design)
 {
+    const uint32_t node = file->entryPtr;
     if (!seek(scope, file, EHFA_SEEK_CHILD_NAME, name)) {
+        /* The search ended at another child, if there is one. */
+        if (file->entryPtr != node) {
+            require(seek(scope, file, EHFA_SEEK_PARENT, nullptr), "EntrySeek failure");
+        }
         insertChild(scope, file, name, type, record, design);
         return;
     }
