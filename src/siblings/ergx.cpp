@@ -28,7 +28,11 @@ bool isUtf8(const char* text)
 {
     const auto* at = reinterpret_cast<const unsigned char*>(text);
     while (*at != 0) {
-        const int more = *at < 0x80 ? 0 : *at >= 0xc2 && *at < 0xe0 ? 1 : *at >= 0xe0 && *at < 0xf0 ? 2 : *at >= 0xf0 && *at < 0xf5 ? 3 : -1;
+        const int more = *at < 0x80                  ? 0
+                         : *at >= 0xc2 && *at < 0xe0 ? 1
+                         : *at >= 0xe0 && *at < 0xf0 ? 2
+                         : *at >= 0xf0 && *at < 0xf5 ? 3
+                                                     : -1;
         if (more < 0) {
             return false;
         }

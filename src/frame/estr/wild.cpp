@@ -70,7 +70,8 @@ constexpr Row rows[] = {
     {State::set, '\\', Where::anywhere, nullptr, true, State::setEscape},
     {State::set, ']', Where::anywhere, nullptr, true, State::text},
     {State::set, anyCharacter, Where::anywhere, nullptr, true, State::set},
-    {State::setEscape, endOfText, Where::anywhere, "End of string after backslash in character set", false, State::failure},
+    {State::setEscape, endOfText, Where::anywhere, "End of string after backslash in character set", false,
+     State::failure},
     {State::setEscape, anyCharacter, Where::anywhere, nullptr, true, State::set},
     {State::escape, endOfText, Where::anywhere, "End of string after backslash", false, State::failure},
     {State::escape, anyCharacter, Where::anywhere, nullptr, true, State::text},
@@ -208,7 +209,8 @@ EMANTLE_API Emsc_Boolean estr_IsWild(const char* text)
         return 0;
     }
     Emsc_Boolean wild = 0;
-    return std::strpbrk(text, "*?") != nullptr || (estr_WildREDetermine(text, nullptr, 0, 1, &wild, nullptr), wild != 0);
+    return std::strpbrk(text, "*?") != nullptr ||
+           (estr_WildREDetermine(text, nullptr, 0, 1, &wild, nullptr), wild != 0);
 }
 
 EMANTLE_API Emsc_Boolean estr_WildCompare(const char* pattern, const char* text)
