@@ -1,5 +1,3 @@
-#include "frame/memory/heap_ptr.h"
-
 #include <cstdarg>
 #include <cstring>
 #include <emantle/frame/eerr.h>
@@ -168,9 +166,10 @@ void LastPattern::take(const char* wanted, bool withCase)
     }
     known = false;
     const Translation translation = translate(wanted, withCase);
-    char* refused = nullptr;
-    expression.reset(translation.reason == nullptr ? ergx_RECreate(translation.expression.c_str(), &refused) : nullptr);
-    const HeapPtr<char> owner(refused);
+    char refused[256] = "";
+    expression.reset(translation.reason == nullptr
+                         ? ergx_RECreate(translation.expression.c_str(), refused, sizeof refused)
+                         : nullptr);
     if (expression == nullptr) {
         log("Error evaluating wildcard <%s>: %s", wanted, translation.reason != nullptr ? translation.reason : refused);
         return;
