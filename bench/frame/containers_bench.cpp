@@ -55,8 +55,7 @@ struct Ours {
     int id;
 };
 
-template <class Map>
-struct OfMap {
+template <class Map> struct OfMap {
     void insert(const std::string& key, std::int64_t value) { map.emplace(key, value); }
     std::int64_t find(const std::string& key) { return map.find(key)->second; }
     Map map;
@@ -81,8 +80,7 @@ struct GLib {
 };
 #endif
 
-template <class Table>
-void insertKeys(benchmark::State& state)
+template <class Table> void insertKeys(benchmark::State& state)
 {
     const std::vector<std::string>& all = keys(state.range(0));
     for (auto _ : state) {
@@ -96,8 +94,7 @@ void insertKeys(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-template <class Table>
-void findKeys(benchmark::State& state)
+template <class Table> void findKeys(benchmark::State& state)
 {
     Table table;
     std::int64_t value = 0;
@@ -140,7 +137,7 @@ void copyInOneByOne(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-#define EMANTLE_BENCH_TABLE(Table)                                                                  \
+#define EMANTLE_BENCH_TABLE(Table)                                                                 \
     BENCHMARK_TEMPLATE(insertKeys, Table)->Arg(1000)->Arg(1000000)->Unit(benchmark::kMillisecond); \
     BENCHMARK_TEMPLATE(findKeys, Table)->Arg(1000)->Arg(1000000)->Unit(benchmark::kMillisecond)
 
@@ -153,4 +150,4 @@ EMANTLE_BENCH_TABLE(GLib);
 BENCHMARK(appendTexts)->Arg(1000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(copyInOneByOne)->Arg(1000000)->Unit(benchmark::kMillisecond);
 
-}  // namespace
+} // namespace

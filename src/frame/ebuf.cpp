@@ -55,9 +55,9 @@ void growFor(Ebuf_Buffer** buffer, long needed) noexcept
     }
 }
 
-}  // namespace
+} // namespace
 
-}  // namespace emantle
+} // namespace emantle
 
 using namespace emantle;
 

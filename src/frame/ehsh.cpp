@@ -1,10 +1,12 @@
 #include "frame/ehsh/hash_table.h"
 #include "frame/guard/guard.h"
 #include "frame/guard/plain_scope.h"
+#include "platform/threads.h"
 
 #include <emantle/siblings/ethr.h>
 
 #include <cstdarg>
+#include <cstdio>
 #include <cstring>
 
 namespace emantle {
@@ -19,7 +21,8 @@ Elnk_List takenTables;
 
 HashTable** tableSlot(int id) noexcept
 {
-    return id < 1 ? nullptr : static_cast<HashTable**>(ebuf_BufferAddress(tables, id - 1L));
+    return tables == nullptr || id < 1 || id > tables->used ? nullptr
+                                                            : reinterpret_cast<HashTable**>(tables + 1) + (id - 1);
 }
 
 bool openRegistry() noexcept
@@ -49,15 +52,10 @@ int enter(std::unique_ptr<HashTable>& table) noexcept
     return static_cast<int>(slot) + 1;
 }
 
-template <class... Arguments>
-void status(const char* function, Say text, Arguments... arguments) noexcept
+/* Prints what a call tells and goes on after. */
+void status(const char* function, const char* text, long number = __builtin_LINE()) noexcept
 {
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-#pragma GCC diagnostic ignored "-Wformat-security"
-    Eerr_ErrorReport* report =
-        eerr_CreateErrorReport(function, text.number, EERR_STATUS, nullptr, text.format, arguments...);
-#pragma GCC diagnostic pop
+    Eerr_ErrorReport* report = eerr_CreateErrorReport(function, number, EERR_STATUS, nullptr, "%s", text);
     eerr_PrintErrorReport(report, EERR_PRINT_ALL);
     eerr_DeleteErrorReportEx(&report);
 }
@@ -88,12 +86,59 @@ void readOption(int tag, va_list& arguments, HashOptions& options)
     case EHSH_GROW_AT:
         options.growAt = va_arg(arguments, double);
         break;
-    default:
+    default: {
         static_cast<void>(va_arg(arguments, int));
-        status(function, "Unrecognized hash table option %d - ignored.", tag);
+        char text[64];
+        std::snprintf(text, sizeof text, "Unrecognized hash table option %d - ignored.", tag);
+        status(function, text);
         break;
     }
+    }
 }
+
+/* What a caller gets for a key: its data, or in a table without data something that is not null. */
+void* slotOf(const HashTable& table, HashTable::Node* node) noexcept
+{
+    return table.dataSize() == 0 ? const_cast<void*>(table.keyOf(node)) : table.dataOf(node);
+}
+
+void takeData(const HashTable& table, HashTable::Node* node, const void* data) noexcept
+{
+    if (table.dataSize() == 0) {
+        status("ehsh_KeyHash", "Data supplied for hashing to table with 0 dataSize...ignored");
+    } else {
+        std::memmove(table.dataOf(node), data, table.dataSize());
+    }
+}
+
+/* The unsafe section around the use of one key. It is left out where the process has one thread and nothing foreign
+ * runs that could start another. */
+class KeySection {
+public:
+    explicit KeySection(int id) noexcept : held_(!platform::onlyThread() || !hashesItself(id))
+    {
+        if (held_) {
+            ethr_ThreadUnsafeCodeEnter(0);
+        }
+    }
+    ~KeySection()
+    {
+        if (held_) {
+            ethr_ThreadUnsafeCodeExit();
+        }
+    }
+    KeySection(const KeySection&) = delete;
+    KeySection& operator=(const KeySection&) = delete;
+
+private:
+    static bool hashesItself(int id) noexcept
+    {
+        const HashTable* table = hashTableOf(id);
+        return table != nullptr && table->hashesItself();
+    }
+
+    const bool held_;
+};
 
 HashTable* tableOrRaise(PlainScope& scope, int id) noexcept
 {
@@ -141,7 +186,7 @@ bool raiseOutcome(PlainScope& scope, HashTable::Outcome outcome) noexcept
     return true;
 }
 
-}  // namespace
+} // namespace
 
 HashTable* hashTableOf(int id) noexcept
 {
@@ -153,15 +198,14 @@ void* hashFind(int id, const void* key) noexcept
 {
     const EthrMTUnsafeCode unsafe;
     const HashTable* table = hashTableOf(id);
-    bool bucketFound = false;
-    const HashTable::Node* node = table == nullptr || key == nullptr ? nullptr : table->find(key, bucketFound);
-    if (node == nullptr) {
+    HashTable::Place place;
+    if (table == nullptr || key == nullptr || !table->locate(key, place) || *place.link == nullptr) {
         return nullptr;
     }
-    return table->hasData() ? table->dataOf(node) : const_cast<void*>(HashTable::keyOf(node));
+    return slotOf(*table, *place.link);
 }
 
-}  // namespace emantle
+} // namespace emantle
 
 using namespace emantle;
 
@@ -199,26 +243,30 @@ EMANTLE_API void ehsh_TableDelete(int id, Eerr_ErrorReport** err)
 EMANTLE_API void* ehsh_KeyHash(int id, const void* key, const void* data, Eerr_ErrorReport** err)
 {
     PlainScope scope("ehsh_KeyHash", err);
-    const EthrMTUnsafeCode unsafe;
+    const KeySection unsafe(id);
     if (key == nullptr) {
         return scope.raise("Invalid search key"), nullptr;
     }
     HashTable* table = tableOrRaise(scope, id);
-    HashTable::Node* node = nullptr;
-    if (table == nullptr || raiseOutcome(scope, table->insert(key, node))) {
+    if (table == nullptr) {
         return nullptr;
     }
-    if (!table->hasData()) {
-        if (data != nullptr) {
-            status("ehsh_KeyHash", "Data supplied for hashing to table with 0 dataSize...ignored");
-        }
-        return const_cast<void*>(HashTable::keyOf(node));
+    HashTable::Place place;
+    HashTable::Outcome outcome = HashTable::Outcome::done;
+    if (!table->locate(key, place)) [[unlikely]] {
+        outcome = HashTable::Outcome::noBucket;
+    } else if (*place.link == nullptr) {
+        outcome = table->add(key, place);
+    } else if (table->hasOrder() && !table->renew(*place.link)) {
+        outcome = HashTable::Outcome::orderBroken;
     }
-    void* slot = table->dataOf(node);
+    if (outcome != HashTable::Outcome::done && raiseOutcome(scope, outcome)) [[unlikely]] {
+        return nullptr;
+    }
     if (data != nullptr) {
-        std::memmove(slot, data, table->dataSize());
+        takeData(*table, *place.link, data);
     }
-    return slot;
+    return slotOf(*table, *place.link);
 }
 
 EMANTLE_API void* ehsh_KeyUnHash(int id, const void* key, Eerr_ErrorReport** err)
@@ -232,12 +280,14 @@ EMANTLE_API void* ehsh_KeyUnHash(int id, const void* key, Eerr_ErrorReport** err
     if (key == nullptr) {
         return scope.raise("Invalid search key"), nullptr;
     }
-    bool bucketFound = false;
-    HashTable::Node* node = table->find(key, bucketFound);
-    if (node == nullptr) {
-        return scope.raise(bucketFound ? "Can't find data in hash table" : "Can't find bucket"), nullptr;
+    HashTable::Place place;
+    if (!table->locate(key, place)) {
+        return scope.raise("Can't find bucket"), nullptr;
     }
-    return removeNode(scope, *table, node, "ehsh_KeyUnHash");
+    if (*place.link == nullptr) {
+        return scope.raise("Can't find data in hash table"), nullptr;
+    }
+    return removeNode(scope, *table, *place.link, "ehsh_KeyUnHash");
 }
 
 EMANTLE_API void* ehsh_KeyUnHashFIFO(int id, Eerr_ErrorReport** err)
@@ -255,7 +305,7 @@ EMANTLE_API void* ehsh_KeyUnHashFIFO(int id, Eerr_ErrorReport** err)
     if (node == nullptr) {
         return scope.raise("Key at hash head is invalid"), nullptr;
     }
-    if (!table->hasData()) {
+    if (table->dataSize() == 0) {
         status("ehsh_KeyUnHashFIFO", "Data requested from hash table with dataSize 0...ignored");
     }
     return removeNode(scope, *table, node, "ehsh_KeyUnHashFIFO");
@@ -276,9 +326,9 @@ EMANTLE_API Estr_StringList* ehsh_KeyList(int id, Eerr_ErrorReport** err)
         std::string key;
         for (long slot = 0; slot < table->slots(); ++slot) {
             if (const HashTable::Node* node = table->nodeAt(slot)) {
-                const auto* bytes = static_cast<const char*>(HashTable::keyOf(node));
-                key.assign(bytes, table->keySize() == 0 ? std::strlen(bytes)
-                                                        : static_cast<std::size_t>(table->keySize()));
+                const auto* bytes = static_cast<const char*>(table->keyOf(node));
+                key.assign(bytes,
+                           table->keySize() == 0 ? std::strlen(bytes) : static_cast<std::size_t>(table->keySize()));
                 checked(scope, estr_StringListAppend(list, key.c_str(), scope));
             }
         }
@@ -301,8 +351,8 @@ EMANTLE_API void ehsh_KeysApplyFunction(int id, Ehsh_KeyFunction function, Eerr_
     HashTable* table = tableOrRaise(scope, id);
     /* The function may add and remove keys, so nothing of the walk but the number of the slot outlives a call. */
     for (long slot = 0; table != nullptr && function != nullptr && slot < table->slots(); ++slot) {
-        if (const HashTable::Node* node = table->nodeAt(slot)) {
-            function(id, HashTable::keyOf(node), table->dataOf(node), scope);
+        if (HashTable::Node* node = table->nodeAt(slot)) {
+            function(id, table->keyOf(node), table->dataOf(node), scope);
             if (scope.failed()) {
                 scope.raise("KeysApplyFunction failed");
                 return;

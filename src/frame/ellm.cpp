@@ -34,9 +34,9 @@ void join(Ellm_Node* before, Ellm_Node* first, Ellm_Node* after) noexcept
     }
 }
 
-}  // namespace
+} // namespace
 
-}  // namespace emantle
+} // namespace emantle
 
 using namespace emantle;
 

@@ -116,9 +116,9 @@ bool linkBefore(const Links& links, const Elnk_Pair& pair, long index, std::int3
     return true;
 }
 
-}  // namespace
+} // namespace
 
-}  // namespace emantle
+} // namespace emantle
 
 using namespace emantle;
 

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <malloc.h>
+#include <sys/mman.h>
 
 #if defined(__SANITIZE_ADDRESS__)
 #define EMANTLE_ADDRESS_SANITIZER 1
@@ -149,6 +150,18 @@ std::size_t sizeOf(const void* block) noexcept
 #else
     return headerOf(block)->size;
 #endif
+}
+
+void preferLargePages(void* block, std::size_t size) noexcept
+{
+    constexpr std::uintptr_t largePage = std::uintptr_t{2} << 20;
+    const auto first = (reinterpret_cast<std::uintptr_t>(block) + largePage - 1) & ~(largePage - 1);
+    const auto end = (reinterpret_cast<std::uintptr_t>(block) + size) & ~(largePage - 1);
+    if (first < end) {
+        const int kept = errno;
+        madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+        errno = kept;
+    }
 }
 
 void preferLowFragmentation() noexcept {}

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <pthread.h>
+#include <sys/single_threaded.h>
 
 // Locks that work from all-zero static storage: they need no construction order and, having nothing to destroy, may
 // still be used while the program ends. Both fit std::lock_guard.
@@ -10,6 +11,10 @@ namespace emantle::platform {
 
 // Identifies the calling thread among those alive; never 0.
 std::int64_t threadId() noexcept;
+
+// Whether the process has no other thread. What starts none itself may then leave out a lock, whose instructions keep the loads
+// of one call from starting before the last call has ended.
+inline bool onlyThread() noexcept { return __libc_single_threaded != 0; }
 
 class Mutex {
 public:

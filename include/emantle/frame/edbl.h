@@ -10,7 +10,7 @@
 namespace edbl {
 
 /* The number that the whole text is. The spellings of infinities and of NaN that the library writes read back, in any
- * letter case. Throws EerrException for anything that is no number, and for null. */
+ * letter case. Throws EerrException for anything that is no number, for one out of range, and for null. */
 EMANTLE_CLASS double StringToDouble(const char* s);
 
 /* The same; false, with `out` as it was, for what is no number. */

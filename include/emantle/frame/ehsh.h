@@ -7,8 +7,7 @@
 /* ehsh: hash tables from keys to data of one size.
  *  1. A table is known by its id, from 1. Ids of deleted tables are given out again.
  *  2. Keys are texts, or `keySize` bytes where that option is set. Keys and data are copied in.
- *  3. The address of a data slot is valid until the next call that adds a key to its table. Data of texts and numbers
- *     lies on a multiple of 16 where its size is one.
+ *  3. The address of a data slot is valid until its key is removed, and a multiple of 8.
  *  4. Every call runs in the unsafe section, and so do the functions that it calls. Such a function may
  *     use the table, but not delete it.
  *  5. A failure gives 0 or null and the report. What is told as a status is printed, and the call goes on. An id that no
@@ -43,7 +42,7 @@ EMANTLE_API void ehsh_TableDelete(int id, Eerr_ErrorReport** err);
  * the table's hash function answers with no bucket; the table is then as it was. */
 EMANTLE_API void* ehsh_KeyHash(int id, const void* key, const void* data, Eerr_ErrorReport** err);
 
-/* Removes a key and returns the address of its data, which the next key added to the table may overwrite; null in a
+/* Removes a key and returns the address of its data, which is valid until the next removal from the table; null in a
  * table without data. A key that the table does not have is "Can't find data in hash table". */
 EMANTLE_API void* ehsh_KeyUnHash(int id, const void* key, Eerr_ErrorReport** err);
 

@@ -30,7 +30,7 @@ void moveTo(ByteBuffer& buffer, char* block, long size) noexcept
     buffer.size = size;
 }
 
-}  // namespace
+} // namespace
 
 ByteBuffer NewBuffer(long size, long limit) noexcept
 {
@@ -120,4 +120,4 @@ long TransferBuffer(ByteBuffer& from, ByteBuffer& to, long n) noexcept
     return moved;
 }
 
-}  // namespace emantle
+} // namespace emantle

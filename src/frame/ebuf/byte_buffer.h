@@ -40,4 +40,4 @@ long CopyFromBuffer(ByteBuffer& buffer, void* target, long n) noexcept;
 /* Moves up to `n` bytes from one buffer to the other. Returns how many. */
 long TransferBuffer(ByteBuffer& from, ByteBuffer& to, long n) noexcept;
 
-}  // namespace emantle
+} // namespace emantle

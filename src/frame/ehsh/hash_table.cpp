@@ -1,5 +1,7 @@
 #include "frame/ehsh/hash_table.h"
 
+#include "platform/heap.h"
+
 #include <emantle/frame/emsc/heap.h>
 
 #include <algorithm>
@@ -9,44 +11,11 @@
 
 namespace emantle {
 
-struct HashTable::Node {
-    Node* next;
-    std::uint32_t hash; /* by the default function all of it, by another one the bucket */
-    std::int32_t slot;
-
-    char* key() noexcept { return reinterpret_cast<char*>(this + 1); }
-    const char* key() const noexcept { return reinterpret_cast<const char*>(this + 1); }
-};
-
 namespace {
 
 constexpr long kLeastSize = 20;
 constexpr long kLargestSize = 1L << 30;
-
-/* The default hash: h = h * 33 + byte, bytes signed. The bucket is its low bits, as the size is a power of two. */
-std::uint32_t textHash(const char* key) noexcept
-{
-    std::uint32_t hash = 0;
-    for (; *key != 0; ++key) {
-        hash = hash * 33 + static_cast<std::uint32_t>(static_cast<signed char>(*key));
-    }
-    return hash;
-}
-
-std::uint32_t bytesHash(const char* key, long size) noexcept
-{
-    std::uint32_t hash = 0;
-    for (const char* end = key + size; key != end; ++key) {
-        hash = hash * 33 + static_cast<std::uint32_t>(static_cast<signed char>(*key));
-    }
-    return hash;
-}
-
-std::uint32_t defaultHash(const void* key, long keySize) noexcept
-{
-    const auto* bytes = static_cast<const char*>(key);
-    return keySize == 0 ? textHash(bytes) : bytesHash(bytes, keySize);
-}
+constexpr std::size_t kLargestData = std::size_t{1} << 31;
 
 /* A free slot's word: the number of the next free one, twice, plus one. Nodes lie on even addresses. */
 std::uintptr_t freeWord(std::int32_t next) noexcept
@@ -64,98 +33,44 @@ std::uintptr_t& wordOf(Ebuf_Buffer* nodes, long slot) noexcept
     return reinterpret_cast<std::uintptr_t*>(nodes + 1)[slot];
 }
 
-/* An empty buffer with room for `n` elements. */
-Ebuf_Buffer* bufferWithRoom(long n, long elementSize) noexcept
-{
-    Ebuf_Buffer* buffer = ebuf_BufferAllocate(n, elementSize);
-    if (buffer != nullptr) {
-        buffer->used = 0;
-    }
-    return buffer;
-}
-
-}  // namespace
+} // namespace
 
 std::unique_ptr<HashTable> HashTable::create(long size, long dataSize, const HashOptions& options) noexcept
 {
     std::unique_ptr<HashTable> table(new (std::nothrow) HashTable);
-    if (table != nullptr && !table->prepare(std::max(size, kLeastSize), dataSize, options)) {
+    if (table != nullptr &&
+        !table->prepare(std::max(size, kLeastSize), static_cast<std::size_t>(std::max(dataSize, 0L)), options)) {
         table.reset();
     }
     return table;
 }
 
-bool HashTable::prepare(long size, long dataSize, const HashOptions& options) noexcept
+bool HashTable::prepare(long size, std::size_t dataSize, const HashOptions& options) noexcept
 {
-    if (size > kLargestSize) {
+    if (size > kLargestSize || dataSize > kLargestData) {
         return false;
     }
+    dataSize_ = dataSize;
+    keyOffset_ = sizeof(Node) + (dataSize + 7) / 8 * 8;
     keySize_ = options.keySize;
     function_ = options.function;
     growAt_ = options.growAt > 0 ? options.growAt : 1.0;
     tableSize_ = function_ == nullptr ? static_cast<long>(std::bit_ceil(static_cast<unsigned long>(size))) : size;
     buckets_ = static_cast<Node**>(emsc_HeapMalloc(tableSize_ * static_cast<long>(sizeof(Node*))));
-    nodes_ = bufferWithRoom(tableSize_ / 2, sizeof(Node*));
-    if (buckets_ == nullptr || nodes_ == nullptr) {
+    nodes_ = ebuf_BufferAllocate(tableSize_ / 2, sizeof(Node*));
+    order_ = options.fifo ? elnk_ListAllocate(tableSize_ / 2, 1) : 0;
+    if (buckets_ == nullptr || nodes_ == nullptr || (options.fifo && order_ == 0)) {
         return false;
     }
-    if (dataSize > 0) {
-        data_ = bufferWithRoom(tableSize_ / 2, dataSize);
-    }
-    if (options.fifo) {
-        order_ = elnk_ListAllocate(tableSize_ / 2, 1);
-    }
-    return (data_ != nullptr || dataSize <= 0) && (order_ != 0 || !options.fifo);
+    nodes_->used = 0;
+    return true;
 }
 
 HashTable::~HashTable()
 {
     emsc_HeapFree(buckets_);
     ebuf_BufferFree(&nodes_);
-    ebuf_BufferFree(&data_);
     elnk_ListFree(order_);
-}
-
-bool HashTable::hashOf(const void* key, long tableSize, std::uint32_t& hash) const noexcept
-{
-    if (function_ == nullptr) {
-        hash = defaultHash(key, keySize_);
-        return true;
-    }
-    const long bucket = function_(key, keySize_, tableSize);
-    hash = static_cast<std::uint32_t>(bucket);
-    return bucket >= 0 && bucket < tableSize;
-}
-
-long HashTable::bucketOf(std::uint32_t hash, long tableSize) const noexcept
-{
-    return function_ == nullptr ? static_cast<long>(hash) & (tableSize - 1) : static_cast<long>(hash);
-}
-
-bool HashTable::same(const Node* node, const void* key) const noexcept
-{
-    return keySize_ == 0 ? std::strcmp(node->key(), static_cast<const char*>(key)) == 0
-                         : std::memcmp(node->key(), key, static_cast<std::size_t>(keySize_)) == 0;
-}
-
-bool HashTable::locate(const void* key, Place& place) const noexcept
-{
-    if (!hashOf(key, tableSize_, place.hash)) {
-        return false;
-    }
-    Node** link = &buckets_[bucketOf(place.hash, tableSize_)];
-    while (*link != nullptr && ((*link)->hash != place.hash || !same(*link, key))) {
-        link = &(*link)->next;
-    }
-    place.link = link;
-    return true;
-}
-
-HashTable::Node* HashTable::find(const void* key, bool& bucketFound) const noexcept
-{
-    Place place;
-    bucketFound = locate(key, place);
-    return bucketFound ? *place.link : nullptr;
 }
 
 std::size_t HashTable::keyBytes(const void* key) const noexcept
@@ -175,10 +90,11 @@ bool HashTable::grow() noexcept
     if (buckets == nullptr) {
         return false;
     }
+    platform::preferLargePages(buckets, static_cast<std::size_t>(size) * sizeof(Node*));
     if (function_ != nullptr) {
         for (long slot = slots(); slot-- > 0;) {
             std::uint32_t hash = 0;
-            if (const Node* node = nodeAt(slot); node != nullptr && !hashOf(node->key(), size, hash)) {
+            if (const Node* node = nodeAt(slot); node != nullptr && !hashOf(node->at(keyOffset_), size, hash)) {
                 emsc_HeapFree(buckets);
                 return false;
             }
@@ -186,7 +102,7 @@ bool HashTable::grow() noexcept
     }
     for (long slot = slots(); slot-- > 0;) {
         if (Node* node = nodeAt(slot)) {
-            if (function_ != nullptr && !hashOf(node->key(), size, node->hash)) {
+            if (function_ != nullptr && !hashOf(node->at(keyOffset_), size, node->hash)) {
                 node->hash = 0;
             }
             Node*& head = buckets[bucketOf(node->hash, size)];
@@ -205,15 +121,9 @@ bool HashTable::takeSlot(std::int32_t& slot) noexcept
     if (freeSlot_ >= 0) {
         slot = freeSlot_;
         freeSlot_ = nextFree(wordOf(nodes_, slot));
-        if (data_ != nullptr) {
-            ebuf_BufferCopyIn(&data_, slot, 1, nullptr);
-        }
         return true;
     }
     slot = nodes_->used;
-    if (data_ != nullptr && ebuf_BufferCopyIn(&data_, slot, 1, nullptr) != 1) {
-        return false;
-    }
     return ebuf_BufferCopyIn(&nodes_, slot, 1, nullptr) == 1;
 }
 
@@ -223,16 +133,8 @@ void HashTable::freeSlot(std::int32_t slot) noexcept
     freeSlot_ = slot;
 }
 
-HashTable::Outcome HashTable::insert(const void* key, Node*& node) noexcept
+HashTable::Outcome HashTable::add(const void* key, Place& place) noexcept
 {
-    Place place;
-    if (!locate(key, place)) {
-        return Outcome::noBucket;
-    }
-    node = *place.link;
-    if (node != nullptr) {
-        return order_ == 0 || renew(node) ? Outcome::done : Outcome::orderBroken;
-    }
     if (static_cast<double>(count_ + 1) > growAt_ * static_cast<double>(tableSize_)) {
         if (!grow()) {
             return Outcome::notGrown;
@@ -241,24 +143,25 @@ HashTable::Outcome HashTable::insert(const void* key, Node*& node) noexcept
             return Outcome::noBucket;
         }
     }
-    const std::size_t bytes = keyBytes(key);
-    void* memory = arena_.allocate(sizeof(Node) + bytes);
+    const std::size_t bytes = nodeBytes(key);
+    void* memory = arena_.allocate(bytes);
     std::int32_t slot = 0;
     if (memory == nullptr) {
         return Outcome::noMemory;
     }
     if (!takeSlot(slot)) {
-        arena_.release(memory, sizeof(Node) + bytes);
+        arena_.release(memory, bytes);
         return Outcome::noMemory;
     }
     long link = slot;
     if (order_ != 0 && (link = elnk_ListLinkAppend(order_, nullptr)) < 0) {
         freeSlot(slot);
-        arena_.release(memory, sizeof(Node) + bytes);
+        arena_.release(memory, bytes);
         return Outcome::noMemory;
     }
-    node = new (memory) Node{nullptr, place.hash, slot};
-    std::memcpy(node->key(), key, bytes);
+    auto* node = new (memory) Node{nullptr, place.hash, slot};
+    std::memset(node->at(sizeof(Node)), 0, dataSize_);
+    std::memcpy(node->at(keyOffset_), key, bytes - keyOffset_);
     wordOf(nodes_, slot) = reinterpret_cast<std::uintptr_t>(node);
     *place.link = node;
     ++count_;
@@ -277,7 +180,10 @@ HashTable::Outcome HashTable::remove(Node* node) noexcept
     *link = node->next;
     const bool inStep = order_ == 0 || elnk_ListLinkFree(order_, nullptr, node->slot, 1) == 1;
     freeSlot(node->slot);
-    arena_.release(node, sizeof(Node) + keyBytes(node->key()));
+    if (removed_ != nullptr) {
+        arena_.release(removed_, nodeBytes(removed_->at(keyOffset_)));
+    }
+    removed_ = node;
     --count_;
     return inStep ? Outcome::done : Outcome::orderBroken;
 }
@@ -294,8 +200,7 @@ bool HashTable::renew(Node* node) noexcept
     if (elnk_ListTail(order_, nullptr) == node->slot) {
         return true;
     }
-    return elnk_ListLinkFree(order_, nullptr, node->slot, 1) == 1 &&
-           elnk_ListLinkAppend(order_, nullptr) == node->slot;
+    return elnk_ListLinkFree(order_, nullptr, node->slot, 1) == 1 && elnk_ListLinkAppend(order_, nullptr) == node->slot;
 }
 
 HashTable::Node* HashTable::nodeAt(long slot) const noexcept
@@ -307,14 +212,4 @@ HashTable::Node* HashTable::nodeAt(long slot) const noexcept
     return (word & 1) != 0 ? nullptr : reinterpret_cast<Node*>(word);
 }
 
-const void* HashTable::keyOf(const Node* node) noexcept
-{
-    return node->key();
-}
-
-void* HashTable::dataOf(const Node* node) const noexcept
-{
-    return ebuf_BufferAddress(data_, node->slot);
-}
-
-}  // namespace emantle
+} // namespace emantle

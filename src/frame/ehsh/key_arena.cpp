@@ -1,5 +1,7 @@
 #include "frame/ehsh/key_arena.h"
 
+#include "platform/heap.h"
+
 #include <emantle/frame/emsc/heap.h>
 
 #include <algorithm>
@@ -9,10 +11,9 @@ namespace emantle {
 
 namespace {
 
-/* Blocks double up to this size, from which on the kernel may back them with large pages. */
-constexpr std::size_t kLargestBlock = std::size_t{4} << 20;
+constexpr std::size_t kLargestBlock = std::size_t{32} << 20;
 
-}  // namespace
+} // namespace
 
 KeyArena::~KeyArena()
 {
@@ -50,6 +51,7 @@ bool KeyArena::openBlock(std::size_t size) noexcept
         }
         blockSize_ = least;
     }
+    platform::preferLargePages(block, blockSize_);
     block->next = blocks_;
     blocks_ = block;
     place_ = reinterpret_cast<char*>(block + 1);
@@ -92,4 +94,4 @@ void KeyArena::release(void* piece, std::size_t size) noexcept
     emsc_HeapFree(block);
 }
 
-}  // namespace emantle
+} // namespace emantle

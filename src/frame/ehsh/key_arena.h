@@ -5,8 +5,9 @@
 
 namespace emantle {
 
-/* Memory for the nodes of one hash table: small pieces out of large blocks, since a block of the heap for each key costs
- * more than the rest of an insertion. Pieces are aligned to 8 bytes; those given back are reused for their size. */
+/* Memory for the nodes of one hash table: small pieces out of large blocks, since a block of the heap for each key
+ * costs more than the rest of an insertion. Pieces are aligned to 8 bytes; those given back are reused for their size.
+ */
 class KeyArena {
 public:
     KeyArena() noexcept = default;
@@ -42,4 +43,4 @@ private:
     std::size_t blockSize_ = 1024;
 };
 
-}  // namespace emantle
+} // namespace emantle

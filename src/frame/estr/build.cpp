@@ -70,9 +70,9 @@ std::string quoted(const char* s, char quote)
     return text += quote;
 }
 
-}  // namespace
+} // namespace
 
-}  // namespace emantle
+} // namespace emantle
 
 using namespace emantle;
 

@@ -17,8 +17,7 @@ bool in(const char* set, char c) noexcept
     return c != 0 && std::strchr(set, c) != nullptr;
 }
 
-template <class Change>
-char* changed(char* s, Change change) noexcept
+template <class Change> char* changed(char* s, Change change) noexcept
 {
     for (char* at = s; at != nullptr && *at != 0; ++at) {
         *at = change(*at);
@@ -26,9 +25,9 @@ char* changed(char* s, Change change) noexcept
     return s;
 }
 
-}  // namespace
+} // namespace
 
-}  // namespace emantle
+} // namespace emantle
 
 using namespace emantle;
 

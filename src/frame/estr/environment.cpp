@@ -28,9 +28,9 @@ bool valueOf(const char* name, std::string& value)
     return platform::getEnvironment(name, value);
 }
 
-}  // namespace
+} // namespace
 
-}  // namespace emantle
+} // namespace emantle
 
 using namespace emantle;
 

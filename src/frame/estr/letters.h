@@ -14,4 +14,4 @@ constexpr char upper(char c) noexcept
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }
 
-}  // namespace emantle
+} // namespace emantle

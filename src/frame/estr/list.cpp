@@ -131,9 +131,9 @@ char* copyOrFail(const char* s)
     return s == nullptr ? nullptr : heapText(s).release();
 }
 
-}  // namespace
+} // namespace
 
-}  // namespace emantle
+} // namespace emantle
 
 using namespace emantle;
 
@@ -313,19 +313,20 @@ EMANTLE_API Estr_StringList* estr_DoubleToStringList(long n, const double* value
 
 EMANTLE_API Estr_StringList* estr_SplitString(const char* s, const char* delimiters)
 {
-    return guarded<Estr_StringList*>(nullptr, "estr_SplitString", nullptr, [&](EerrException& scope) -> Estr_StringList* {
-        if (s == nullptr) {
-            return nullptr;
-        }
-        const char* cuts = delimiters == nullptr ? "" : delimiters;
-        EstrStringList list(checked(scope, estr_StringListCreate(0, scope)));
-        for (s += std::strspn(s, cuts); *s != 0; s += std::strspn(s, cuts)) {
-            const std::string piece(s, std::strcspn(s, cuts));
-            checked(scope, estr_StringListAppend(list, piece.c_str(), scope));
-            s += piece.size();
-        }
-        return list.Release();
-    });
+    return guarded<Estr_StringList*>(nullptr, "estr_SplitString", nullptr,
+                                     [&](EerrException& scope) -> Estr_StringList* {
+                                         if (s == nullptr) {
+                                             return nullptr;
+                                         }
+                                         const char* cuts = delimiters == nullptr ? "" : delimiters;
+                                         EstrStringList list(checked(scope, estr_StringListCreate(0, scope)));
+                                         for (s += std::strspn(s, cuts); *s != 0; s += std::strspn(s, cuts)) {
+                                             const std::string piece(s, std::strcspn(s, cuts));
+                                             checked(scope, estr_StringListAppend(list, piece.c_str(), scope));
+                                             s += piece.size();
+                                         }
+                                         return list.Release();
+                                     });
 }
 
 EMANTLE_API char* estr_StringListToString(const Estr_StringList* list)

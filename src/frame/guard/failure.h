@@ -13,8 +13,8 @@ namespace emantle {
 /* A text of printf's kind with the number of its report: the caller's line, or one given as in `{"text", 3}`.
  * A null text makes a record without text, which prints as the failure of the function below. */
 struct Say {
-    Say(const char* text, long numberOfReport = __builtin_LINE()) noexcept : format(text), number(numberOfReport) {}
-    Say(std::nullptr_t, long numberOfReport) noexcept : format(nullptr), number(numberOfReport) {}
+    constexpr Say(const char* text, long numberOfReport = __builtin_LINE()) noexcept : format(text), number(numberOfReport) {}
+    constexpr Say(std::nullptr_t, long numberOfReport) noexcept : format(nullptr), number(numberOfReport) {}
 
     const char* format;
     long number;

@@ -13,10 +13,10 @@ EMANTLE_API void* emsc_MemMove(void* dst, const void* src, long n);
 /* A heap copy of `n` bytes, the caller's. Null for nothing to copy and when memory is out. */
 EMANTLE_API void* emsc_MemDup(const void* src, long n);
 
-/* Reverses the bytes of each of `count` items of 2, 4 or 8 bytes, in place. For any other size, each of `count` steps
- * swaps `size` / 2 bytes from the cursor on with those counted back from byte `count` - 1, and moves the cursor
- * `size` / 2 on: the far end depends on the count, as the formats of old files expect. The buffer holds `count` times
- * `size` bytes; a swap that would leave it is not done. */
+/* Reverses the bytes of each of `count` items of 2, 4 or 8 bytes, in place. For any other size an item takes twice
+ * `size` / 2 bytes, and byte i of its first half is swapped with byte `count` - 1 - i: the far end depends on the count,
+ * as the formats of old files expect. The buffer holds `count` times `size` bytes; a swap that would leave it is not
+ * done. */
 EMANTLE_API void emsc_MemSwab(void* buf, long count, long size);
 
 /* Converts `count` items between containers of one byte that hold one item of 8 bits, and packed ones of 4, 2 or 1 bits,
