@@ -11,7 +11,10 @@ namespace {
 
 class Directories : public Scratch {
 protected:
-    std::string first(const Report& from) const { return from.records().empty() ? "" : from.records()[0].message.value_or(""); }
+    std::string first(const Report& from) const
+    {
+        return from.records().empty() ? "" : from.records()[0].message.value_or("");
+    }
     Report report;
 };
 
@@ -155,14 +158,20 @@ TEST_F(Directories, Status)
     Report large;
     EXPECT_EQ(efio_StatCacheGet(cache, EFIO_STAT_SIZE, &answer, large), 0);
     EXPECT_EQ(answer, 2147483647);
-    EXPECT_EQ(large.records()[0], (Record{"efio_StatCacheGet", "File is larger than 2G.  Size will be reported as 2G.", EERR_WARNING}));
+    EXPECT_EQ(large.records()[0],
+              (Record{"efio_StatCacheGet", "File is larger than 2G.  Size will be reported as 2G.", EERR_WARNING}));
     efio_StatCacheFree(cache);
 }
 
 TEST_F(Directories, TextIsToldFromBytes)
 {
-    for (const auto& [bytes, ascii] : {std::pair<std::string, bool>{"plain\ttext\r\n", true}, {"", true}, {"caf\xc3\xa9", true},
-                                       {std::string("a\0b", 3), false}, {"\x7f" "ELF", false}}) {
+    for (const auto& [bytes, ascii] : {std::pair<std::string, bool>{"plain\ttext\r\n", true},
+                                       {"", true},
+                                       {"caf\xc3\xa9", true},
+                                       {std::string("a\0b", 3), false},
+                                       {"\x7f"
+                                        "ELF",
+                                        false}}) {
         put("f", bytes);
         EXPECT_EQ(efio_IsFileAscii(path("f").c_str(), report), ascii);
     }
@@ -173,7 +182,10 @@ TEST_F(Directories, DiskSpaceByUnits)
     const struct {
         std::uint64_t bytes;
         const char* text;
-    } cases[] = {{0, "0 Bytes"}, {1, "1 Byte"}, {1ULL << 30, "1 Gigabyte"}, {(2ULL << 40) + (1023 << 10) + 2, "2 Terabytes 1023 Kilobytes 2 Bytes"},
+    } cases[] = {{0, "0 Bytes"},
+                 {1, "1 Byte"},
+                 {1ULL << 30, "1 Gigabyte"},
+                 {(2ULL << 40) + (1023 << 10) + 2, "2 Terabytes 1023 Kilobytes 2 Bytes"},
                  {UINT64_MAX, "16777215 Terabytes 1023 Gigabytes 1023 Megabytes 1023 Kilobytes 1023 Bytes"}};
     for (const auto& each : cases) {
         Efio_DiskSpace space;

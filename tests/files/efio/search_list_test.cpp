@@ -112,7 +112,8 @@ TEST_F(Search, WhichTakesTheFirstAndRefusesAbsoluteDirectories)
 
 TEST_F(Search, MatchesOverAllEntriesAppearOnce)
 {
-    list = efio_CreateSLFromString(nullptr, (path("two") + ";" + path("none") + ";" + path("one") + ";" + path("two")).c_str(), report);
+    list = efio_CreateSLFromString(
+        nullptr, (path("two") + ";" + path("none") + ";" + path("one") + ";" + path("two")).c_str(), report);
     Estr_StringList* found = nullptr;
     EXPECT_EQ(efio_SearchListIdentifyFiles(list, "*.img", &found, report), 0);
     EXPECT_EQ(names(found), (Names{"two/a.img", "two/b.IMG", "one/a.img"}));
@@ -158,7 +159,9 @@ TEST_F(Search, MissingNamesAreLookedForThenAskedAbout)
     EXPECT_EQ(alone.records()[0].message, "No replacement specified for /gone/z");
 
     efio_SetQueryFunction([](long, Eerr_ErrorReport**, const char*, const Estr_StringList*) -> char* {
-        return reply.empty() ? nullptr : strcpy(static_cast<char*>(emsc_HeapMalloc(static_cast<long>(reply.size()) + 1)), reply.c_str());
+        return reply.empty()
+                   ? nullptr
+                   : strcpy(static_cast<char*>(emsc_HeapMalloc(static_cast<long>(reply.size()) + 1)), reply.c_str());
     });
     EXPECT_EQ(taken(efio_FileNameVerify("/gone/z", report)), "FILE_SKIPPED_AT_USER_REQUEST");
     reply = path("two/sub/c.img");
