@@ -1,17 +1,16 @@
 /* One pass of statistics, histograms, distinct values and covariance over planes of 4096 x 4096, against the speed at which
  * one thread reads the same bytes and against the peers, all in one run. The table at the end is the result. */
 
+#include <emantle/tables/edsc.h>
 #include <emantle/tables/esta.h>
 
 #include <benchmark/benchmark.h>
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <functional>
+#include <ctime>
 #include <map>
 #include <random>
-#include <sstream>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -40,20 +39,40 @@ struct Result {
 };
 std::vector<Result> results;
 
+/* Processor time of this thread, which is all that works here: others on the machine do not count. */
+double threadSeconds()
+{
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+/* A measurement is run several times before its length is known: the best of all counts. */
+void keep(const Result& result)
+{
+    for (Result& known : results) {
+        if (known.name == result.name && known.who == result.who) {
+            known.seconds = std::min(known.seconds, result.seconds);
+            return;
+        }
+    }
+    results.push_back(result);
+}
+
 template <class Call>
 void measure(const std::string& name, const std::string& who, double bytes, double pixels, Call call)
 {
     benchmark::RegisterBenchmark((name + "/" + who).c_str(), [=](benchmark::State& state) {
         double least = 1e9;
         for (auto _ : state) {
-            const auto start = std::chrono::steady_clock::now();
+            const double start = threadSeconds();
             call();
-            const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
-            least = std::min(least, passed.count());
-            state.SetIterationTime(passed.count());
+            const double passed = threadSeconds() - start;
+            least = std::min(least, passed);
+            state.SetIterationTime(passed);
         }
         state.SetBytesProcessed(static_cast<long>(static_cast<double>(state.iterations()) * bytes));
-        results.push_back({name, who, bytes, pixels, least});
+        keep({name, who, bytes, pixels, least});
     })->UseManualTime()->MinTime(0.3);
 }
 

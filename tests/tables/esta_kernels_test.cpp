@@ -173,14 +173,28 @@ TEST(HistogramLoops, EvenPlacesAreTheBinsOfTheFunction)
         const double span = std::nextafter(c.last, 1e300) - c.first;
         ASSERT_TRUE(edsc_BinFunctionBinCountModify(function.get(), c.start, c.count, nullptr));
         const EvenBins even{static_cast<double>(c.bins), c.first, span, static_cast<double>(c.start),
-                            static_cast<double>(c.count), static_cast<double>(c.count - 1)};
+                            static_cast<double>(c.count)};
         const std::vector<float> values = edgeValues(c.first, c.last, c.bins);
+        const long count = static_cast<long>(values.size());
+        const std::vector<std::uint8_t> mask(values.size(), 1);
         for (const platform::InstructionSet set : instructionSets()) {
-            std::vector<std::int32_t> places(values.size());
-            histogramLoops(set).evenPlaces(values.data(), static_cast<long>(values.size()), even, places.data());
-            for (std::size_t at = 0; at < values.size(); ++at) {
-                const int bin = edsc_BinFunctionApply(function.get(), values[at], nullptr);
-                EXPECT_EQ(places[at], std::clamp(bin, 0, c.count - 1)) << values[at] << " of " << c.bins;
+            /* One value at a time, so that each can be told, and all at once. */
+            std::vector<std::uint32_t> all(static_cast<std::size_t>(c.count * kPartialTables));
+            std::vector<std::uint32_t> expected(static_cast<std::size_t>(c.count));
+            histogramLoops(set).countEven(values.data(), mask.data(), count, even, all.data(), c.count);
+            for (const float value : values) {
+                std::vector<std::uint32_t> one(static_cast<std::size_t>(c.count));
+                histogramLoops(set).countEven(&value, nullptr, 1, even, one.data(), 0);
+                const int bin = std::clamp(edsc_BinFunctionApply(function.get(), value, nullptr), 0, c.count - 1);
+                EXPECT_EQ(one[static_cast<std::size_t>(bin)], 1U) << value << " of " << c.bins;
+                ++expected[static_cast<std::size_t>(bin)];
+            }
+            for (std::size_t bin = 0; bin < expected.size(); ++bin) {
+                std::uint32_t sum = 0;
+                for (int table = 0; table < kPartialTables; ++table) {
+                    sum += all[static_cast<std::size_t>(table * c.count) + bin];
+                }
+                EXPECT_EQ(sum, expected[bin]);
             }
         }
     }

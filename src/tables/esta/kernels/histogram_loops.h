@@ -84,17 +84,18 @@ void holdPlaces(std::int32_t* places, long count, std::int32_t last)
 template <bool isMasked>
 void countPlaces(const std::int32_t* places, const std::uint8_t* mask, long count, std::uint32_t* counts, long stride)
 {
-    long at = 0;
-    for (; at + kPartialTables <= count; at += kPartialTables) {
-#pragma GCC unroll 4
-        for (int table = 0; table < kPartialTables; ++table) {
-            counts[table * stride + places[at + table]] += !isMasked || mask[at + table] != 0;
-        }
+    const long whole = count / kPartialTables * kPartialTables;
+    for (long at = 0; at < whole; at += kPartialTables) {
+        counts[places[at]] += !isMasked || mask[at] != 0;
+        counts[stride + places[at + 1]] += !isMasked || mask[at + 1] != 0;
+        counts[2 * stride + places[at + 2]] += !isMasked || mask[at + 2] != 0;
+        counts[3 * stride + places[at + 3]] += !isMasked || mask[at + 3] != 0;
     }
-    for (; at < count; ++at) {
+    for (long at = whole; at < count; ++at) {
         counts[places[at]] += !isMasked || mask[at] != 0;
     }
 }
+static_assert(kPartialTables == 4);
 
 void countPlaces(const std::int32_t* places, const std::uint8_t* mask, long count, std::uint32_t* counts, long stride)
 {
@@ -108,70 +109,100 @@ typedef double Reals __attribute__((vector_size(kWidth)));
 typedef std::int64_t Longs __attribute__((vector_size(kWidth)));
 typedef std::int32_t HalfLongs __attribute__((vector_size(kWidth / 2)));
 
-/* Whether any bit is set. */
-inline bool anyOf(const Longs& lanes)
+/* The generic conversion goes by halves of a vector. */
+template <int width, class Vector>
+inline __attribute__((always_inline)) void loadReals(Vector& value, const float* pixels)
 {
-    std::int64_t any = 0;
-    for (int lane = 0; lane < kLanes; ++lane) {
-        any |= lanes[lane];
+    if constexpr (width == 64) {
+        value = (Vector)_mm512_maskz_cvtps_pd(0xff, _mm256_loadu_ps(pixels));
+    } else {
+        HalfReals narrow;
+        __builtin_memcpy(&narrow, pixels, sizeof narrow);
+        value = __builtin_convertvector(narrow, Vector);
     }
-    return any != 0;
 }
 
-/* A quotient costs a dozen products. The product with the reciprocal of the span is off by less than 2^-51 of itself, so
- * it tells the bin unless it lies that close to a whole number; the answer is whether one did. */
-template <bool isExact>
-bool placeRun(const float* pixels, long vectors, const EvenBins& even, std::int32_t* places)
+/* Whether a lane of `values`, which are not negative, is below that of `limits`. */
+template <int width, class Vector>
+inline __attribute__((always_inline)) bool anyBelow(const Vector& values, const Vector& limits)
+{
+    if constexpr (width == 64) {
+        return _mm512_cmp_pd_mask((__m512d)values, (__m512d)limits, _CMP_LT_OQ) != 0;
+    } else if constexpr (width == 32) {
+        return _mm256_movemask_pd(_mm256_cmp_pd((__m256d)values, (__m256d)limits, _CMP_LT_OQ)) != 0;
+    } else {
+        return _mm_movemask_pd(_mm_cmplt_pd((__m128d)values, (__m128d)limits)) != 0;
+    }
+}
+
+/* The constants of an even division, spread over vectors. */
+struct EvenVectors {
+    double first;
+    double bins;
+    double span;
+    double scale;
+    HalfLongs start;
+    Reals lowest;
+    Reals highest;
+    Reals doubt;
+
+    explicit EvenVectors(const EvenBins& even)
+        : first(even.first), bins(even.bins), span(even.span), scale(even.bins / even.span),
+          start(HalfLongs{} + (std::int32_t)even.start), lowest(Reals{} + (even.start + 0.5)),
+          highest(Reals{} + (even.start + even.count - 0.5)),
+          doubt(Reals{} + (even.span == 1 ? 0 : (even.start + even.count + 1) * 0x1p-50))
+    {
+    }
+};
+
+/* The places of one vector of pixels. A quotient costs a dozen products: a product by bins / span is off by less than 2^-50
+ * of itself, so it tells the bin unless it lies that close to a whole number, and only then the quotient is asked. By a span
+ * of 1 the product is the quotient. Outside the range half a bin inside it says the same. */
+inline __attribute__((always_inline)) void placesOf(const float* pixels, const EvenVectors& even, std::int32_t* places)
 {
     constexpr double kToWhole = 0x1.8p52;
-    const double reciprocal = 1 / even.span;
-    const Reals lowest = Reals{} + (even.start + 0.5);
-    const Reals highest = Reals{} + (even.start + even.count + 0.5);
-    /* By a span of 1 the product is the quotient. */
-    const Reals doubt = Reals{} + (even.span == 1 ? 0 : (even.start + even.count + 1) * 0x1p-51);
-    const double first = even.first;
-    const double bins = even.bins;
-    const double span = even.span;
-    const double start = even.start;
-    const Reals count = Reals{} + even.count;
-    const Reals above = Reals{} + even.above;
-    Longs close = {};
-    for (long vector = 0; vector < vectors; ++vector) {
-        HalfReals narrow;
-        __builtin_memcpy(&narrow, pixels + vector * kLanes, sizeof narrow);
-        const Reals scaled = (__builtin_convertvector(narrow, Reals) - first) * bins;
-        Reals bin = isExact ? scaled / span : scaled * reciprocal;
-        bin = bin > lowest ? bin : lowest;
-        bin = bin < highest ? bin : highest;
-        if constexpr (!isExact) {
-            const Reals distance = bin - ((bin + kToWhole) - kToWhole);
-            close |= (distance < doubt) & (distance > -doubt);
-        }
-        bin -= start;
-        bin = bin < count ? bin : above;
-        const HalfLongs cut = __builtin_convertvector(bin, HalfLongs);
-        __builtin_memcpy(places + vector * kLanes, &cut, sizeof cut);
+    Reals pixel;
+    loadReals<kWidth>(pixel, pixels);
+    const Reals distance = pixel - even.first;
+    Reals bin = distance * even.scale;
+    bin = bin > even.lowest ? bin : even.lowest;
+    bin = bin < even.highest ? bin : even.highest;
+    const Reals beside = bin - ((bin + kToWhole) - kToWhole);
+    const Reals away = (Reals)((Longs)beside & INT64_MAX);
+    if (__builtin_expect(anyBelow<kWidth>(away, even.doubt), 0)) {
+        bin = distance * even.bins / even.span;
+        bin = bin > even.lowest ? bin : even.lowest;
+        bin = bin < even.highest ? bin : even.highest;
     }
-    return !isExact && anyOf(close);
+    const HalfLongs cut = __builtin_convertvector(bin, HalfLongs) - even.start;
+    __builtin_memcpy(places, &cut, sizeof cut);
 }
 
-void evenPlaces(const float* pixels, long count, const EvenBins& even, std::int32_t* places)
+/* Pieces short enough that the processor counts one while it works out the next. */
+void countEven(const float* pixels, const std::uint8_t* mask, long count, const EvenBins& bins, std::uint32_t* counts,
+               long stride)
 {
-    const long vectors = count / kLanes;
-    if (placeRun<false>(pixels, vectors, even, places)) {
-        placeRun<true>(pixels, vectors, even, places);
+    constexpr long kPiece = 64;
+    const EvenVectors even(bins);
+    std::int32_t places[kPiece];
+    long at = 0;
+    for (; at + kPiece <= count; at += kPiece) {
+        for (long lane = 0; lane < kPiece; lane += kLanes) {
+            placesOf(pixels + at + lane, even, places + lane);
+        }
+        countPlaces(places, mask != nullptr ? mask + at : nullptr, kPiece, counts, stride);
     }
-    if (count % kLanes != 0) {
-        float last[kLanes] = {};
-        std::int32_t lastPlaces[kLanes];
-        const long done = vectors * kLanes;
-        __builtin_memcpy(last, pixels + done, (std::size_t)(count - done) * sizeof(float));
-        placeRun<true>(last, 1, even, lastPlaces);
-        __builtin_memcpy(places + done, lastPlaces, (std::size_t)(count - done) * sizeof(std::int32_t));
+    if (at < count) {
+        float last[kPiece] = {};
+        __builtin_memcpy(last, pixels + at, (std::size_t)(count - at) * sizeof(float));
+        for (long lane = 0; lane < kPiece; lane += kLanes) {
+            placesOf(last + lane, even, places + lane);
+        }
+        countPlaces(places, mask != nullptr ? mask + at : nullptr, count - at, counts, stride);
     }
 }
 
-constexpr HistogramLoops kHistogram = {countBytes, countWords, holdPlaces, countPlaces, evenPlaces};
+constexpr HistogramLoops kHistogram = {countBytes, countWords, holdPlaces, countPlaces, countEven};
 
 }  // namespace EMANTLE_TARGET
 }  // namespace
