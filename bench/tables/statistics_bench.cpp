@@ -87,6 +87,15 @@ std::vector<Pixel> plane(unsigned seed)
     return pixels;
 }
 
+/* Of 0 to 256, with all their digits. */
+std::vector<float> anyReals()
+{
+    std::mt19937 random(4);
+    std::vector<float> pixels(kPixels);
+    std::generate(pixels.begin(), pixels.end(), [&] { return static_cast<float>(random() >> 8) * 0x1p-16F; });
+    return pixels;
+}
+
 /* Pixels that live as long as the program, and the record over them. */
 template <class Pixel>
 Egda_BaseData* record(const std::vector<Pixel>& pixels, Egda_PixelType type)
@@ -171,21 +180,22 @@ void addStatistics(const std::string& type, Egda_PixelType code, int openCvType)
 }
 
 template <class Pixel>
-void addHistogram(const std::string& type, Egda_PixelType code, int openCvType, int bins)
+void addHistogram(const std::string& type, Egda_PixelType code, int openCvType, int bins,
+                  const std::vector<Pixel>& pixels)
 {
-    static const std::vector<Pixel> pixels = plane<Pixel>(2);
-    static Egda_BaseData* const data = record(pixels, code);
+    Egda_BaseData* const data = record(pixels, code);
     const double bytes = static_cast<double>(kPixels) * sizeof(Pixel);
     const bool isReal = std::is_floating_point_v<Pixel>;
     Edsc_BinFunction* function =
         isReal ? edsc_BinFunctionCreateLinear(0, 256, static_cast<std::uint32_t>(bins), nullptr)
                : edsc_BinFunctionCreateDirect(0, static_cast<std::uint32_t>(bins), nullptr);
-    static Esta_Histogram* const histogram = esta_HistogramCreate(bins, function, nullptr);
+    Esta_Histogram* const histogram = esta_HistogramCreate(bins, function, nullptr);
     measure("histogram/" + type, "eMantle", bytes, kPixels,
-            [] { esta_RasterAccumulateHistogram(histogram, data, nullptr, nullptr); });
+            [=] { esta_RasterAccumulateHistogram(histogram, data, nullptr, nullptr); });
 #ifdef EMANTLE_BENCH_OPENCV
+    Pixel* const first = const_cast<Pixel*>(pixels.data());
     measure("histogram/" + type, "OpenCV", bytes, kPixels, [=] {
-        const cv::Mat image(kSide, kSide, openCvType, const_cast<Pixel*>(pixels.data()));
+        const cv::Mat image(kSide, kSide, openCvType, first);
         const float range[] = {0, 256};
         const float* ranges[] = {range};
         const int channel = 0;
@@ -332,20 +342,20 @@ int main(int argc, char** argv)
     benchmark::Initialize(&argc, argv);
 #ifdef EMANTLE_BENCH_OPENCV
     cv::setNumThreads(1);
-    addStatistics<std::uint8_t>("U8", EGDA_TYPE_U8, CV_8U);
-    addStatistics<std::uint16_t>("U16", EGDA_TYPE_U16, CV_16U);
-    addStatistics<float>("F32", EGDA_TYPE_F32, CV_32F);
-    addStatistics<double>("F64", EGDA_TYPE_F64, CV_64F);
-    addHistogram<std::uint8_t>("U8", EGDA_TYPE_U8, CV_8U, 256);
-    addHistogram<float>("F32", EGDA_TYPE_F32, CV_32F, 256);
+    constexpr int kTypes[] = {CV_8U, CV_16U, CV_32F, CV_64F};
 #else
-    addStatistics<std::uint8_t>("U8", EGDA_TYPE_U8, 0);
-    addStatistics<std::uint16_t>("U16", EGDA_TYPE_U16, 0);
-    addStatistics<float>("F32", EGDA_TYPE_F32, 0);
-    addStatistics<double>("F64", EGDA_TYPE_F64, 0);
-    addHistogram<std::uint8_t>("U8", EGDA_TYPE_U8, 0, 256);
-    addHistogram<float>("F32", EGDA_TYPE_F32, 0, 256);
+    constexpr int kTypes[] = {0, 0, 0, 0};
 #endif
+    addStatistics<std::uint8_t>("U8", EGDA_TYPE_U8, kTypes[0]);
+    addStatistics<std::uint16_t>("U16", EGDA_TYPE_U16, kTypes[1]);
+    addStatistics<float>("F32", EGDA_TYPE_F32, kTypes[2]);
+    addStatistics<double>("F64", EGDA_TYPE_F64, kTypes[3]);
+    static const std::vector<std::uint8_t> bytes = plane<std::uint8_t>(2);
+    static const std::vector<float> hundredths = plane<float>(2);
+    static const std::vector<float> reals = anyReals();
+    addHistogram("U8", EGDA_TYPE_U8, kTypes[0], 256, bytes);
+    addHistogram("F32", EGDA_TYPE_F32, kTypes[2], 256, reals);
+    addHistogram("F32/hundredths", EGDA_TYPE_F32, kTypes[2], 256, hundredths);
     addDistinct();
     addCovariance();
     benchmark::RunSpecifiedBenchmarks();

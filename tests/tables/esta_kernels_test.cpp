@@ -143,6 +143,22 @@ TEST(StatisticsLoops, NaNChangesNeitherExtreme)
     }
 }
 
+TEST(HistogramLoops, CountersOfSixteenBitsNeverOverflow)
+{
+    Picture picture(EGDA_TYPE_U8, 40, 20'011, 1);
+    picture.fill<std::uint8_t>(9);
+    Picture mask(EGDA_TYPE_U8, 40, 20'011, 1);
+    mask.fill<std::uint8_t>(2);
+    for (const platform::InstructionSet set : instructionSets()) {
+        for (const Picture* under : {static_cast<const Picture*>(nullptr), const_cast<const Picture*>(&mask)}) {
+            std::uint32_t counts[256] = {};
+            histogramLoops(set).countBytes(pixelBlock(*picture.get(), under ? under->get() : nullptr), counts);
+            EXPECT_EQ(counts[9], 40U * 20'011U);
+            EXPECT_EQ(std::accumulate(counts, counts + 256, 0U), counts[9]);
+        }
+    }
+}
+
 /* Values at the limits of bins, one step beside them, outside, and no numbers. */
 std::vector<float> edgeValues(double first, double last, int bins)
 {

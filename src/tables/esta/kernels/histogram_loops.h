@@ -8,44 +8,64 @@ namespace EMANTLE_TARGET {
 
 constexpr int kWidth = vector_bytes::EMANTLE_TARGET;
 
-/* 1 in each byte of `word` that is not 0. */
-inline std::uint64_t onesOf(std::uint64_t word)
+/* Counters of 16 bits, two tables of them: as small as one table of 32 bits, since what limits the loop is how many lines of
+ * the cache its stores go to. */
+struct ByteCounters {
+    static constexpr int kTables = 2;
+    static constexpr long kMost = 65528;
+
+    std::uint16_t tables[kTables][256] = {};
+    long taken = 0;
+
+    /* Makes room for `count` pixels, at most kMost. */
+    void reserve(long count, std::uint32_t* counts)
+    {
+        if (taken + count > kMost) {
+            empty(counts);
+        }
+        taken += count;
+    }
+
+    void empty(std::uint32_t* counts)
+    {
+        for (int value = 0; value < 256; ++value) {
+            counts[value] += (std::uint32_t)tables[0][value] + tables[1][value];
+        }
+        __builtin_memset(tables, 0, sizeof tables);
+        taken = 0;
+    }
+};
+
+template <bool isMasked>
+void countRun(const std::uint8_t* pixels, const std::uint8_t* mask, long count, ByteCounters& counters)
 {
-    constexpr std::uint64_t kLow = 0x7f7f7f7f7f7f7f7f;
-    return ((((word & kLow) + kLow) | word) >> 7) & 0x0101010101010101;
+    const long whole = count / 8 * 8;
+    for (long at = 0; at < whole; at += 8) {
+#pragma GCC unroll 8
+        for (int next = 0; next < 8; ++next) {
+            counters.tables[next % 2][pixels[at + next]] += !isMasked || mask[at + next] != 0;
+        }
+    }
+    for (long at = whole; at < count; ++at) {
+        counters.tables[0][pixels[at]] += !isMasked || mask[at] != 0;
+    }
 }
 
 template <bool isMasked>
 void countBytes(const PixelBlock& block, std::uint32_t* counts)
 {
-    constexpr int kTables = 8;
-    std::uint32_t tables[kTables][256] = {};
+    ByteCounters counters;
     for (long row = 0; row < block.rows; ++row) {
         const std::uint8_t* pixels = (const std::uint8_t*)(block.pixels + row * block.pitch);
         const std::uint8_t* mask = isMasked ? block.mask + row * block.maskPitch : nullptr;
-        long column = 0;
-        for (; column + 8 <= block.columns; column += 8) {
-            std::uint64_t word;
-            __builtin_memcpy(&word, pixels + column, 8);
-            std::uint64_t ones = 0x0101010101010101;
-            if constexpr (isMasked) {
-                __builtin_memcpy(&ones, mask + column, 8);
-                ones = onesOf(ones);
-            }
-#pragma GCC unroll 8
-            for (int byte = 0; byte < 8; ++byte) {
-                tables[byte][(word >> (8 * byte)) & 0xff] += isMasked ? (std::uint32_t)(ones >> (8 * byte)) & 1 : 1;
-            }
-        }
-        for (; column < block.columns; ++column) {
-            tables[0][pixels[column]] += !isMasked || mask[column] != 0;
+        for (long column = 0; column < block.columns; column += ByteCounters::kMost) {
+            const long left = block.columns - column;
+            const long run = left < ByteCounters::kMost ? left : ByteCounters::kMost;
+            counters.reserve(run, counts);
+            countRun<isMasked>(pixels + column, isMasked ? mask + column : nullptr, run, counters);
         }
     }
-    for (int value = 0; value < 256; ++value) {
-        for (int table = 0; table < kTables; ++table) {
-            counts[value] += tables[table][value];
-        }
-    }
+    counters.empty(counts);
 }
 
 void countBytes(const PixelBlock& block, std::uint32_t* counts)
@@ -104,6 +124,8 @@ void countPlaces(const std::int32_t* places, const std::uint8_t* mask, long coun
 }
 
 constexpr int kLanes = kWidth / 8;
+typedef float Floats __attribute__((vector_size(kWidth)));
+typedef std::int32_t Ints __attribute__((vector_size(kWidth)));
 typedef float HalfReals __attribute__((vector_size(kWidth / 2)));
 typedef double Reals __attribute__((vector_size(kWidth)));
 typedef std::int64_t Longs __attribute__((vector_size(kWidth)));
@@ -132,6 +154,18 @@ inline __attribute__((always_inline)) bool anyBelow(const Vector& values, const 
         return _mm256_movemask_pd(_mm256_cmp_pd((__m256d)values, (__m256d)limits, _CMP_LT_OQ)) != 0;
     } else {
         return _mm_movemask_pd(_mm_cmplt_pd((__m128d)values, (__m128d)limits)) != 0;
+    }
+}
+
+template <int width, class Vector>
+inline __attribute__((always_inline)) bool anyFloatBelow(const Vector& values, const Vector& limits)
+{
+    if constexpr (width == 64) {
+        return _mm512_cmp_ps_mask((__m512)values, (__m512)limits, _CMP_LT_OQ) != 0;
+    } else if constexpr (width == 32) {
+        return _mm256_movemask_ps(_mm256_cmp_ps((__m256)values, (__m256)limits, _CMP_LT_OQ)) != 0;
+    } else {
+        return _mm_movemask_ps(_mm_cmplt_ps((__m128)values, (__m128)limits)) != 0;
     }
 }
 
@@ -178,26 +212,82 @@ inline __attribute__((always_inline)) void placesOf(const float* pixels, const E
     __builtin_memcpy(places, &cut, sizeof cut);
 }
 
-/* Pieces short enough that the processor counts one while it works out the next. */
+/* The same in single precision, for most pixels: `doubt` bounds what its four roundings and that of `first` can do. A
+ * vector with a pixel that close to a whole number goes the exact way. */
+struct FloatVectors {
+    static constexpr int kPixels = kWidth / 4;
+
+    float first;
+    float scale;
+    Ints start;
+    Floats lowest;
+    Floats highest;
+    Floats doubt;
+    bool isUseful;
+
+    explicit FloatVectors(const EvenBins& even)
+        : first((float)even.first), scale((float)(even.bins / even.span)), start(Ints{} + (std::int32_t)even.start),
+          lowest(Floats{} + (float)(even.start + 0.5)), highest(Floats{} + (float)(even.start + even.count - 0.5))
+    {
+        const double bins = even.bins / even.span;
+        const double offset = even.first < 0 ? -even.first * bins : even.first * bins;
+        const double bound = (offset + even.start + even.count + 1) * 0x1p-21;
+        doubt = Floats{} + (float)bound;
+        isUseful = bound < 0.05 && bins > 1e-30 && bins < 1e30 && offset < 1e30;
+    }
+};
+
+inline __attribute__((always_inline)) void placesOf(const float* pixels, const FloatVectors& fast,
+                                                    const EvenVectors& even, std::int32_t* places)
+{
+    constexpr float kToWhole = 0x1.8p23F;
+    Floats pixel;
+    __builtin_memcpy(&pixel, pixels, sizeof pixel);
+    Floats bin = (pixel - fast.first) * fast.scale;
+    bin = bin > fast.lowest ? bin : fast.lowest;
+    bin = bin < fast.highest ? bin : fast.highest;
+    const Floats beside = bin - ((bin + kToWhole) - kToWhole);
+    const Floats away = (Floats)((Ints)beside & INT32_MAX);
+    if (__builtin_expect(anyFloatBelow<kWidth>(away, fast.doubt), 0)) {
+        placesOf(pixels, even, places);
+        placesOf(pixels + kLanes, even, places + kLanes);
+        return;
+    }
+    const Ints cut = __builtin_convertvector(bin, Ints) - fast.start;
+    __builtin_memcpy(places, &cut, sizeof cut);
+}
+
+inline __attribute__((always_inline)) void placesOfPiece(const float* pixels, const FloatVectors& fast,
+                                                         const EvenVectors& even, std::int32_t* places, long count)
+{
+    if (fast.isUseful) {
+        for (long at = 0; at < count; at += FloatVectors::kPixels) {
+            placesOf(pixels + at, fast, even, places + at);
+        }
+    } else {
+        for (long at = 0; at < count; at += kLanes) {
+            placesOf(pixels + at, even, places + at);
+        }
+    }
+}
+
+/* Pieces that stay in the nearest cache, and long enough that what was stored is there when it is counted. */
 void countEven(const float* pixels, const std::uint8_t* mask, long count, const EvenBins& bins, std::uint32_t* counts,
                long stride)
 {
-    constexpr long kPiece = 64;
+    constexpr long kPiece = 256;
     const EvenVectors even(bins);
+    const FloatVectors fast(bins);
     std::int32_t places[kPiece];
     long at = 0;
     for (; at + kPiece <= count; at += kPiece) {
-        for (long lane = 0; lane < kPiece; lane += kLanes) {
-            placesOf(pixels + at + lane, even, places + lane);
-        }
+        placesOfPiece(pixels + at, fast, even, places, kPiece);
         countPlaces(places, mask != nullptr ? mask + at : nullptr, kPiece, counts, stride);
     }
     if (at < count) {
         float last[kPiece] = {};
         __builtin_memcpy(last, pixels + at, (std::size_t)(count - at) * sizeof(float));
-        for (long lane = 0; lane < kPiece; lane += kLanes) {
-            placesOf(last + lane, even, places + lane);
-        }
+        placesOfPiece(last, fast, even, places, kPiece);
         countPlaces(places, mask != nullptr ? mask + at : nullptr, count - at, counts, stride);
     }
 }
