@@ -28,8 +28,9 @@ public:
     {
         std::string all;
         for (const Eerr_ErrorReport* record = chain_; record != nullptr; record = record->next) {
-            all += (all.empty() ? "" : " | ") + std::string(record->function) + ' ' + std::to_string(record->number) + ' ' +
-                   (record->message == nullptr ? "-" : record->message);
+            all += all.empty() ? "" : " | ";
+            all += std::string(record->function) + ' ' + std::to_string(record->number) + ' ';
+            all += record->message == nullptr ? "-" : record->message;
         }
         return all;
     }

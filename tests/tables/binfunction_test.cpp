@@ -278,6 +278,18 @@ TEST(BinFunctionSpan, IsHeldInsideTheBinsOfTheKind)
 
 /* Old records, as callers fill them in. */
 
+Edsc_BinFunction oldRecord(std::uint32_t numBins, std::int32_t type, double minimum = 0, double maximum = 0,
+                           Egda_BaseData* limits = nullptr)
+{
+    Edsc_BinFunction record{};
+    record.numBins = numBins;
+    record.binFunctionType = type;
+    record.minLimit = minimum;
+    record.maxLimit = maximum;
+    record.binLimits = limits;
+    return record;
+}
+
 TEST(OldRecord, WorksEverywhereAndIsLeftAlone)
 {
     const BaseData limits = doubles({0, 10, 20, 40});
@@ -285,11 +297,10 @@ TEST(OldRecord, WorksEverywhereAndIsLeftAlone)
         Edsc_BinFunction record;
         BinFunction same;
     } cases[] = {
-        {{.numBins = 5, .binFunctionType = EDSC_BIN_DIRECT, .minLimit = 3, .maxLimit = 7}, direct(3, 5)},
-        {{.numBins = 4, .binFunctionType = EDSC_BIN_LINEAR, .minLimit = 0, .maxLimit = 8}, linear(0, 8, 4)},
-        {{.numBins = 4, .binFunctionType = EDSC_BIN_LOGARITHMIC, .minLimit = 0, .maxLimit = 8}, logarithmic(0, 8, 4)},
-        {{.numBins = 3, .binFunctionType = EDSC_BIN_EXPLICIT, .minLimit = 0, .maxLimit = 40, .binLimits = limits.get()},
-         explicitLimits({0, 10, 20, 40}, 3)},
+        {oldRecord(5, EDSC_BIN_DIRECT, 3, 7), direct(3, 5)},
+        {oldRecord(4, EDSC_BIN_LINEAR, 0, 8), linear(0, 8, 4)},
+        {oldRecord(4, EDSC_BIN_LOGARITHMIC, 0, 8), logarithmic(0, 8, 4)},
+        {oldRecord(3, EDSC_BIN_EXPLICIT, 0, 40, limits.get()), explicitLimits({0, 10, 20, 40}, 3)},
     };
     for (const auto& [record, same] : cases) {
         Edsc_BinFunction before;
@@ -313,12 +324,12 @@ TEST(OldRecord, WorksEverywhereAndIsLeftAlone)
 
 TEST(OldRecord, OfAnUnknownTypeOrWithoutItsLimitsIsRefused)
 {
-    const Edsc_BinFunction unknown{.numBins = 5, .binFunctionType = 4};
+    const Edsc_BinFunction unknown = oldRecord(5, 4);
     Report report;
     EXPECT_EQ(edsc_BinFunctionApply(&unknown, 1, report), -2);
     EXPECT_EQ(rootCause(report), "edsc_BinFunctionMethodsTitleFromMIFable failed");
 
-    const Edsc_BinFunction bare{.numBins = 5, .binFunctionType = EDSC_BIN_EXPLICIT};
+    const Edsc_BinFunction bare = oldRecord(5, EDSC_BIN_EXPLICIT);
     Report second;
     EXPECT_EQ(edsc_BinFunctionApply(&bare, 1, second), -2);
     EXPECT_EQ(rootCause(second), "NULL bin limits given");

@@ -42,7 +42,7 @@ EMANTLE_API void ehsh_TableDelete(int id, Eerr_ErrorReport** err);
  * the table's hash function answers with no bucket; the table is then as it was. */
 EMANTLE_API void* ehsh_KeyHash(int id, const void* key, const void* data, Eerr_ErrorReport** err);
 
-/* Removes a key and returns the address of its data, which the next key added to the table may overwrite; null in a
+/* Removes a key and returns the address of its data, which is valid until the next removal from the table; null in a
  * table without data. A key that the table does not have is "Can't find data in hash table". */
 EMANTLE_API void* ehsh_KeyUnHash(int id, const void* key, Eerr_ErrorReport** err);
 

@@ -42,9 +42,9 @@ inline void widen(T value, T& low, T& high)
     high = value > high ? value : high;
 }
 
-/* Floating types need their lanes written out, since the order of comparisons decides what a NaN does: every lane starts
- * from the same values, so a NaN counts only where they hold it. The number of lanes does not depend on the instruction
- * set. */
+/* Floating types need their lanes written out, since the order of comparisons decides what a NaN does: every lane
+ * starts from the same values, so a NaN counts only where they hold it. The number of lanes does not depend on the
+ * instruction set. */
 template <class T>
 long widenByLanes(const Cell<T>* cells, long count, T& low, T& high)
 {

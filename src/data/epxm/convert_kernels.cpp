@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <immintrin.h>
 
 namespace emantle {
 

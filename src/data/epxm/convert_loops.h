@@ -1,7 +1,13 @@
 /* Conversion of runs of elements. Compiled once for each instruction set: nothing here calls an inline function from
  * outside its namespace. */
 
+#include "data/epxm/float_bytes_loops.h"
+
 namespace emantle::EMANTLE_TARGET {
+
+/* The largest float below one half. The sum rounds up wherever the fraction is a half, so adding it in float rounds as
+ * adding one half in double does, for types of up to 16 bits. */
+inline constexpr float kBelowHalf = 0x1.fffffep-2f;
 
 /* Adds `half` away from zero; where the limits leave no value below zero the sign is known. */
 template <class To, class Float>
@@ -33,8 +39,7 @@ inline typename To::Storage wholeFromDouble(double value)
     }
 }
 
-/* The same result for types of up to 16 bits without leaving float: the largest float below one half rounds as one half
- * does in double, since the sum itself rounds up wherever the fraction is a half. */
+/* The same result for types of up to 16 bits without leaving float. */
 template <class To>
 inline typename To::Storage wholeFromFloat(float value)
 {
@@ -42,7 +47,7 @@ inline typename To::Storage wholeFromFloat(float value)
     constexpr float high = To::high;
     value = value > low ? value : low;
     value = value < high ? value : high;
-    value = awayFromZero<To>(value, 0x1.fffffep-2f);
+    value = awayFromZero<To>(value, kBelowHalf);
     return static_cast<typename To::Storage>(static_cast<std::int32_t>(value));
 }
 
@@ -105,10 +110,14 @@ void convert(const void* source, void* dest, long count)
         }
         const auto* in = static_cast<const Cell<Value>*>(source);
         auto* out = static_cast<Cell<typename To::Storage>*>(dest);
+        long first = 0;
+        if constexpr (std::is_same_v<Value, float> && std::is_same_v<typename To::Storage, std::uint8_t>) {
+            first = floatsToBytes(source, dest, count, To::high, kBelowHalf);
+        }
 #if !defined(__clang__) /* which looks for overlap itself, and warns where a promise of none does not help */
 #pragma GCC ivdep
 #endif
-        for (long i = 0; i < count; ++i) {
+        for (long i = first; i < count; ++i) {
             convertCell<To>(in[i], out[i]);
         }
     }

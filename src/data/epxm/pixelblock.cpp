@@ -57,8 +57,8 @@ constexpr double kTooMany = 1e10;
 /* How the rows of a caller's pixels lie: `excess` pixels behind each. */
 long excessOf(long width, long pixelSize, long rowPitch)
 {
-    const double excess = (static_cast<double>(rowPitch) - static_cast<double>(width) * static_cast<double>(pixelSize)) /
-                          static_cast<double>(pixelSize);
+    const double rowBytes = static_cast<double>(width) * static_cast<double>(pixelSize);
+    const double excess = (static_cast<double>(rowPitch) - rowBytes) / static_cast<double>(pixelSize);
     const double whole = std::round(excess);
     require(whole == excess, "Init", "Inter-row pitch is not an even multiple of the pixel size");
     return static_cast<long>(std::clamp(whole, -kTooMany, kTooMany));

@@ -1,3 +1,4 @@
+#include "files/efio/internal_names.h"
 #include "files/efio/names.h"
 #include "frame/guard/guard.h"
 #include "platform/clock.h"
@@ -80,14 +81,16 @@ bool nextOfRun(char* begin, const char* end) noexcept
     return false;
 }
 
-char* fillRun(char* name)
+/* Fills the run at the end of `name`; `pathOf` says what the system knows a name by. */
+template <class PathOf>
+bool fillRun(char* name, PathOf pathOf)
 {
     char* const end = name + std::strlen(name);
     char* begin = end;
     while (begin != name && (begin[-1] == 'X' || begin[-1] == 'x')) {
         --begin;
     }
-    const std::string path = expandedName(name);
+    const std::string path = pathOf(name);
     const std::size_t slash = path.rfind('/');
     const std::string directory = slash == path.npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
     require(isDirectory(directory), "%s: no such directory", directory.c_str());
@@ -96,12 +99,12 @@ char* fillRun(char* name)
     for (char* place = end; place != begin; digits /= 10) {
         *--place = static_cast<char>('0' + digits % 10);
     }
-    while (isTaken(expandedName(name))) {
+    while (isTaken(pathOf(name))) {
         if (!nextOfRun(begin, end)) {
-            return nullptr;
+            return false;
         }
     }
-    return name;
+    return true;
 }
 
 /* A free name in `directory`; null when all are taken. */
@@ -113,11 +116,16 @@ char* newName(const char* directory, const char* prefix)
     std::replace(start.begin(), start.end(), '\\', '/');
     const bool joined = start.front() == '/' || (!folder.empty() && folder.back() == '/');
     const std::string pattern = formatted(joined ? "%s%s%s" : "%s/%s%s", folder.c_str(), start.c_str(), places);
-    HeapPtr<char> name = heapText(expandedName(pattern.c_str()));
-    return fillRun(name.get()) == nullptr ? nullptr : name.release();
+    std::string name = expandedName(pattern.c_str());
+    return fillTemporary(name) ? heapText(name).release() : nullptr;
 }
 
 }  // namespace
+
+bool fillTemporary(std::string& name)
+{
+    return fillRun(name.data(), [](const char* text) { return std::string(text); });
+}
 
 }  // namespace emantle::files
 
@@ -160,7 +168,7 @@ EMANTLE_API char* efio_MakeTemp(char* name, Eerr_ErrorReport** err)
 {
     return guarded<char*>(err, "efio_MakeTemp", nullptr, [&] {
         require(name != nullptr, "NULL file name");
-        return fillRun(name);
+        return fillRun(name, [](const char* text) { return expandedName(text); }) ? name : nullptr;
     });
 }
 

@@ -180,7 +180,10 @@ HashTable::Outcome HashTable::remove(Node* node) noexcept
     *link = node->next;
     const bool inStep = order_ == 0 || elnk_ListLinkFree(order_, nullptr, node->slot, 1) == 1;
     freeSlot(node->slot);
-    arena_.release(node, nodeBytes(node->at(keyOffset_)));
+    if (removed_ != nullptr) {
+        arena_.release(removed_, nodeBytes(removed_->at(keyOffset_)));
+    }
+    removed_ = node;
     --count_;
     return inStep ? Outcome::done : Outcome::orderBroken;
 }

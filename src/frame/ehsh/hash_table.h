@@ -59,7 +59,7 @@ public:
     /* Adds a key at the place just located, which it makes good when the table grows. On `orderBroken` it is added all
      * the same. */
     Outcome add(const void* key, Place& place) noexcept;
-    /* Removes a node; its data stays readable until the slot is reused. */
+    /* Removes a node; its data stays readable until the next removal. */
     Outcome remove(Node* node) noexcept;
     /* The node that was written longest ago, or null. */
     Node* oldest() const noexcept;
@@ -97,6 +97,7 @@ private:
     Ehsh_HashFunction function_ = nullptr;
     long count_ = 0;
     double growAt_ = 1.0;
+    Node* removed_ = nullptr; /* the last one removed, whose data a caller may still read */
     KeyArena arena_;
 };
 

@@ -15,7 +15,7 @@ namespace emantle {
 namespace {
 
 /* Variables that name each other twice at every level would otherwise grow without bound. */
-constexpr std::size_t mostReferences = 65536, mostBytes = std::size_t{1} << 24;
+constexpr std::size_t mostReferences = 65536, mostBytes = std::size_t{1} << 24, deepest = 256;
 
 bool isLetter(char c) noexcept
 {
@@ -89,6 +89,7 @@ private:
         }
         require(std::find(open_.begin(), open_.end(), name) == open_.end(),
                 "%s: Recursive variable expansion encountered", name.c_str());
+        require(open_.size() < deepest, "%s: variables refer to each other more than %zu deep", name.c_str(), deepest);
         open_.push_back(name);
         std::string expanded = run(value.get());
         open_.pop_back();

@@ -35,10 +35,13 @@ std::basic_string<To> converted(const std::basic_string<From>& text, Step step)
             return result.append(before, end);
         }
         result.append(piece, to);
-        /* A text that ends within a character makes no progress. */
         if (answer == std::codecvt_base::error || (from == before && to == piece)) {
             refuse();
         }
+    }
+    /* A facet may hold back the first bytes of a character that the text does not end. */
+    if (std::mbsinit(&state) == 0) {
+        refuse();
     }
     return result;
 }

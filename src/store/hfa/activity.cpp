@@ -32,6 +32,11 @@ void tellOfChange(Handle& handle)
 /* Reads again what the handle knows of its file. */
 void bringUpToDate(Handle& handle, EerrException& scope)
 {
+    /* What this thread's other handle has gathered is not in the file yet. */
+    if (Handle* writer = findOpenFile(handle.context, handle.name, false); writer != nullptr && writer != &handle) {
+        efio_Flush(writer->file, scope);
+        check(scope, "Error re-reading header");
+    }
     efio_BufferFlush(handle.file, scope);
     check(scope, "Error re-reading header");
     step(scope, "ehfa_HeaderRead", "Error re-reading header", [&] { readHeader(handle, scope); });

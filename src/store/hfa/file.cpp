@@ -155,6 +155,9 @@ Ehfa_File* openFile(const char* name, const char* mode, Eint_InitToolkitData* co
         require(!options.reportsAlien, "File %s is not an EHFA file", name);
         return nullptr;
     };
+    if (Handle* writer = findOpenFile(context, name, false)) {
+        checked(scope, efio_Flush(writer->file, scope), "File flush failed");
+    }
     ErrnoKeeper number;
     OpenFile file(efio_Open(name, mode != nullptr ? mode : "r", scope));
     number.take();

@@ -53,9 +53,12 @@ decltype(auto) step(EerrException& scope, const char* function, Say text, Body&&
     try {
         return body();
     } catch (...) {
+        /* What a step within the step has left in the scope lies below. */
         EerrException inner{OrvikLog::Literal{function}};
+        Eerr_ErrorReport* chain = scope.Release();
+        inner.Absorb(&chain);
         takeThrown(inner, text.number);
-        Eerr_ErrorReport* chain = inner.Release();
+        chain = inner.Release();
         scope.Absorb(&chain);
     }
     fail(text);

@@ -49,8 +49,7 @@ public:
         if (design == nullptr) {
             return nullptr;
         }
-        const Extent extent = extentOf(*design);
-        charge(extent.weight * extent.depth);
+        chargeParts(*design);
         return editor_.take(scope_, std::move(design));
     }
 
@@ -63,6 +62,17 @@ private:
         const auto read = static_cast<int64_t>(std::min<uint64_t>(characters_.consumed(), kMostWeight));
         const int64_t most = std::min(kWeightAtStart + kWeightPerCharacter * read, kMostWeight);
         require(weight_ <= most, "The designs hold more than %ld items", long{most});
+    }
+
+    /* The designs inside that will enter the dictionary as well. */
+    void chargeParts(const Emif_Design& design)
+    {
+        for (const Emif_DesignItem* item = design.items; item != nullptr; item = item->next) {
+            if (item->design != nullptr && editor_.find(item->design->name) == nullptr) {
+                charge(extentOf(*item->design).weight);
+                chargeParts(*item->design);
+            }
+        }
     }
 
     DesignPtr decodeDesign(int depth)

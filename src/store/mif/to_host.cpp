@@ -50,6 +50,7 @@ private:
     {
         require(count >= 0, "%d elements", count);
         const auto elements = static_cast<std::size_t>(count);
+        const std::size_t room = item.isCountedPointer != 0 || count == 0 ? elements : roomOfStar(item, elements);
         source_.promise(isPacked(item.type) ? streamBytes(item.type, elements) : elements * leastElementBytes(item));
         void* held = pointerIn(item, place);
         if (held != nullptr && !keeps(place, item, count)) {
@@ -57,13 +58,27 @@ private:
             held = nullptr;
         }
         if (held == nullptr) {
-            held = allocate<uint8_t>(elements * static_cast<std::size_t>(item.hostBytesPerElement)).release();
+            held = allocate<uint8_t>(room * static_cast<std::size_t>(item.hostBytesPerElement)).release();
             setPointer(item, place, held);
         }
         if (item.isCountedPointer != 0) {
             setCount(place, count);
         }
         return {static_cast<uint8_t*>(held), held == nullptr ? 0 : elements};
+    }
+
+    /* Every other walk takes a `*` for as many elements as the design says, so there is room for these at least, and none
+     * that own memory beyond them. */
+    static std::size_t roomOfStar(const Emif_DesignItem& item, std::size_t elements)
+    {
+        const auto designed = static_cast<std::size_t>(std::max(item.count, 0));
+        const bool ownsMemory = item.type == EMIF_TYPE_BASEDATA || isRecord(item.type);
+        /* A text of the design's gets its terminator even where the stream has none. */
+        const std::size_t missing = item.count < 0 ? 1 : designed > elements ? designed - elements : 0;
+        require((!ownsMemory || elements <= designed) &&
+                    missing * static_cast<std::size_t>(item.hostBytesPerElement) <= kMostAddedRoom,
+                "%ld elements, where the design has %ld", static_cast<long>(elements), static_cast<long>(designed));
+        return elements + missing;
     }
 
     static bool keeps(const uint8_t* place, const Emif_DesignItem& item, int32_t count) noexcept
@@ -191,6 +206,7 @@ private:
     }
 
     static constexpr std::size_t kPiece = kScratchSize / 4;
+    static constexpr std::size_t kMostAddedRoom = 65536;
 
     EerrException& scope_;
     Source& source_;

@@ -23,12 +23,24 @@ const OwnEntry kLogarithmic[] = {EDSC_KIND(LogarithmicTK), EDSC_ENTRY(edsc_BFLog
 const OwnEntry kExplicit[] = {EDSC_KIND(Explicit), EDSC_ENTRY(edsc_BFExplicit, BinFunctionBCSyncOld)};
 const OwnEntry kUnique[] = {EDSC_KIND(Unique)};
 
+const OwnEntry kStore[] = {
+    EDSC_ENTRY(edsc_HFA, InstanceColumnTypesGet), EDSC_ENTRY(edsc_HFA, TableCreate),
+    EDSC_ENTRY(edsc_HFA, TableOpen),              EDSC_ENTRY(edsc_HFA, TableClose),
+    EDSC_ENTRY(edsc_HFA, TableDestroy),           EDSC_ENTRY(edsc_HFA, TableRowCountSet),
+    EDSC_ENTRY(edsc_HFA, TableColumnNamesGet),    EDSC_ENTRY(edsc_HFA, TableColumnNamesSet),
+    EDSC_ENTRY(edsc_HFA, ColumnCreate),           EDSC_ENTRY(edsc_HFA, ColumnOpen),
+    EDSC_ENTRY(edsc_HFA, ColumnClose),            EDSC_ENTRY(edsc_HFA, ColumnDestroy),
+    EDSC_ENTRY(edsc_HFA, ColumnDataRead),         EDSC_ENTRY(edsc_HFA, ColumnDataWrite),
+    EDSC_ENTRY(edsc_HFA, ColumnModTimeGet),
+};
+
 const OwnInstance kInstances[] = {
     {"BinFunctions", "edsc_BFDirect", kDirect},
     {"BinFunctions", "edsc_BFLinear", kLinear},
     {"BinFunctions", "edsc_BFLogarithmicTK", kLogarithmic},
     {"BinFunctions", "edsc_BFExplicit", kExplicit},
     {"BinFunctions", "edsc_BFUnique", kUnique},
+    {"DescriptorTables", "edsc_HFA", kStore},
 };
 
 }  // namespace

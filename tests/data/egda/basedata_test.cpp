@@ -338,7 +338,8 @@ void checkRange(Egda_PixelType type, double low, double high, T lowest, T highes
         rangeTable(set)[type].clip(lines, low, high);
         for (std::size_t i = 0; i < values.size(); ++i) {
             const bool inside = i % kPitch < kRun;
-            const T wanted = !inside ? values[i] : values[i] < lowest ? lowest : values[i] > highest ? highest : values[i];
+            const T limited = values[i] < lowest ? lowest : values[i] > highest ? highest : values[i];
+            const T wanted = inside ? limited : values[i];
             ASSERT_EQ(work[i], wanted) << type << ' ' << i;
         }
     }

@@ -227,7 +227,16 @@ TEST(BaseDataBytes, LinesAreRowsOrColumnsAndStartOnAByte)
     const DesignPtr design = designOf("{1:bvalues,}A,");
     for (const Case& each : cases) {
         SCOPED_TRACE(each.values.size());
-        Egda_BaseData* data = baseData(each.rows, each.columns, each.type, each.object);
+        const bool isEmpty = each.rows * each.columns == 0;
+        Egda_BaseData* data = baseData(isEmpty ? 1 : each.rows, isEmpty ? 1 : each.columns, each.type, each.object);
+        if (isEmpty) {
+            egda_BaseDataDeleteContents(data, nullptr);
+            data->data = data->firstelement = nullptr;
+            data->numrows = static_cast<std::int32_t>(each.rows);
+            data->numcolumns = static_cast<std::int32_t>(each.columns);
+            data->numelements = 0;
+            data->pitch = static_cast<std::int32_t>((each.object == EGDA_MATRIX_OBJECT ? each.rows : each.columns) * data->numbytes);
+        }
         const long lines = each.object == EGDA_MATRIX_OBJECT ? each.columns : each.rows;
         const long perLine = each.object == EGDA_MATRIX_OBJECT ? each.rows : each.columns;
         for (long line = 0; line < lines; ++line) {
@@ -298,9 +307,26 @@ TEST(Storage, IsKeptWhereTheCountAgreesAndReplacedOtherwise)
     EXPECT_EQ(object->star, nullptr);
 }
 
+TEST(Storage, OfAStarHoldsWhatTheDesignSays)
+{
+    const DesignPtr design = designOf("{4:*ba,6:*lb,}A,");
+    struct A {
+        Egda_BaseData* a;
+        std::int32_t* b;
+    };
+    const Object<A> object(*design);
+    EXPECT_EQ(readInto(object.get(), *design, {1, 0, 0, 0, 8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3, 0, 3, 0,
+                                               1, 0, 0, 0, 8, 0, 0, 0, 7, 0, 0, 0}),
+              "");
+    EXPECT_EQ(object->a[3].data, nullptr);
+    EXPECT_EQ(object->b[0], 7);
+    EXPECT_EQ(object->b[5], 0);
+    EXPECT_EQ(written(object.get(), *design).size(), 8U + 4 * 12 + 8 + 6 * 4);
+}
+
 TEST(Files, GiveAndTakeWhatMemoryDoes)
 {
-    const DesignPtr design = designOf("{1:chead,0:p1bits,0:pdnumbers,0:pesmall,1:bvalues,1:ctail,}A,");
+    const DesignPtr design = designOf("{1:chead,0:p1bits,0:pdnumbers,0:pe0:small,1:bvalues,1:ctail,}A,");
     struct Record {
         char head;
         Counted<std::uint8_t> bits;
@@ -392,7 +418,7 @@ TEST(Damage, CountsThatLieAreReports)
         {"{0:pCa,}A,", {0xFF, 0xFF, 0xFF, 0xFF, 8, 0, 0, 0}, "-1 elements"},
         {"{0:pMa,}A,", {0xFF, 0xFF, 0xFF, 0x7F, 8, 0, 0, 0}, "34359738352 bytes are needed, 0 are left"},
         {"{0:p1a,}A,", {0, 0, 0, 0x40, 8, 0, 0, 0}, "134217728 bytes are needed, 0 are left"},
-        {"{1:*ba,}A,", {0, 0, 0, 0x40, 8, 0, 0, 0}, "12884901888 bytes are needed, 0 are left"},
+        {"{0:pba,}A,", {0, 0, 0, 0x40, 8, 0, 0, 0}, "12884901888 bytes are needed, 0 are left"},
         {"{0:pCx,}B,{0:poB,a,}A,", {0, 0, 0, 0x40, 8, 0, 0, 0}, "8589934592 bytes are needed, 0 are left"},
         {"{1:ba,}A,", {0, 0, 0, 0x40, 0, 0, 0, 0x40, 0, 0, 0, 0}, "A BaseData of 1073741824 rows and 1073741824 columns"},
         {"{1:ba,}A,", {0xFF, 0xFF, 0xFF, 0xFF, 1, 0, 0, 0, 0, 0, 0, 0}, "A BaseData of -1 rows and 1 columns"},
@@ -401,6 +427,8 @@ TEST(Damage, CountsThatLieAreReports)
         {"{1:ba,}A,", {1, 0, 0, 0, 1, 0, 0, 0, 13, 0, 3, 0}, "Invalid EMIF BaseData type!"},
         {"{1:ba,}A,", {1, 0, 0, 0, 1, 0, 0, 0, 0, 1, 3, 0}, "Invalid EMIF BaseData type!"},
         {"{1:ba,}A,", {1, 0, 0, 0, 1, 0, 0, 0, 3, 0, 4, 0}, "Invalid EMIF BaseData object type 4!"},
+        {"{100000:*Ca,}A,", {1, 0, 0, 0, 8, 0, 0, 0, 5}, "1 elements, where the design has 100000"},
+        {"{1:*ba,}A,", {2, 0, 0, 0, 8, 0, 0, 0}, "2 elements, where the design has 1"},
         {"{16:Ca,}A,", {1, 2, 3}, "16 bytes are needed, 3 are left"},
     };
     for (const Case& each : cases) {
@@ -439,7 +467,7 @@ TEST(Damage, AnywhereEndsInAReportOrAValue)
             emantle::mif::convertToHost(scope, damaged, *design, object.get());
         } catch (const emantle::Failure&) {
             isRead = false;
-            EXPECT_TRUE(scope);
+            EXPECT_TRUE(static_cast<bool>(scope));
             scope.Clear();
         }
         if (isRead) {

@@ -5,8 +5,8 @@
 #include <emantle/frame/eerr.h>
 
 /* egda, the typed two-dimensional record.
- *  1. Scalars, tables, matrices and rasters are all this record. A line is a row, or a column of a matrix; `pitch` leads
- *     from one line to the next.
+ *  1. Scalars, tables, matrices and rasters are all this record. A line is a row, or a column of a matrix; `pitch`
+ *     leads from one line to the next.
  *  2. A record with derivedFlag 1 borrows its elements: deleting it frees the record alone. The owner must outlive it;
  *     nothing counts references.
  *  3. Functions that return a record give it to the caller, who gives it back to egda_BaseDataDelete. With a `dest`
@@ -79,9 +79,9 @@ EMANTLE_API Egda_BaseData* egda_BaseDataCopyExt(const Egda_BaseData* src, Egda_B
 EMANTLE_API void egda_BaseDataReallocate(Egda_BaseData* base, long nRows, long nColumns, Eerr_ErrorReport** err);
 
 /* Writes elements of the record's own type into the elements that `mode` selects, `index` being a row or a column that
- * is not checked. With `isArray` 1 `values` holds one element for each element written, else one for all. Strings are
- * copied from an array of pointers, one for each element whatever `isArray` says. Fails with 1 for the diagonal of a
- * record that is not square. */
+ * is not checked; a whole record is written line by line. With `isArray` 1 `values` holds one element for each element
+ * written, else one for all. Strings are copied from an array of pointers, one for each element whatever `isArray`
+ * says. Fails with 1 for the diagonal of a record that is not square. */
 EMANTLE_API void egda_BaseDataSetBoth(Egda_BaseData* base, const void* values, long mode, long index,
                                       Emsc_Boolean isArray, Eerr_ErrorReport** err);
 

@@ -45,7 +45,8 @@ EMANTLE_API Emsc_Boolean egda_BaseDataStackIsContiguous(const Egda_BaseDataStack
 EMANTLE_API long egda_BaseDataStackMaxElements(long maxBytes, long nLayers, Egda_PixelType dataType, long objectType,
                                                Eerr_ErrorReport** err);
 
-/* Bytes of a contiguous stack. Fails when a size is below 1, a code is unknown or the result is beyond 64 bits. */
+/* Bytes of a contiguous stack. Fails when a size is below 1, a code is unknown or the shape is beyond what a record
+ * counts. */
 EMANTLE_API long egda_BaseDataStackDataSize(long nLayers, long nRows, long nColumns, Egda_PixelType dataType,
                                             long objectType, Eerr_ErrorReport** err);
 

@@ -10,7 +10,8 @@
  *  2. To an integer type: a value is clamped to the limits of the type, as egda_IntegerMinValue and
  *     egda_IntegerMaxValue have them; a floating value is clamped in double and then rounded half away from zero, and
  *     NaN becomes the lower limit. To a complex type: imaginary part 0.
- *  3. From a complex type to any other: the modulus, computed in double, converts. Complex to complex goes part by part.
+ *  3. From a complex type to any other: the modulus, computed in double, converts. Complex to complex goes part by
+ *     part.
  *  4. Floating types convert as the machine does.
  *  5. Strings convert to strings only: each destination becomes a heap copy of its source, in place of what it was. The
  *     other cells of the string's row and column are null.

@@ -41,8 +41,8 @@ public:
      * for none. Each plane starts as onlyNODATA. */
     PixelBlock(long noOfPlanes, long width, long height, Egda_PixelType type,
                const void* const* nodataValues = nullptr);
-    /* Planes over the caller's pixels, which must outlive all holders: `planePitch` bytes from plane to plane, `rowPitch`
-     * bytes, a whole number of pixels, from row to row. Null `data` acts as the constructor above. */
+    /* Planes over the caller's pixels, which must outlive all holders: `planePitch` bytes from plane to plane,
+     * `rowPitch` bytes, a whole number of pixels, from row to row. Null `data` acts as the constructor above. */
     PixelBlock(long noOfPlanes, long width, long height, Egda_PixelType type, void* data, long planePitch,
                long rowPitch, const void* const* nodataValues = nullptr);
     /* What getPlane of `other` gives, so a copy of a window has the window's planes. */
@@ -101,8 +101,8 @@ private:
 };
 
 /* A window on another block that can be moved without touching its pixels.
- *  1. It holds the planes of the source block, so the pixels live as long as it does, and has the source's NODATA values and
- *     conditions of that moment as its own.
+ *  1. It holds the planes of the source block, so pixels of the block's own live as long as it does, and has the
+ *     source's NODATA values and conditions of that moment as its own.
  *  2. Reconfigure moves the planes that copies and getPlane have given out as well. */
 class EMANTLE_CLASS ConfigurablePixelBlock : public virtual PixelBlock {
 public:

@@ -20,8 +20,10 @@ EMANTLE_API char* estr_StringCat(char* dst, const char* a, const char* b);
 
 /* printf. With a null `dst` into a new text of at most 15999 bytes: "The text is longer than 15999 bytes" and null
  * beyond. With `dst` set it writes there, without a bound, and returns it. A null format is "Args". */
-EMANTLE_API char* estr_Sprintf(char* dst, const char* format, Eerr_ErrorReport** err, ...);
-EMANTLE_API char* estr_Vsprintf(char* dst, const char* format, Eerr_ErrorReport** err, va_list arguments);
+EMANTLE_API char* estr_Sprintf(char* dst, const char* format, Eerr_ErrorReport** err, ...)
+    __attribute__((format(printf, 2, 4)));
+EMANTLE_API char* estr_Vsprintf(char* dst, const char* format, Eerr_ErrorReport** err, va_list arguments)
+    __attribute__((format(printf, 2, 0)));
 
 /* A copy in double quotes. */
 EMANTLE_API char* estr_QuotedDuplicate(const char* s);

@@ -17,9 +17,9 @@ EMANTLE_API long emif_ConvertToMIF(Efio_File* file, const void* object, const Em
 
 /* Fills `object` from the file's position, or from `buffer`, or from the file with the bytes left in `buffer` as well.
  * Pointers that the record holds before are storage: `p` keeps it where the count agrees and replaces it otherwise; `*`
- * keeps it where it holds as many elements as come, for which the design's count speaks, and replaces it otherwise; so
- * does a BaseData, by its own shape, except that borrowed data that are too small are a failure. Returns the bytes
- * consumed, 0 on failure; the record then holds what was read up to there and is still to be freed.
+ * keeps it for as many elements as the design says or fewer and replaces it otherwise; a BaseData keeps values of its own
+ * shape, replaces others, and fails where it borrowed them. A `*` always gets room for the elements that the design says.
+ * Returns the bytes consumed, 0 on failure; the record then holds what was read up to there and is still to be freed.
  * A buffer alone has no end that this function knows: its bytes must be what emif_ConvertToMIF wrote for the same design,
  * complete. */
 EMANTLE_API long emif_ConvertToHost(Efio_File* file, void* buffer, const Emif_Design* design, void* object,

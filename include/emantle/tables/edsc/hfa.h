@@ -6,7 +6,8 @@
 /* edsc, the tables of a store: the method set of the instance "edsc_HFA".
  *  1. The context is the Ehfa_File. A table's name is its node path.
  *  2. The methods have the shapes of Edsc_TableMethods; what they return is told there.
- *  3. A column's node holds four fields; its elements lie in a run of their own, `numRows` elements from `columnDataPtr`. */
+ *  3. A column's node holds four fields; its elements lie in a run of their own, `numRows` elements from
+ *    `columnDataPtr`. */
 
 typedef struct Edsc_HFATable {
     Ehfa_File* file;
@@ -52,15 +53,14 @@ EMANTLE_API int32_t edsc_HFAColumnDataWrite(void* handle, int32_t startRow, int3
                                             Eerr_ErrorReport** err);
 EMANTLE_API int32_t edsc_HFAColumnModTimeGet(void* handle, double* time, Eerr_ErrorReport** err);
 
-/* Copies header and elements of the column that is the current entry of `source` to the current entry of `destination`:
- * the way of ehfa_FileCopy, whose meter the second form tells. */
-EMANTLE_API Emsc_Boolean edsc_HFAColumnDataCopy(Ehfa_File* source, Ehfa_File* destination, void* meter,
-                                                Eerr_ErrorReport** err);
+/* Copies header and elements of the column that is the current entry of `source` to the current entry of `destination`,
+ * which has the same name and type and no data yet. "No column data!" where there are none. */
+EMANTLE_API Emsc_Boolean edsc_HFAColumnDataCopy(Ehfa_File* source, Ehfa_File* destination, Eerr_ErrorReport** err);
 EMANTLE_API Emsc_Boolean edsc_CopyColumnData(Ehfa_File* source, Ehfa_File* destination, Eerr_ErrorReport** err);
 
 /* The column at `node`, or the current entry for null, as one object with header and elements, under the design
- * "Edsc_HFA_Column"; for emif_ObjectFree with that design. And into the current entry, whose run is replaced: `design` must
- * be of that name. */
+ * "Edsc_HFA_Column"; for emif_ObjectFree with that design. And into the current entry, whose run is replaced: `design`
+ * must be of that name. */
 EMANTLE_API void* edsc_HFAColumnAndMIFDataRead(Ehfa_File* file, const char* node, Eerr_ErrorReport** err);
 EMANTLE_API Emsc_Boolean edsc_HFAColumnAndMIFDataWrite(Ehfa_File* file, const void* column, const Emif_Design* design,
                                                        Eerr_ErrorReport** err);

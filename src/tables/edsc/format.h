@@ -1,0 +1,70 @@
+#pragma once
+
+#include "frame/guard/guard.h"
+#include "frame/memory/heap_ptr.h"
+
+#include <cstdarg>
+#include <emantle/frame/estr/list.h>
+#include <emantle/siblings/ethr.h>
+#include <emantle/tables/edsc/methods.h>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+/* Calls into a table format. */
+
+namespace emantle::tables {
+
+struct TableMethodsCloser {
+    void operator()(Edsc_TableMethods* methods) const noexcept { edsc_TableMethodsClose(methods, nullptr); }
+};
+using TableMethodsPtr = std::unique_ptr<Edsc_TableMethods, TableMethodsCloser>;
+
+inline bool isThreadsafe(const Edsc_TableMethods& methods) noexcept
+{
+    return methods.InstanceIsThreadsafe != nullptr && methods.InstanceIsThreadsafe();
+}
+
+inline bool isWide(const Edsc_TableMethods& methods) noexcept
+{
+    return methods.InstanceSupportsUnicode != nullptr && methods.InstanceSupportsUnicode();
+}
+
+/* Calls a method, inside the unsafe section unless the format does without. Fails with `failed` for a chain and for a
+ * negative answer. */
+template <class... Parameters, class... Arguments>
+std::int32_t callFormat(EerrException& scope, const Edsc_TableMethods& methods, Say failed,
+                        std::int32_t (*method)(Parameters...), Arguments... arguments)
+{
+    std::optional<EthrMTUnsafeCode> section;
+    if (!isThreadsafe(methods)) {
+        section.emplace();
+    }
+    const std::int32_t result = method(arguments..., scope);
+    check(scope, failed);
+    require(result >= 0, failed);
+    return result;
+}
+
+/* A name as the format takes it. */
+class FormatName {
+public:
+    FormatName(const Edsc_TableMethods& methods, const char* name);
+
+    operator const char*() const noexcept { return wide_ == nullptr ? name_ : wide_.get(); }
+
+private:
+    const char* name_;
+    HeapPtr<char> wide_;
+};
+
+/* A list of names as the format gave it: narrow texts, and the list itself is freed. */
+EstrStringList& takeNames(EerrException& scope, bool wide, std::int32_t count, char** names, EstrStringList& list);
+
+/* The index of a column type in the format's own list; kUnknownColumnType where it is missing. */
+std::int32_t formatType(const Edsc_TableMethods& methods, const char* typeName) noexcept;
+
+/* Tells of reserved arguments that are not null. */
+void ignoreOptions(const char* function, const char* text, va_list arguments) noexcept;
+
+}  // namespace emantle::tables

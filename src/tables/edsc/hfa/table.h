@@ -1,0 +1,48 @@
+#pragma once
+
+#include "frame/guard/guard.h"
+#include "frame/memory/heap_ptr.h"
+#include "tables/edsc/hfa/designs.h"
+
+#include <cstdint>
+#include <emantle/store/ehfa/entry.h>
+#include <emantle/tables/edsc/hfa.h>
+#include <memory>
+
+namespace emantle::tables {
+
+struct HFATableDeleter {
+    void operator()(Edsc_HFATable* table) const noexcept { edsc_HFATableClose(table, nullptr); }
+};
+using HFATablePtr = std::unique_ptr<Edsc_HFATable, HFATableDeleter>;
+
+/* What an open column keeps beside the public record. */
+struct OpenHFAColumn : Edsc_HFAColumn {
+    ColumnRecord header;
+};
+
+struct HFAColumnDeleter {
+    void operator()(OpenHFAColumn* column) const noexcept { edsc_HFAColumnClose(column, nullptr); }
+};
+using HFAColumnPtr = std::unique_ptr<OpenHFAColumn, HFAColumnDeleter>;
+
+/* Fails with "NULL table" and "Args". */
+Edsc_HFATable& tableOf(void* handle);
+OpenHFAColumn& columnOf(void* handle);
+
+/* Adds the designs of tables and columns to the store's dictionary. */
+void addDesigns(EerrException& scope, Ehfa_File& file);
+
+/* The column `name`; null when there is none. With `checkRows` one that is shorter than its table is refused. */
+HFAColumnPtr openColumn(EerrException& scope, Edsc_HFATable& table, const char* name, bool checkRows);
+
+/* Bytes of `rows` elements, which lie inside the file or not. */
+std::int64_t runSize(const ColumnRecord& header, std::int64_t rows);
+
+/* Rewrites the header of a column in its node. */
+void writeHeader(EerrException& scope, OpenHFAColumn& column);
+
+/* Moves to a node; fails with `missing`, a format for the path. */
+Ehfa_Entry* seekNode(EerrException& scope, Ehfa_File* file, const char* path, Say missing);
+
+}  // namespace emantle::tables

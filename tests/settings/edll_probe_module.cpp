@@ -1,0 +1,1 @@
+extern "C" __attribute__((visibility("default"))) int edllProbeAnswer() { return 42; }
