@@ -47,7 +47,8 @@ void scanTree(const std::string& top, const char* pattern, Estr_StringList*& res
         const std::string directory = std::move(open.back());
         open.pop_back();
         std::vector<platform::DirectoryEntry> entries;
-        require(platform::listDirectory(directory, entries) == 0, "Error searching subfolders of <%s>", directory.c_str());
+        require(platform::listDirectory(directory, entries) == 0, "Error searching subfolders of <%s>",
+                directory.c_str());
         std::vector<std::string> below;
         for (const auto& entry : entries) {
             const std::string path = joined(directory, entry.name);
@@ -102,24 +103,26 @@ EMANTLE_API void efio_FindFree(Efio_Find* find)
 
 EMANTLE_API Estr_StringList* efio_FindFilesInPath(const char* path, const char* pattern, Eerr_ErrorReport** err)
 {
-    return guarded<Estr_StringList*>(err, "efio_FindFilesInPath", nullptr, [&](EerrException& scope) -> Estr_StringList* {
-        const std::string directory = expandedName(path);
-        std::vector<platform::DirectoryEntry> entries;
-        const int failure = platform::listDirectory(directory, entries);
-        const bool missing = failure == platform::error::notFound || failure == platform::error::notADirectory;
-        require(failure == 0 || missing, "Cannot read directory %s\n%s", directory.c_str(),
-                platform::systemErrorText(failure).c_str());
-        EstrStringList found;
-        for (const auto& entry : entries) {
-            if (entry.kind != platform::FileKind::directory && estr_WildCompareSensitive(pattern, entry.name.c_str(), 0)) {
-                Estr_StringList* list = found.Release();
-                append(list, joined(directory, entry.name), scope);
-                found = list;
-                check(scope);
+    return guarded<Estr_StringList*>(
+        err, "efio_FindFilesInPath", nullptr, [&](EerrException& scope) -> Estr_StringList* {
+            const std::string directory = expandedName(path);
+            std::vector<platform::DirectoryEntry> entries;
+            const int failure = platform::listDirectory(directory, entries);
+            const bool missing = failure == platform::error::notFound || failure == platform::error::notADirectory;
+            require(failure == 0 || missing, "Cannot read directory %s\n%s", directory.c_str(),
+                    platform::systemErrorText(failure).c_str());
+            EstrStringList found;
+            for (const auto& entry : entries) {
+                if (entry.kind != platform::FileKind::directory &&
+                    estr_WildCompareSensitive(pattern, entry.name.c_str(), 0)) {
+                    Estr_StringList* list = found.Release();
+                    append(list, joined(directory, entry.name), scope);
+                    found = list;
+                    check(scope);
+                }
             }
-        }
-        return found.Release();
-    });
+            return found.Release();
+        });
 }
 
 EMANTLE_API long efio_DirectoryScanRecursive(const char* name, Estr_StringList** result, Eerr_ErrorReport** err)
@@ -165,9 +168,10 @@ bool efio::MonitorDirectory::CheckForChanges()
     const News names = impl_->names.poll(), contents = impl_->contents.poll();
     if (names == News::failed || contents == News::failed) {
         EerrException(OrvikLog::Literal{"efio::MonitorDirectory::CheckForChanges"})
-            .Throw(__LINE__, names == News::failed
-                                 ? "efio::MonitorDirectory::CheckForChanges: FindNextChangeNotification function failed."
-                                 : "efio::MonitorDirectory::CheckForChanges: FindNextChangeNotification function failed.\n");
+            .Throw(__LINE__,
+                   names == News::failed
+                       ? "efio::MonitorDirectory::CheckForChanges: FindNextChangeNotification function failed."
+                       : "efio::MonitorDirectory::CheckForChanges: FindNextChangeNotification function failed.\n");
     }
     return names == News::some || contents == News::some;
 }

@@ -76,7 +76,8 @@ std::vector<std::string> languages()
         }
     }
     language = language.substr(0, language.find_first_of(".@"));
-    const bool usable = !language.empty() && language != "C" && language != "POSIX" && language.find('/') == language.npos;
+    const bool usable =
+        !language.empty() && language != "C" && language != "POSIX" && language.find('/') == language.npos;
     if (!usable) {
         return {};
     }
@@ -253,8 +254,8 @@ EMANTLE_API Efio_File* efio_SearchListOpen(const Efio_SearchList* list, const ch
     });
 }
 
-EMANTLE_API long efio_SearchListIdentifyFiles(const Efio_SearchList* list, const char* pattern, Estr_StringList** result,
-                                              Eerr_ErrorReport** err)
+EMANTLE_API long efio_SearchListIdentifyFiles(const Efio_SearchList* list, const char* pattern,
+                                              Estr_StringList** result, Eerr_ErrorReport** err)
 {
     return guarded<long>(err, "efio_SearchListIdentifyFiles", -1, [&](EerrException& scope) {
         require(result != nullptr, "NULL string list");
