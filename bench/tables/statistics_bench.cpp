@@ -170,8 +170,8 @@ void addStatistics(const std::string& type, Egda_PixelType code, int openCvType)
 #ifdef EMANTLE_BENCH_OPENCV
         measure(name, "OpenCV", all, kPixels, [which, openCvType] {
             const cv::Mat image(kSide, kSide, openCvType, const_cast<Pixel*>(pixels.data()));
-            auto* const bytes = const_cast<std::uint8_t*>(masks[which].data());
-            openCvStatistics(image, which == 0 ? cv::Mat() : cv::Mat(kSide, kSide, CV_8U, bytes));
+            auto* const set = const_cast<std::uint8_t*>(masks[which].data());
+            openCvStatistics(image, which == 0 ? cv::Mat() : cv::Mat(kSide, kSide, CV_8U, set));
         });
 #endif
     }
