@@ -40,7 +40,8 @@ void deleteChild(EerrException& scope, Ehfa_File* file, const char* type)
 void addDesign(EerrException& scope, Ehfa_File* file, const Emif_Design* design)
 {
     if (file->dictionary != nullptr) {
-        checked(scope, emif_DictionaryAddDesign(file->dictionary, design, scope), "Trouble adding design to dictionary");
+        checked(scope, emif_DictionaryAddDesign(file->dictionary, design, scope),
+                "Trouble adding design to dictionary");
     }
 }
 
