@@ -1,12 +1,13 @@
 #include "describe/print.h"
 #include "describe/scan.h"
 #include "describe/store_writer.h"
+#include "image/no_data.h"
 #include "verbs/verb.h"
 
 #include <charconv>
-#include <cmath>
 #include <iostream>
 #include <memory>
+#include <sstream>
 #include <sstream>
 
 namespace tool {
@@ -45,11 +46,16 @@ void takeSkip(const std::string& text, ScanOptions& scan)
     scan.skipY = comma == std::string::npos ? scan.skipX : number(text.substr(comma + 1));
 }
 
-void takeExcluded(const std::vector<double>& values, ScanOptions& scan)
+/* A not-a-number never counts, so naming it changes nothing. */
+void takeExcluded(const std::string& text, ScanOptions& scan)
 {
-    for (const double value : values) {
-        if (!std::isnan(value)) {
-            scan.exclude.push_back(value);
+    std::istringstream parts(text);
+    for (std::string part; std::getline(parts, part, ',');) {
+        const auto value = noDataValue(part);
+        if (value) {
+            scan.exclude.push_back(*value);
+        } else if (part != "nan" && part != "NaN") {
+            throw CLI::ValidationError("--exclude", "'" + part + "' is not a number");
         }
     }
 }
@@ -103,12 +109,9 @@ void addDescribe(CLI::App& program, Exit&)
             "--bins", [options](const std::string& text) { takeBins(text, options->scan); },
             "direct[:MIN:COUNT], linear[:COUNT], log[:COUNT] or unique[:MAX]")
         ->type_name("SPEC");
-    verb.add_option_function<std::vector<double>>(
-            "--exclude", [options](const std::vector<double>& values) { takeExcluded(values, options->scan); },
+    verb.add_option_function<std::string>(
+            "--exclude", [options](const std::string& text) { takeExcluded(text, options->scan); },
             "Values to leave out, besides the image's own no-data value")
-        ->delimiter(',')
-        ->expected(1)
-        ->allow_extra_args(false)
         ->type_name("V,...");
     verb.add_option_function<std::string>(
             "--skip", [options](const std::string& text) { takeSkip(text, options->scan); },
