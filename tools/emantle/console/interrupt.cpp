@@ -23,6 +23,8 @@ void catchInterrupts()
         std::signal(number, leaveMark);
     }
     std::signal(SIGPIPE, SIG_DFL);
+    /* A file that may not grow is a failed write like any other. */
+    std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 }
 

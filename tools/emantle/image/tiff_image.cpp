@@ -89,6 +89,17 @@ struct TiffImage::Implementation {
         }
     }
 
+    /* The decoder reads uncompressed blocks without a look at how many bytes the file says they have, and starts at the
+     * file's first byte for those that it does not say anything of. */
+    void requireStored(std::uint32_t block, std::size_t wanted, std::uint32_t row) const
+    {
+        const std::uint64_t stored = TIFFGetStrileByteCount(file.get(), block);
+        const bool compressed = file.shortField(TIFFTAG_COMPRESSION) != COMPRESSION_NONE;
+        if (stored == 0 || (!compressed && stored < wanted)) {
+            file.fail("has too few bytes for row " + std::to_string(row) + "; it may be truncated or damaged");
+        }
+    }
+
     void readRows(std::uint32_t plane)
     {
         for (std::uint32_t row = 0; row < band.rows; ++row) {
@@ -108,6 +119,7 @@ struct TiffImage::Implementation {
             const std::uint32_t count = std::min(layout.blockHeight, band.rows - row);
             const std::uint32_t strip =
                 TIFFComputeStrip(file.get(), band.firstRow + row, static_cast<std::uint16_t>(plane));
+            requireStored(strip, count * rowBytes, band.firstRow + row);
             std::byte* target = asStored ? planes[plane] + row * rowBytes : packed.get();
             const auto got = TIFFReadEncodedStrip(file.get(), strip, target, static_cast<tmsize_t>(count * rowBytes));
             requireDecoded(got, count * rowBytes, band.firstRow + row);
@@ -123,6 +135,7 @@ struct TiffImage::Implementation {
         for (std::uint32_t column = 0; column < layout.width; column += layout.blockWidth) {
             const std::uint32_t tile =
                 TIFFComputeTile(file.get(), column, band.firstRow, 0, static_cast<std::uint16_t>(plane));
+            requireStored(tile, layout.blockBytes(), band.firstRow);
             const auto got =
                 TIFFReadEncodedTile(file.get(), tile, packed.get(), static_cast<tmsize_t>(layout.blockBytes()));
             requireDecoded(got, band.rows * rowBytes, band.firstRow);

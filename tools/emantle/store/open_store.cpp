@@ -37,7 +37,7 @@ void OpenStore::seek(const std::string& node) const
 {
     Reports reports;
     std::string path = node.empty() || node.front() != ':' ? ":" + node : node;
-    while (path.size() > 1 && path.back() == ':') {
+    if (path.size() > 1 && path.back() == ':' && path != "::") {
         path.pop_back();
     }
     const bool isRoot = path == ":";
