@@ -35,12 +35,16 @@ OpenStore::~OpenStore()
 
 void OpenStore::seek(const std::string& node) const
 {
-    Reports reports;
     std::string path = node.empty() || node.front() != ':' ? ":" + node : node;
-    if (path.size() > 1 && path.back() == ':' && path != "::") {
+    if (path.size() > 1 && path.back() == ':') {
         path.pop_back();
     }
-    const bool isRoot = path == ":";
+    const bool isRoot = node.empty() || node == ":";
+    /* The library steps over empty names; here they name nothing. */
+    if (!isRoot && (path == ":" || path.find("::") != std::string::npos)) {
+        throw Failure(path_ + ": there is no node " + node);
+    }
+    Reports reports;
     const Ehfa_Entry* found =
         ehfa_EntrySeek(file_, isRoot ? EHFA_SEEK_ROOT : EHFA_SEEK_PATH, isRoot ? nullptr : path.c_str(), reports);
     if (reports.failed() || found == nullptr) {
