@@ -82,18 +82,32 @@ struct TiffImage::Implementation {
         unpackRow(layout.format, run, count, samples, targets.data());
     }
 
+    [[noreturn]] void failAt(std::uint32_t row) const
+    {
+        file.fail("cannot be read at row " + std::to_string(row) + "; the file may be truncated or damaged");
+    }
+
     void requireDecoded(std::int64_t got, std::size_t wanted, std::uint32_t row) const
     {
         if (got < 0 || static_cast<std::size_t>(got) < wanted) {
-            file.fail("cannot be read at row " + std::to_string(row) + "; the file may be truncated or damaged");
+            failAt(row);
+        }
+    }
+
+    /* A block that was never written would be taken from the start of the file. */
+    void requireStored(std::uint32_t block, std::uint32_t row) const
+    {
+        if (TIFFGetStrileOffset(file.get(), block) == 0) {
+            failAt(row);
         }
     }
 
     void readRows(std::uint32_t plane)
     {
         for (std::uint32_t row = 0; row < band.rows; ++row) {
-            const int done = TIFFReadScanline(decoderOf(plane), packed.get(), band.firstRow + row,
-                                              static_cast<std::uint16_t>(plane));
+            const auto number = static_cast<std::uint16_t>(plane);
+            requireStored(TIFFComputeStrip(file.get(), band.firstRow + row, number), band.firstRow + row);
+            const int done = TIFFReadScanline(decoderOf(plane), packed.get(), band.firstRow + row, number);
             requireDecoded(done < 0 ? -1 : 0, 0, band.firstRow + row);
             place(packed.get(), plane, row, 0, layout.width);
         }
@@ -108,6 +122,7 @@ struct TiffImage::Implementation {
             const std::uint32_t count = std::min(layout.blockHeight, band.rows - row);
             const std::uint32_t strip =
                 TIFFComputeStrip(file.get(), band.firstRow + row, static_cast<std::uint16_t>(plane));
+            requireStored(strip, band.firstRow + row);
             std::byte* target = asStored ? planes[plane] + row * rowBytes : packed.get();
             const auto got = TIFFReadEncodedStrip(file.get(), strip, target, static_cast<tmsize_t>(count * rowBytes));
             requireDecoded(got, count * rowBytes, band.firstRow + row);
@@ -123,6 +138,7 @@ struct TiffImage::Implementation {
         for (std::uint32_t column = 0; column < layout.width; column += layout.blockWidth) {
             const std::uint32_t tile =
                 TIFFComputeTile(file.get(), column, band.firstRow, 0, static_cast<std::uint16_t>(plane));
+            requireStored(tile, band.firstRow);
             const auto got =
                 TIFFReadEncodedTile(file.get(), tile, packed.get(), static_cast<tmsize_t>(layout.blockBytes()));
             requireDecoded(got, band.rows * rowBytes, band.firstRow);
