@@ -76,7 +76,7 @@ Json binsJson(const Edsc_BinFunction* bins)
 Json tableJson(const OpenStore& store, const std::string& node, const std::string& column)
 {
     Reports reports;
-    const TablePtr table(edsc_TableOpen(store.get(), node.c_str(), nullptr, EHFA_SEEK_PATH, nullptr, reports));
+    const TablePtr table(edsc_TableOpen(store.get(), nullptr, node.c_str(), EHFA_SEEK_PATH, nullptr, reports));
     reports.check(store.path() + ": the table " + node + " cannot be opened");
     if (!table) {
         throw Failure(store.path() + ": " + node + " is not a table");
