@@ -3,6 +3,7 @@
 #include "describe/store_writer.h"
 #include "verbs/verb.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <iostream>
@@ -45,11 +46,20 @@ void takeSkip(const std::string& text, ScanOptions& scan)
     scan.skipY = comma == std::string::npos ? scan.skipX : number(text.substr(comma + 1));
 }
 
-void takeExcluded(const std::vector<double>& values, ScanOptions& scan)
+void takeExcluded(const std::vector<std::string>& lists, ScanOptions& scan)
 {
-    for (const double value : values) {
-        if (!std::isnan(value)) {
-            scan.exclude.push_back(value);
+    for (const std::string& list : lists) {
+        for (std::size_t begin = 0; begin <= list.size();) {
+            const std::size_t end = std::min(list.find(',', begin), list.size());
+            double value = 0;
+            const auto [stop, error] = std::from_chars(list.data() + begin, list.data() + end, value);
+            if (error != std::errc() || stop != list.data() + end) {
+                throw CLI::ValidationError("--exclude", "'" + list.substr(begin, end - begin) + "' is not a number");
+            }
+            if (!std::isnan(value)) {
+                scan.exclude.push_back(value);
+            }
+            begin = end + 1;
         }
     }
 }
@@ -90,7 +100,7 @@ void describe(DescribeOptions& options)
     }
 }
 
-}  // namespace
+} // namespace
 
 void addDescribe(CLI::App& program, Exit&)
 {
@@ -103,11 +113,9 @@ void addDescribe(CLI::App& program, Exit&)
             "--bins", [options](const std::string& text) { takeBins(text, options->scan); },
             "direct[:MIN:COUNT], linear[:COUNT], log[:COUNT] or unique[:MAX]")
         ->type_name("SPEC");
-    verb.add_option_function<std::vector<double>>(
-            "--exclude", [options](const std::vector<double>& values) { takeExcluded(values, options->scan); },
+    verb.add_option_function<std::vector<std::string>>(
+            "--exclude", [options](const std::vector<std::string>& lists) { takeExcluded(lists, options->scan); },
             "Values to leave out, besides the image's own no-data value")
-        ->delimiter(',')
-        ->expected(1)
         ->allow_extra_args(false)
         ->type_name("V,...");
     verb.add_option_function<std::string>(
@@ -118,4 +126,4 @@ void addDescribe(CLI::App& program, Exit&)
     verb.callback([options] { describe(*options); });
 }
 
-}  // namespace tool
+} // namespace tool
