@@ -262,7 +262,7 @@ Raster anyOf(unsigned bits, unsigned format)
         case 1:
             return low + span - 1;
         case 2:
-            return 1;
+            return bits == 1 && format == kInt ? 0 : 1;
         default:
             return low + std::floor(span * (noise(seed + 7) / 4294967296.0L));
         }
