@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-/* The file layer against stdio: sequential pieces of the range's size, and probes of a hierarchical file. Memory bandwidth
- * of the same run stands first. */
+/* The file layer against stdio: sequential pieces of the range's size, and probes of a hierarchical file. Memory
+ * bandwidth of the same run stands first. */
 
 namespace {
 
@@ -149,7 +149,8 @@ void mappedProbe(benchmark::State& state)
     for (auto _ : state) {
         const long offset = nextRecord(seed);
         for (long i = 0; i <= neighbours; ++i) {
-            benchmark::DoNotOptimize(*static_cast<char*>(efio_MmapAddressGet(map, offset + i * recordSize, recordSize, nullptr)));
+            benchmark::DoNotOptimize(
+                *static_cast<char*>(efio_MmapAddressGet(map, offset + i * recordSize, recordSize, nullptr)));
         }
     }
     efio_MmapDestroy(map, nullptr);

@@ -1,9 +1,8 @@
-#include <cstring>
-#include <emantle/frame/emsc/heap.h>
 #include <emantle/siblings/ergx.h>
 #include <memory>
 #include <new>
 #include <re2/re2.h>
+#include <string_view>
 
 /* Patterns come from users, so the engine must not backtrack. */
 struct Ergx_RE {
@@ -28,7 +27,11 @@ bool isUtf8(const char* text)
 {
     const auto* at = reinterpret_cast<const unsigned char*>(text);
     while (*at != 0) {
-        const int more = *at < 0x80 ? 0 : *at >= 0xc2 && *at < 0xe0 ? 1 : *at >= 0xe0 && *at < 0xf0 ? 2 : *at >= 0xf0 && *at < 0xf5 ? 3 : -1;
+        const int more = *at < 0x80                  ? 0
+                         : *at >= 0xc2 && *at < 0xe0 ? 1
+                         : *at >= 0xe0 && *at < 0xf0 ? 2
+                         : *at >= 0xf0 && *at < 0xf5 ? 3
+                                                     : -1;
         if (more < 0) {
             return false;
         }
@@ -42,27 +45,19 @@ bool isUtf8(const char* text)
     return true;
 }
 
-void tell(char** reason, const char* text)
+void tell(const char* text, char* reason, long reasonSize)
 {
-    if (reason == nullptr) {
-        return;
-    }
-    const std::size_t size = std::strlen(text) + 1;
-    *reason = static_cast<char*>(emsc_HeapMalloc(static_cast<long>(size)));
-    if (*reason != nullptr) {
-        std::memcpy(*reason, text, size);
+    if (reason != nullptr && reasonSize > 0) {
+        reason[std::string_view(text).copy(reason, static_cast<std::size_t>(reasonSize) - 1)] = '\0';
     }
 }
 
 }  // namespace
 
-EMANTLE_API Ergx_RE* ergx_RECreate(const char* pattern, char** reason)
+EMANTLE_API Ergx_RE* ergx_RECreate(const char* pattern, char* reason, long reasonSize)
 {
-    if (reason != nullptr) {
-        *reason = nullptr;
-    }
     if (pattern == nullptr) {
-        tell(reason, "no pattern");
+        tell("no pattern", reason, reasonSize);
         return nullptr;
     }
     try {
@@ -70,9 +65,9 @@ EMANTLE_API Ergx_RE* ergx_RECreate(const char* pattern, char** reason)
         if (made->usable()) {
             return made.release();
         }
-        tell(reason, made->bytes.error().c_str());
+        tell(made->bytes.error().c_str(), reason, reasonSize);
     } catch (const std::exception& failure) {
-        tell(reason, failure.what());
+        tell(failure.what(), reason, reasonSize);
     }
     return nullptr;
 }

@@ -8,8 +8,7 @@
 namespace {
 
 /* The result, or the root cause of the failure behind "!". */
-template <class Call>
-std::string outcome(Call call)
+template <class Call> std::string outcome(Call call)
 {
     Report report;
     const std::string text = taken(call(report));
@@ -56,12 +55,26 @@ TEST(NodePath, Parts)
         long options, node;
         const char* expected;
     } cases[] = {
-        {":a:b:c", 448, -1, ":a:b:c"}, {":a:b:c", 192, -1, ":a:b"},  {":a:b:c", 256, -1, "c"},   {":a:b:c", 384, -1, "a:b:c"},
-        {":a:b:c", 128, 2, "a:b"},     {":a:b:c", 256, 0, "a"},      {":a:b:c", 192, 0, ":"},    {":a", 192, -1, ":"},
-        {":", 192, -1, ":"},           {":", 256, -1, ""},           {"a:b", 64, -1, ""},        {":a:b:c", 256, 99, "c"},
-        {":a:b:c", 256, -99, "a"},     {":a\\:b:c", 256, 0, "a:b"},  {"::a::b:", 448, -1, ":a:b"}, {":a", 0, -1, "!No options specified in options mask"},
-        {":a", 320, -1, "!Invalid (non-consecutive) options"},       {":a\\", 448, -1, "!Parse error; <NodePath> should not end with protection"},
-        {"", 448, -1, "!Parse error; <NodePath> is NULL"},           {nullptr, 448, -1, "!Invalid input Args"},
+        {":a:b:c", 448, -1, ":a:b:c"},
+        {":a:b:c", 192, -1, ":a:b"},
+        {":a:b:c", 256, -1, "c"},
+        {":a:b:c", 384, -1, "a:b:c"},
+        {":a:b:c", 128, 2, "a:b"},
+        {":a:b:c", 256, 0, "a"},
+        {":a:b:c", 192, 0, ":"},
+        {":a", 192, -1, ":"},
+        {":", 192, -1, ":"},
+        {":", 256, -1, ""},
+        {"a:b", 64, -1, ""},
+        {":a:b:c", 256, 99, "c"},
+        {":a:b:c", 256, -99, "a"},
+        {":a\\:b:c", 256, 0, "a:b"},
+        {"::a::b:", 448, -1, ":a:b"},
+        {":a", 0, -1, "!No options specified in options mask"},
+        {":a", 320, -1, "!Invalid (non-consecutive) options"},
+        {":a\\", 448, -1, "!Parse error; <NodePath> should not end with protection"},
+        {"", 448, -1, "!Parse error; <NodePath> is NULL"},
+        {nullptr, 448, -1, "!Invalid input Args"},
         {":a", 32, -1, "!Invalid options specification"},
     };
     for (const auto& each : cases) {
@@ -90,12 +103,13 @@ TEST(NodePath, JoinAndSplit)
         const char* a;
         const char* b;
         const char* expected;
-    } cases[] = {{":a", "b", ":a:b"}, {":a:", ":b", ":a:b"}, {":a", ":b", ":a:b"}, {":", "b", ":b"}, {":", ":", ":"},
-                 {nullptr, ":b", ":b"}, {":a", nullptr, ":a"}, {nullptr, nullptr, "(null)"}};
+    } cases[] = {{":a", "b", ":a:b"}, {":a:", ":b", ":a:b"}, {":a", ":b", ":a:b"},  {":", "b", ":b"},
+                 {":", ":", ":"},     {nullptr, ":b", ":b"}, {":a", nullptr, ":a"}, {nullptr, nullptr, "(null)"}};
     for (const auto& each : cases) {
         EXPECT_EQ(taken(efnp_PathJoin(each.a, each.b, nullptr)), each.expected);
     }
-    const char* const splits[][3] = {{":a:b", ":a", "b"}, {":b", ":", "b"}, {"b", "", "b"}, {nullptr, "", ""}, {":a:", ":a", ""}};
+    const char* const splits[][3] = {
+        {":a:b", ":a", "b"}, {":b", ":", "b"}, {"b", "", "b"}, {nullptr, "", ""}, {":a:", ":a", ""}};
     for (const auto& each : splits) {
         Efnp_NodeName* name = efnp_NodeNameParse(each[0], nullptr);
         EXPECT_STREQ(name->path, each[1]);
@@ -111,15 +125,30 @@ TEST(FileName, Parts)
         long options, directory;
         const char* expected;
     } cases[] = {
-        {"C:/a/b/c.d.img", 1, -1, "C:"},      {"C:/a/b/c.d.img", 2, -1, "/"},      {"C:/a/b/c.d.img", 4, -1, "a/b"},
-        {"C:/a/b/c.d.img", 7, -1, "C:/a/b"},  {"C:/a/b/c.d.img", 8, -1, "c.d"},    {"C:/a/b/c.d.img", 16, -1, ".img"},
-        {"C:/a/b/c.d.img", 31, -1, "C:/a/b/c.d.img"}, {"C:/a/b/c.d.img", 24, 0, "a"}, {"C:/a/b/c.d.img", 7, 1, "C:/a"},
-        {"/x", 7, -1, "/"},                   {"x", 7, -1, ""},                    {"//host/s/x", 7, -1, "//host/s"},
-        {"//host/s/x", 2, -1, "//"},          {"a/b/", 31, -1, "a/b/"},            {"a/b/", 7, -1, "a/b"},
-        {"a/b/", 24, -1, ""},                 {"/.profile", 16, -1, ""},           {"/a/..", 8, -1, ".."},
-        {"a\\/b.c", 8, -1, "a/b"},            {"x", 5, -1, "!Invalid (non-consecutive) options"},
-        {"x", 0, -1, "!No options specified in options mask"}, {"", 31, -1, "!Parse error; <FileName> is NULL"},
-        {"a\\", 31, -1, "!Parse error; character 1 is illegal"}, {"/a//b", 31, -1, "/a/b"},
+        {"C:/a/b/c.d.img", 1, -1, "C:"},
+        {"C:/a/b/c.d.img", 2, -1, "/"},
+        {"C:/a/b/c.d.img", 4, -1, "a/b"},
+        {"C:/a/b/c.d.img", 7, -1, "C:/a/b"},
+        {"C:/a/b/c.d.img", 8, -1, "c.d"},
+        {"C:/a/b/c.d.img", 16, -1, ".img"},
+        {"C:/a/b/c.d.img", 31, -1, "C:/a/b/c.d.img"},
+        {"C:/a/b/c.d.img", 24, 0, "a"},
+        {"C:/a/b/c.d.img", 7, 1, "C:/a"},
+        {"/x", 7, -1, "/"},
+        {"x", 7, -1, ""},
+        {"//host/s/x", 7, -1, "//host/s"},
+        {"//host/s/x", 2, -1, "//"},
+        {"a/b/", 31, -1, "a/b/"},
+        {"a/b/", 7, -1, "a/b"},
+        {"a/b/", 24, -1, ""},
+        {"/.profile", 16, -1, ""},
+        {"/a/..", 8, -1, ".."},
+        {"a\\/b.c", 8, -1, "a/b"},
+        {"x", 5, -1, "!Invalid (non-consecutive) options"},
+        {"x", 0, -1, "!No options specified in options mask"},
+        {"", 31, -1, "!Parse error; <FileName> is NULL"},
+        {"a\\", 31, -1, "!Parse error; character 1 is illegal"},
+        {"/a//b", 31, -1, "/a/b"},
     };
     for (const auto& each : cases) {
         EXPECT_EQ(nameGet(each.name, each.options, each.directory), each.expected) << each.name << ' ' << each.options;
@@ -150,7 +179,8 @@ TEST(FileName, SetReplacesAndAppends)
 
 TEST(FileName, CompareIsAnOrderThatFoldsCaseAndSeparators)
 {
-    const char* const equal[][2] = {{"/A/./b", "/a//b"}, {"/a/.", "/a"}, {"C:/X", "c:/x"}, {"", ""}, {nullptr, nullptr}, {"/./././a", "//a"}};
+    const char* const equal[][2] = {{"/A/./b", "/a//b"}, {"/a/.", "/a"},     {"C:/X", "c:/x"}, {"", ""},
+                                    {nullptr, nullptr},  {"/./././a", "//a"}};
     for (const auto& each : equal) {
         EXPECT_EQ(efnp_FileNameCompare(each[0], each[1]), 0) << each[0];
     }
@@ -170,7 +200,9 @@ TEST(FileName, Conversions)
     EXPECT_EQ(taken(efnp_FileNameEvaluateEnv("$EFNP_TEST/x", nullptr)), "v/x");
     EXPECT_EQ(taken(efnp_MakeValidFileName("a?b*c<d>e|f\"g:", nullptr)), "a_b_c_d_e_f_g:");
     EXPECT_TRUE(efnp_FileNameContainsValidCharacters("a*b"));
-    EXPECT_NE(stderrOf([] { efnp_FileNameHasValidCharacters("a\\"); }).find("Parse error: character 1 is illegal in filename a\\"),
+    EXPECT_NE(stderrOf([] {
+                  efnp_FileNameHasValidCharacters("a\\");
+              }).find("Parse error: character 1 is illegal in filename a\\"),
               std::string::npos);
 }
 

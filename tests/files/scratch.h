@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-
 #include <emantle/frame/emsc/heap.h>
 #include <filesystem>
 #include <fstream>
@@ -16,14 +15,17 @@ protected:
     Scratch()
     {
         const auto* info = testing::UnitTest::GetInstance()->current_test_info();
-        directory_ = std::filesystem::temp_directory_path() /
-                     ("emantle_" + std::string(info->test_suite_name()) + "_" + info->name() + "_" + std::to_string(getpid()));
+        directory_ = std::filesystem::temp_directory_path() / ("emantle_" + std::string(info->test_suite_name()) + "_" +
+                                                               info->name() + "_" + std::to_string(getpid()));
         std::filesystem::remove_all(directory_);
         std::filesystem::create_directories(directory_);
     }
     ~Scratch() override { std::filesystem::remove_all(directory_); }
 
-    std::string path(const std::string& name = {}) const { return (name.empty() ? directory_ : directory_ / name).string(); }
+    std::string path(const std::string& name = {}) const
+    {
+        return (name.empty() ? directory_ : directory_ / name).string();
+    }
 
     void put(const std::string& name, const std::string& bytes) const
     {

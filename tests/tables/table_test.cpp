@@ -405,19 +405,22 @@ TEST_F(StoredTable, WholeColumnsPassAsLayersAndAsObjects)
 
 class HostileColumn : public StoredTable {
 protected:
+    static constexpr std::uint32_t kOwnRun = 1;
+
     /* A column whose header claims these. */
     void plant(std::int32_t rows, std::uint32_t position, std::int32_t type, std::int32_t width)
     {
         const Table table = create(4);
         column(table, "C", EDSC_COLUMN_REAL);
-        const struct {
+        struct Header {
             std::int32_t rows;
             std::uint32_t position;
             std::int32_t type;
             std::int32_t width;
-        } header{rows, position, type, width};
+        } header{};
         const Emif_Design* design = emif_DictionarySearchByName(file_->dictionary, "Edsc_Column", nullptr);
-        ASSERT_NE(ehfa_EntrySeek(file_, EHFA_SEEK_PATH, ":Table:C", nullptr), nullptr);
+        ASSERT_NE(ehfa_ObjectRead(file_, nullptr, ":Table:C", EHFA_SEEK_PATH, &header, design, nullptr), nullptr);
+        header = {rows, position == kOwnRun ? header.position : position, type, width};
         ASSERT_NE(ehfa_ObjectWrite(file_, nullptr, nullptr, nullptr, EHFA_WRITE_CURRENT, &header, design, nullptr),
                   nullptr);
     }
@@ -432,14 +435,14 @@ TEST_F(HostileColumn, IsReported)
         std::int32_t width;
         const char* text;
     } cases[] = {
-        {3, 64, EDSC_COLUMN_REAL, 0, "Column row count is less than table row count"},
-        {INT32_MAX, 64, EDSC_COLUMN_REAL, 0, "Column data of 2147483647 rows do not lie in the file"},
+        {3, kOwnRun, EDSC_COLUMN_REAL, 0, "Column row count is less than table row count"},
+        {INT32_MAX, kOwnRun, EDSC_COLUMN_REAL, 0, "Column data of 2147483647 rows do not lie in the file"},
         {4, 0xfffffff0, EDSC_COLUMN_REAL, 0, "Column data of 4 rows do not lie in the file"},
         {4, 0, EDSC_COLUMN_REAL, 0, "Column data of 4 rows do not lie in the file"},
-        {-4, 64, EDSC_COLUMN_REAL, 0, "Invalid row count -4"},
-        {4, 64, 9, 0, "Invalid column type"},
-        {4, 64, EDSC_COLUMN_STRING, 0, "maxNumChars invalid for string type"},
-        {4, 64, EDSC_COLUMN_STRING, INT32_MAX, "Column data of 4 rows do not lie in the file"},
+        {-4, kOwnRun, EDSC_COLUMN_REAL, 0, "Invalid row count -4"},
+        {4, kOwnRun, 9, 0, "Invalid column type"},
+        {4, kOwnRun, EDSC_COLUMN_STRING, 0, "maxNumChars invalid for string type"},
+        {4, kOwnRun, EDSC_COLUMN_STRING, INT32_MAX, "Column data of 4 rows do not lie in the file"},
     };
     for (const auto& [rows, position, type, width, text] : cases) {
         plant(rows, position, type, width);

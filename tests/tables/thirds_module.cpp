@@ -4,8 +4,8 @@
 #include <cmath>
 #include <cstdlib>
 
-/* A kind of bin function from outside: bins of width 3 from 0. Its state is the count of bins. It has no old form, and no
- * stored form. */
+/* A kind of bin function from outside: bins of width 3 from 0. Its state is the count of bins. It has no old form, and
+ * no stored form. */
 
 #define KIND_MEMBER extern "C" __attribute__((visibility("default")))
 

@@ -12,6 +12,8 @@
 #include <emantle/files/efio/host.h>
 #include <emantle/files/efio/mapping.h>
 #include <emantle/files/efio/paths.h>
+#include <emantle/files/efio/scan.h>
+#include <emantle/files/efio/search_list.h>
 #include <emantle/files/efio/select.h>
 #include <emantle/files/efio/space.h>
 #include <emantle/files/efio/status.h>

@@ -1,7 +1,7 @@
 #ifndef EMANTLE_SETTINGS_EDLL_H
 #define EMANTLE_SETTINGS_EDLL_H
 
-#include <emantle/frame/eerr.h>
+#include <emantle/files/efio/search_list.h>
 
 /* edll: loadable libraries, and the instances of a class that they hold.
  *  1. A library's name is expanded and may have the form x.dll, which is tried as given, then as x.so, then as libx.so.
@@ -22,7 +22,8 @@ EMANTLE_API void edll_Close(EdllHandle library, Eerr_ErrorReport** err);
 EMANTLE_API void* edll_Find(EdllHandle library, const char* name, Eerr_ErrorReport** err);
 EMANTLE_API void* edll_FindIfPresent(EdllHandle library, const char* name, Eerr_ErrorReport** err);
 
-/* Gives up the loader's own handle, which is the caller's from then on; the library stays loaded, and `library` is gone. */
+/* Gives up the loader's own handle, which is the caller's from then on; the library stays loaded, and `library` is
+ * gone. */
 EMANTLE_API void* edll_ReleaseWindowHandle(EdllHandle library);
 
 /* Opens the resource library of a module: the module's root name with "Res" behind, in the directory "res" beside the
@@ -46,17 +47,21 @@ EMANTLE_API void* edll_InstanceOpenByClassName(const char* className, const char
 EMANTLE_API void* edll_InstanceFind(const char* className, const char* instanceName, const char* qualifier,
                                     Eerr_ErrorReport** err);
 
-/* Gives up one reference; the last one destroys the object and closes its library. Answers 0 for an instance that is not
- * open: "Could not find instance %s of class %s". */
+/* Gives up one reference; the last one destroys the object and closes its library. Answers 0 for an instance that is
+ * not open: "Could not find instance %s of class %s". */
 EMANTLE_API Emsc_Boolean edll_InstanceClose(const char* className, const char* instanceName, const char* qualifier,
                                             Eerr_ErrorReport** err);
 
 /* Destroys the objects of all open instances, whatever their counts. */
 EMANTLE_API Emsc_Boolean edll_InstanceCloseAll(Eerr_ErrorReport** err);
 
-/* The path of the library that holds an instance, heap text of the caller's: "<instance>.dll" along the search list of the
- * class, which the variable ORVIK<CLASS>_PATH gives, then in $VELTARA_HOME/usr/lib/$ARCHM. An own instance has the empty
- * path. Null with "Could not find instance %s of class %s". */
+/* The folders of a class: those of the variable ORVIK_RASTER_FORMATS_PATH for the class "RasterFormats". The caller's,
+ * for efio_FreeSL; null is an empty list. "Could not create search list." */
+EMANTLE_API Efio_SearchList* edll_ClassPathGet(const char* className, Eerr_ErrorReport** err);
+
+/* The path of the library that holds an instance, heap text of the caller's: "<instance>.dll" along the folders of
+ * its class, then in $VELTARA_HOME/usr/lib/$ARCHM. An own instance has the
+ * empty path. Null with "Could not find instance %s of class %s". */
 EMANTLE_API char* edll_ClassPathNameGet(const char* className, const char* instanceName, Eerr_ErrorReport** err);
 
 #endif

@@ -10,9 +10,9 @@
 
 typedef struct Ergx_RE Ergx_RE;
 
-/* Compiles a pattern; the result goes back to ergx_REDestroy. Null for a pattern that is null or faulty; `reason`, which
- * may be null, then gets a heap text, the caller's. */
-EMANTLE_API Ergx_RE* ergx_RECreate(const char* pattern, char** reason);
+/* Compiles a pattern; the result goes back to ergx_REDestroy. Null for a pattern that is null or faulty; why goes to
+ * `reason`, which may be null, cut to `reasonSize` bytes with the terminator. */
+EMANTLE_API Ergx_RE* ergx_RECreate(const char* pattern, char* reason, long reasonSize);
 
 /* Whether the expression fits somewhere in `text`; false for null. */
 EMANTLE_API Emsc_Boolean ergx_REMatch(const Ergx_RE* expression, const char* text);

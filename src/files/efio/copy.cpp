@@ -35,7 +35,8 @@ void copyBytes(platform::File& from, platform::File& to, std::uint64_t at)
     const std::unique_ptr<char[]> piece(new char[pieceSize]);
     for (;;) {
         const platform::Transfer read = from.read(piece.get(), pieceSize);
-        require(read.error == 0, "Error trying to read %d bytes from %s\n", static_cast<int>(pieceSize), from.name().c_str());
+        require(read.error == 0, "Error trying to read %d bytes from %s\n", static_cast<int>(pieceSize),
+                from.name().c_str());
         const platform::Transfer written = to.writeAt(piece.get(), read.bytes, at);
         require(written.error == 0, "Could not write %d bytes to %s", static_cast<int>(read.bytes), to.name().c_str());
         at += read.bytes;
@@ -155,8 +156,9 @@ EMANTLE_API long efio_FileAppend(const char* from, const char* to, Eerr_ErrorRep
         const std::int64_t size = target.size();
         require(size >= 0, "Cannot determine the size of file %s", target.name().c_str());
         platform::FileStatus one, other;
-        const bool same = platform::fileStatus(source.name(), one) == 0 && platform::fileStatus(target.name(), other) == 0 &&
-                          one.device == other.device && one.serial == other.serial;
+        const bool same = platform::fileStatus(source.name(), one) == 0 &&
+                          platform::fileStatus(target.name(), other) == 0 && one.device == other.device &&
+                          one.serial == other.serial;
         require(!same, "The file %s cannot be appended to itself", target.name().c_str());
         try {
             copyBytes(source, target, static_cast<std::uint64_t>(size));

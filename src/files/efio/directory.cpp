@@ -77,7 +77,8 @@ void makeDirectories(const std::string& path)
         if (!isDirectory(part)) {
             const int failure = platform::makeDirectory(part);
             /* Another process may have made it meanwhile. */
-            mustSucceed(failure == platform::error::exists && isDirectory(part) ? 0 : failure, "Cannot make directory", part);
+            mustSucceed(failure == platform::error::exists && isDirectory(part) ? 0 : failure, "Cannot make directory",
+                        part);
         }
         if (end == path.npos) {
             return;

@@ -83,8 +83,8 @@ Record openRecord(const char* name, const char* mode, int& failure)
     const Opening opening = openingOf(mode);
     Record file = newRecord(expanded.get(), mode);
     file->readOnly = opening.access == Access::read;
-    file->writeThrough = !file->readOnly && (std::strncmp(file->name, "//", 2) == 0 ||
-                                             !platform::isLocalFileSystem(file->name));
+    file->writeThrough =
+        !file->readOnly && (std::strncmp(file->name, "//", 2) == 0 || !platform::isLocalFileSystem(file->name));
     if (opening.existing) {
         platform::File trial;
         failure = trial.open(file->name, Disposition::openExisting, Access::write);

@@ -1,3 +1,5 @@
+#include "files/efio/host.h"
+
 #include "frame/eerr/log_route.h"
 #include "frame/guard/guard.h"
 #include "frame/memory/heap_ptr.h"
@@ -11,6 +13,12 @@ namespace {
 Efio_QueryFunction queryFunction;
 
 }  // namespace
+
+bool emantle::files::hasQueryFunction() noexcept
+{
+    const EthrMTUnsafeCode unsafe;
+    return queryFunction != nullptr;
+}
 
 EMANTLE_API void efio_SetLogFunction(Efio_LogFunction function)
 {

@@ -26,8 +26,9 @@ Window openWindow(OpenFile& file, std::int64_t offset, std::int64_t length, Eerr
     flushGathered(file, scope);
     check(scope, "Unable to flush %s before mapping.", file.name);
     Window window{offset, length, {}};
-    const int failure = window.memory.map(file.system, static_cast<std::uint64_t>(offset), static_cast<std::size_t>(length),
-                                          file.readOnly ? platform::Access::read : platform::Access::readWrite);
+    const int failure =
+        window.memory.map(file.system, static_cast<std::uint64_t>(offset), static_cast<std::size_t>(length),
+                          file.readOnly ? platform::Access::read : platform::Access::readWrite);
     require(failure == 0, "Cannot map %d bytes at %d of file %s\n%s", shown(length), shown(offset), file.name,
             platform::systemErrorText(failure).c_str());
     window.memory.adviseRandom();

@@ -1,7 +1,7 @@
+#include "platform/paths.h"
 #include "files/efio/names.h"
 #include "frame/guard/guard.h"
 #include "platform/errors.h"
-#include "platform/paths.h"
 
 #include <cerrno>
 #include <emantle/files/efio/host.h>
@@ -40,10 +40,12 @@ std::int64_t sizeOfName(const char* name)
 bool askAboutDeleting(const std::string& path, int failure)
 {
     using namespace platform::error;
-    constexpr char inUse[] = "The file %s cannot be deleted\nbecause it is in use by another application.\n\nClose the file "
-                             "and then press 'Retry' to continue,\nor press 'Cancel'.";
-    constexpr char readOnlySet[] = "The file %s cannot be deleted\nbecause the read-only attribute is set.\n\nChange the "
-                                   "access permissions and then press 'Retry' to continue,\nor press 'Cancel'.";
+    constexpr char inUse[] =
+        "The file %s cannot be deleted\nbecause it is in use by another application.\n\nClose the file "
+        "and then press 'Retry' to continue,\nor press 'Cancel'.";
+    constexpr char readOnlySet[] =
+        "The file %s cannot be deleted\nbecause the read-only attribute is set.\n\nChange the "
+        "access permissions and then press 'Retry' to continue,\nor press 'Cancel'.";
     if (failure == busy) {
         return efio::ExecuteQuery(formatted(inUse, path.c_str()), {"Retry", "Cancel"}) == "Retry";
     }

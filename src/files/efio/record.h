@@ -20,7 +20,8 @@ struct OpenFile : Efio_File {
     bool writeThrough; /* another computer holds the file: nothing is gathered */
     bool ended;        /* a read has met the end */
 
-    /* Bytes written that the system does not have yet. They and the read buffer never hold anything at the same time. */
+    /* Bytes written that the system does not have yet. They and the read buffer never hold anything at the same time.
+     */
     std::unique_ptr<unsigned char[]> gather;
     std::int64_t gatherStart;
     std::int32_t gatherFill;

@@ -50,7 +50,8 @@ EMANTLE_API Emsc_Boolean efio_CheckBytesAvailable(const char* name, long bytes, 
 {
     return guarded<Emsc_Boolean>(err, "efio_CheckBytesAvailable", 0, [&] {
         require(available(name) >= bytes,
-                "There may be insufficient space in the filesystem containing %s for %ld additional bytes", name, bytes);
+                "There may be insufficient space in the filesystem containing %s for %ld additional bytes", name,
+                bytes);
         return 1;
     });
 }
@@ -78,7 +79,8 @@ EMANTLE_API char* efio_DiskSpaceToString(const Efio_DiskSpace* space, Eerr_Error
         std::string text;
         for (const auto& unit : units) {
             if (unit.count != 0) {
-                text += (text.empty() ? "" : " ") + std::to_string(unit.count) + unit.word + (unit.count == 1 ? "" : "s");
+                text +=
+                    (text.empty() ? "" : " ") + std::to_string(unit.count) + unit.word + (unit.count == 1 ? "" : "s");
             }
         }
         return heapText(text.empty() ? "0 Bytes" : text).release();

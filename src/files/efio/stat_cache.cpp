@@ -33,16 +33,15 @@ using namespace emantle::files;
 
 namespace {
 
-template <class T>
-void put(void* value, T what) noexcept
+template <class T> void put(void* value, T what) noexcept
 {
     *static_cast<T*>(value) = what;
 }
 
 bool isKnown(long option) noexcept
 {
-    return (option >= 0 && option <= EFIO_STAT_LOCAL) || option == EFIO_STAT_SIZE_EXTENDED || option == EFIO_STAT_TIMES ||
-           option == EFIO_STAT_ALL;
+    return (option >= 0 && option <= EFIO_STAT_LOCAL) || option == EFIO_STAT_SIZE_EXTENDED ||
+           option == EFIO_STAT_TIMES || option == EFIO_STAT_ALL;
 }
 
 /* Options that a file which is not there answers too. */

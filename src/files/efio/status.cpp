@@ -14,8 +14,16 @@ namespace emantle::files {
 
 Efio_Status statusOf(const platform::FileStatus& from) noexcept
 {
-    return {static_cast<efio_off_t>(from.size), from.accessed.seconds, from.modified.seconds, from.changed.seconds,
-            from.mode, from.links, from.owner, from.group, from.device, from.serial};
+    return {static_cast<efio_off_t>(from.size),
+            from.accessed.seconds,
+            from.modified.seconds,
+            from.changed.seconds,
+            from.mode,
+            from.links,
+            from.owner,
+            from.group,
+            from.device,
+            from.serial};
 }
 
 namespace {
@@ -137,7 +145,8 @@ EMANTLE_API Emsc_Boolean efio_IsFileAscii(const char* name, Eerr_ErrorReport** e
         require(failure == 0, "Error opening file %s\nError %d", path.c_str(), failure);
         unsigned char bytes[4096];
         const platform::Transfer read = file.read(bytes, sizeof bytes);
-        require(read.error == 0, "Error trying to read %d bytes from %s\n", static_cast<int>(sizeof bytes), path.c_str());
+        require(read.error == 0, "Error trying to read %d bytes from %s\n", static_cast<int>(sizeof bytes),
+                path.c_str());
         return std::all_of(bytes, bytes + read.bytes, isTextByte);
     });
 }

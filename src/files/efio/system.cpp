@@ -69,8 +69,8 @@ bool transfer(OpenFile& file, const char* verb, std::int64_t size, std::int64_t 
             return false;
         }
         if (!reopen(file, scope)) {
-            scope.raise("Unable to reopen file %s to retry %s after failure %d:  only %d of %d bytes processed.", file.name,
-                        verb, moved.error, shown(done), shown(size));
+            scope.raise("Unable to reopen file %s to retry %s after failure %d:  only %d of %d bytes processed.",
+                        file.name, verb, moved.error, shown(done), shown(size));
             errno = moved.error;
             return false;
         }
@@ -79,8 +79,8 @@ bool transfer(OpenFile& file, const char* verb, std::int64_t size, std::int64_t 
 
 void tellOfTransfer(PlainScope& scope, std::int64_t done, std::int64_t size, int failure)
 {
-    scope.raise("File I/O operation failed: only %d of %d bytes processed.\n Error no. %d: %s", shown(done), shown(size),
-                failure, systemErrorText(failure).c_str());
+    scope.raise("File I/O operation failed: only %d of %d bytes processed.\n Error no. %d: %s", shown(done),
+                shown(size), failure, systemErrorText(failure).c_str());
     errno = failure;
 }
 
@@ -134,7 +134,8 @@ bool writeSystem(OpenFile& file, const void* bytes, std::int64_t size, std::int6
 {
     PlainScope scope("efio_LowLevelWrite", err);
     const bool complete = transfer(file, "write", size, offset, done, scope, [&](std::int64_t from) {
-        return file.system.write(static_cast<const unsigned char*>(bytes) + from, static_cast<std::size_t>(size - from));
+        return file.system.write(static_cast<const unsigned char*>(bytes) + from,
+                                 static_cast<std::size_t>(size - from));
     });
     if (!complete && *err == nullptr) {
         const int failure = errno;

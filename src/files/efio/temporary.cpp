@@ -82,8 +82,7 @@ bool nextOfRun(char* begin, const char* end) noexcept
 }
 
 /* Fills the run at the end of `name`; `pathOf` says what the system knows a name by. */
-template <class PathOf>
-bool fillRun(char* name, PathOf pathOf)
+template <class PathOf> bool fillRun(char* name, PathOf pathOf)
 {
     char* const end = name + std::strlen(name);
     char* begin = end;
@@ -155,10 +154,9 @@ EMANTLE_API char* efio_TempNameFromTime(const char* directory, const char* prefi
         const char* const start = prefix == nullptr || *prefix == '\0' ? defaultPrefix : prefix;
         std::string name;
         do {
-            name = expandedName(
-                formatted("%s/%s%ld%d", folder.c_str(), start, static_cast<long>(platform::wholeSecondsSinceEpoch()),
-                                   counter.fetch_add(1))
-                    .c_str());
+            name = expandedName(formatted("%s/%s%ld%d", folder.c_str(), start,
+                                          static_cast<long>(platform::wholeSecondsSinceEpoch()), counter.fetch_add(1))
+                                    .c_str());
         } while (isTaken(name));
         return heapText(name).release();
     });

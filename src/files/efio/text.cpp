@@ -19,8 +19,7 @@ bool isStandard(std::FILE* stream) noexcept
 }
 
 /* Runs `call`, which answers with an error's number, on names that may fail to expand. */
-template <class Call>
-int byName(Call call) noexcept
+template <class Call> int byName(Call call) noexcept
 {
     try {
         return call() == 0 ? 0 : -1;
@@ -44,7 +43,7 @@ EMANTLE_API size_t efio_Fwrite(const void* buffer, size_t size, size_t count, FI
 
 EMANTLE_API int efio_Fputc(int c, FILE* stream)
 {
-    return isStandard(stream) ? (efio_Fprintf(stream, "%c", c) < 0 ? EOF : static_cast<unsigned char>(c))
+    return isStandard(stream)  ? (efio_Fprintf(stream, "%c", c) < 0 ? EOF : static_cast<unsigned char>(c))
            : stream == nullptr ? EOF
                                : std::fputc(c, stream);
 }

@@ -32,26 +32,30 @@ long faultOf(std::string_view text) noexcept
 
 FileName parse(const char* name, EerrException& scope)
 {
-    return checked(scope, guarded<FileName>(scope, "FileNameParse", {}, [&] {
-                       std::string_view text = name;
-                       require(!text.empty(), "Parse error; <FileName> is NULL");
-                       const long fault = faultOf(text);
-                       require(fault < 0, "Parse error; character %ld is illegal", fault);
-                       FileName parsed;
-                       if (text.size() > 1 && isLetter(text[0]) && text[1] == ':') {
-                           parsed.drive = text.substr(0, 2);
-                           text.remove_prefix(2);
-                       }
-                       parsed.root = text.substr(0, std::min<std::size_t>(2, text.find_first_not_of('/')));
-                       if (!parsed.root.empty() && parsed.root.front() != '/') {
-                           parsed.root.clear();
-                       }
-                       text.remove_prefix(parsed.root.size());
-                       for (const std::string_view component : splitProtected(text, '/')) {
-                           parsed.components.emplace_back(component);
-                       }
-                       return parsed;
-                   }), "FileNameParse failed");
+    return checked(scope,
+                   guarded<FileName>(scope, "FileNameParse", {},
+                                     [&] {
+                                         std::string_view text = name;
+                                         require(!text.empty(), "Parse error; <FileName> is NULL");
+                                         const long fault = faultOf(text);
+                                         require(fault < 0, "Parse error; character %ld is illegal", fault);
+                                         FileName parsed;
+                                         if (text.size() > 1 && isLetter(text[0]) && text[1] == ':') {
+                                             parsed.drive = text.substr(0, 2);
+                                             text.remove_prefix(2);
+                                         }
+                                         parsed.root =
+                                             text.substr(0, std::min<std::size_t>(2, text.find_first_not_of('/')));
+                                         if (!parsed.root.empty() && parsed.root.front() != '/') {
+                                             parsed.root.clear();
+                                         }
+                                         text.remove_prefix(parsed.root.size());
+                                         for (const std::string_view component : splitProtected(text, '/')) {
+                                             parsed.components.emplace_back(component);
+                                         }
+                                         return parsed;
+                                     }),
+                   "FileNameParse failed");
 }
 
 /* Where the extension of a component begins: at its last point, if that is not its first character. */

@@ -86,7 +86,8 @@ private:
         }
         require(!ended(), inTitle);
         items_.back().title = text_.substr(begin, at_ - begin);
-        require(current() == ':' || at_ > begin, "Parse error; NULL <FileNodeListItemSpec> at position %ld", position());
+        require(current() == ':' || at_ > begin, "Parse error; NULL <FileNodeListItemSpec> at position %ld",
+                position());
         while (current() == ':') {
             nodePath();
         }
@@ -135,8 +136,9 @@ private:
 
 std::vector<Item> parse(const char* list, EerrException& scope)
 {
-    return checked(scope, guarded<std::vector<Item>>(scope, "FileNodeListParse", {},
-                                                     [&] { return ListParser(list).run(); }), "FileNodeListParse failed");
+    return checked(scope,
+                   guarded<std::vector<Item>>(scope, "FileNodeListParse", {}, [&] { return ListParser(list).run(); }),
+                   "FileNodeListParse failed");
 }
 
 /* A mask in use. */
@@ -272,8 +274,8 @@ Efnp_FileNodes* parseToNodes(const char* function, const char* list, Eerr_ErrorR
     }
     return guarded<Efnp_FileNodes*>(err, function, nullptr, [&](EerrException& scope) {
         require(list != nullptr, "Invalid input Args");
-        std::vector<Item> items = guarded<std::vector<Item>>(scope, "FileNodeListParse", {},
-                                                             [&] { return ListParser(list).run(); });
+        std::vector<Item> items =
+            guarded<std::vector<Item>>(scope, "FileNodeListParse", {}, [&] { return ListParser(list).run(); });
         check(scope, "Syntax error in file node list");
         return toNodes(items);
     });

@@ -19,19 +19,23 @@ struct NodePath {
 
 NodePath parse(const char* path, EerrException& scope)
 {
-    return checked(scope, guarded<NodePath>(scope, "NodePathParse", {}, [&] {
-                       const std::string_view text = path;
-                       require(!text.empty(), "Parse error; <NodePath> is NULL");
-                       require(!endsInProtection(text), "Parse error; <NodePath> should not end with protection");
-                       NodePath parsed;
-                       parsed.rooted = text.front() == ':';
-                       for (const std::string_view node : splitProtected(text, ':')) {
-                           if (!node.empty()) {
-                               parsed.nodes.emplace_back(node);
-                           }
-                       }
-                       return parsed;
-                   }), "NodePathParse failed");
+    return checked(scope,
+                   guarded<NodePath>(scope, "NodePathParse", {},
+                                     [&] {
+                                         const std::string_view text = path;
+                                         require(!text.empty(), "Parse error; <NodePath> is NULL");
+                                         require(!endsInProtection(text),
+                                                 "Parse error; <NodePath> should not end with protection");
+                                         NodePath parsed;
+                                         parsed.rooted = text.front() == ':';
+                                         for (const std::string_view node : splitProtected(text, ':')) {
+                                             if (!node.empty()) {
+                                                 parsed.nodes.emplace_back(node);
+                                             }
+                                         }
+                                         return parsed;
+                                     }),
+                   "NodePathParse failed");
 }
 
 std::string compose(const NodePath& parsed, long options, std::size_t place)

@@ -60,8 +60,7 @@ inline std::vector<std::string_view> splitProtected(std::string_view text, char 
 }
 
 /* The first `count` pieces with separators between them. */
-template <class Piece>
-std::string joined(const std::vector<Piece>& pieces, std::size_t count, char separator)
+template <class Piece> std::string joined(const std::vector<Piece>& pieces, std::size_t count, char separator)
 {
     std::string out;
     for (std::size_t i = 0; i < count; ++i) {

@@ -103,8 +103,7 @@ std::string joined(std::string_view path, std::string_view sub)
 }
 
 /* The pieces need no memory of their own, so what they throw can only come from joining. */
-template <class Make>
-char* giveMade(char* buffer, long size, Make make) noexcept
+template <class Make> char* giveMade(char* buffer, long size, Make make) noexcept
 {
     try {
         return give(make(), buffer, size);
@@ -225,9 +224,8 @@ EMANTLE_API char* estr_GetBestFitParts(const char* name, char* buffer, long size
 
 EMANTLE_API char* estr_AddRelativeSubPath(const char* path, const char* sub, char* buffer, long size)
 {
-    return giveMade(buffer, size, [&] {
-        return isAbsolute(orEmpty(sub)) ? std::string(sub) : joined(orEmpty(path), orEmpty(sub));
-    });
+    return giveMade(buffer, size,
+                    [&] { return isAbsolute(orEmpty(sub)) ? std::string(sub) : joined(orEmpty(path), orEmpty(sub)); });
 }
 
 EMANTLE_API char* estr_AddSubPath(const char* path, const char* sub, char* buffer, long size)

@@ -1,5 +1,3 @@
-#include "frame/memory/heap_ptr.h"
-
 #include <cstdarg>
 #include <cstring>
 #include <emantle/frame/eerr.h>
@@ -70,7 +68,8 @@ constexpr Row rows[] = {
     {State::set, '\\', Where::anywhere, nullptr, true, State::setEscape},
     {State::set, ']', Where::anywhere, nullptr, true, State::text},
     {State::set, anyCharacter, Where::anywhere, nullptr, true, State::set},
-    {State::setEscape, endOfText, Where::anywhere, "End of string after backslash in character set", false, State::failure},
+    {State::setEscape, endOfText, Where::anywhere, "End of string after backslash in character set", false,
+     State::failure},
     {State::setEscape, anyCharacter, Where::anywhere, nullptr, true, State::set},
     {State::escape, endOfText, Where::anywhere, "End of string after backslash", false, State::failure},
     {State::escape, anyCharacter, Where::anywhere, nullptr, true, State::text},
@@ -167,9 +166,10 @@ void LastPattern::take(const char* wanted, bool withCase)
     }
     known = false;
     const Translation translation = translate(wanted, withCase);
-    char* refused = nullptr;
-    expression.reset(translation.reason == nullptr ? ergx_RECreate(translation.expression.c_str(), &refused) : nullptr);
-    const HeapPtr<char> owner(refused);
+    char refused[256] = "";
+    expression.reset(translation.reason == nullptr
+                         ? ergx_RECreate(translation.expression.c_str(), refused, sizeof refused)
+                         : nullptr);
     if (expression == nullptr) {
         log("Error evaluating wildcard <%s>: %s", wanted, translation.reason != nullptr ? translation.reason : refused);
         return;
@@ -208,7 +208,8 @@ EMANTLE_API Emsc_Boolean estr_IsWild(const char* text)
         return 0;
     }
     Emsc_Boolean wild = 0;
-    return std::strpbrk(text, "*?") != nullptr || (estr_WildREDetermine(text, nullptr, 0, 1, &wild, nullptr), wild != 0);
+    return std::strpbrk(text, "*?") != nullptr ||
+           (estr_WildREDetermine(text, nullptr, 0, 1, &wild, nullptr), wild != 0);
 }
 
 EMANTLE_API Emsc_Boolean estr_WildCompare(const char* pattern, const char* text)

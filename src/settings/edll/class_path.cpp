@@ -7,9 +7,9 @@
 #include <cctype>
 #include <cstring>
 #include <emantle/files/efio/paths.h>
-#include <emantle/frame/estr/environment.h>
+#include <emantle/files/efio/search_list.h>
 #include <emantle/frame/estr/expand.h>
-#include <emantle/frame/estr/list.h>
+#include <memory>
 #include <string_view>
 
 /* Where the libraries of a class are. */
@@ -57,6 +57,11 @@ std::string variableOf(std::string_view className)
     return variable + "_PATH";
 }
 
+struct SearchListDeleter {
+    void operator()(Efio_SearchList* list) const noexcept { efio_FreeSL(list); }
+};
+using SearchListPtr = std::unique_ptr<Efio_SearchList, SearchListDeleter>;
+
 /* An instance's name comes from files as well: it may name a library, but not the way to one. */
 bool isBareName(std::string_view name) noexcept
 {
@@ -75,6 +80,15 @@ std::string libraryPathOf(const char* name)
 
 }  // namespace emantle::settings
 
+EMANTLE_API Efio_SearchList* edll_ClassPathGet(const char* className, Eerr_ErrorReport** err)
+{
+    return guarded<Efio_SearchList*>(err, "edll_ClassPathGet", nullptr, [&](EerrException& scope) {
+        require(className != nullptr, "Args");
+        return checked(scope, efio_CreateSLFromEnv(nullptr, variableOf(className).c_str(), nullptr, scope),
+                       "Could not create search list.");
+    });
+}
+
 EMANTLE_API char* edll_ClassPathNameGet(const char* className, const char* instanceName, Eerr_ErrorReport** err)
 {
     return guarded<char*>(err, "edll_ClassPathNameGet", nullptr, [&](EerrException& scope) {
@@ -85,12 +99,9 @@ EMANTLE_API char* edll_ClassPathNameGet(const char* className, const char* insta
         const std::string file = std::string(instanceName) + ".dll";
         std::string found;
         if (isBareName(instanceName)) {
-            const std::string reference = '$' + variableOf(className);
-            const HeapPtr<char> text(
-                checked(scope, estr_StringExpand(reference.c_str(), scope), "Could not create search list."));
-            EstrStringList folders(estr_SplitString(text.get(), ";"));
-            for (long i = 0; i < estr_StringListCount(folders) && found.empty(); ++i) {
-                found = findIn(expanded(folders->strings[i]), file);
+            const SearchListPtr folders(checked(scope, edll_ClassPathGet(className, scope)));
+            for (const Efio_SearchList* at = folders.get(); at != nullptr && found.empty(); at = at->next) {
+                found = findIn(at->directory, file);
             }
             found = found.empty() ? findIn(libraryFolder(), file) : found;
         }

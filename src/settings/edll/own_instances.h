@@ -2,8 +2,8 @@
 
 #include <span>
 
-/* The instances that need no library of their own. The layer that provides them defines the table: the linker fills this
- * seam, so that nothing registers at load and nothing here knows who provides. */
+/* The instances that need no library of their own. The layer that provides them defines the table: the linker fills
+ * this seam, so that nothing registers at load and nothing here knows who provides. */
 
 namespace emantle::settings {
 

@@ -238,6 +238,22 @@ private:
     Cursor cursor_;
 };
 
+/* Gives a file the times of another. */
+void copyTimes(const char* from, const char* to, EerrException& scope)
+{
+    struct Cache {
+        Efio_StatCache* cache = nullptr;
+        ~Cache() { efio_StatCacheFree(cache); }
+    };
+    Cache source;
+    Cache target;
+    int64_t times[2] = {};
+    checked(scope, efio_StatCacheCreate(from, &source.cache, scope), "Unable to copy >%s< to >%s<", from, to);
+    checked(scope, efio_StatCacheGet(source.cache, EFIO_STAT_TIMES, times, scope), "Unable to copy >%s< to >%s<", from, to);
+    checked(scope, efio_StatCacheCreate(to, &target.cache, scope), "Unable to copy >%s< to >%s<", from, to);
+    checked(scope, efio_StatCacheSet(target.cache, EFIO_STAT_TIMES, times, scope), "Unable to copy >%s< to >%s<", from, to);
+}
+
 void copyFile(const char* sourceName, const char* destination, Eint_InitToolkitData* context, const CopyOrder& order,
               EerrException& scope)
 {
@@ -271,6 +287,7 @@ void copyFile(const char* sourceName, const char* destination, Eint_InitToolkitD
     }
     checked(scope, ehfa_FileClose(targetStore.release(), scope), "Unable to copy >%s< to >%s<", sourceName, destination);
     sourceStore.reset();
+    copyTimes(sourceName, temporary.name(), scope);
     if (efio_FileExists(destination, nullptr) != 0) {
         checked(scope, efio_FileUnlink(destination, scope), "Unable to unlink >%s<", destination);
     }

@@ -200,7 +200,8 @@ EMANTLE_API Emsc_Boolean edsc_ColumnChangeName(Edsc_ColumnInstance* column, cons
         const char* const newNames[] = {newFormatName};
         callFormat(scope, methods, "TableColumnNamesSet failed", methods.TableColumnNamesSet, column->table->handle, 1,
                    static_cast<const char* const*>(oldNames), static_cast<const char* const*>(newNames));
-        /* The records change contents, so that the caller's pointer stays and the old instance closes with the new shell. */
+        /* The records change contents, so that the caller's pointer stays and the old instance closes with the new
+         * shell. */
         const ColumnPtr renamed = open(scope, column->table, newName);
         std::swap(*column, *renamed);
         return 1;

@@ -74,7 +74,8 @@ struct Reader {
 
     void operator()(std::int32_t startRow, std::int32_t count, void* data) const
     {
-        callFormat(scope, methods, "ColumnDataRead failed", methods.ColumnDataRead, column.handle, startRow, count, data);
+        callFormat(scope, methods, "ColumnDataRead failed", methods.ColumnDataRead, column.handle, startRow, count,
+                   data);
     }
 };
 
@@ -187,7 +188,8 @@ EMANTLE_API Emsc_Boolean edsc_ColumnWrite(Edsc_ColumnInstance* column, int32_t s
 {
     return guarded<Emsc_Boolean>(err, "edsc_ColumnWrite", 0, [&](EerrException& scope) {
         require(column != nullptr && data != nullptr, "Args");
-        require(numRows <= data->numrows, "Not enough data in columnData to write %ld rows", static_cast<long>(numRows));
+        require(numRows <= data->numrows, "Not enough data in columnData to write %ld rows",
+                static_cast<long>(numRows));
         const Edsc_TableMethods& methods = checkedRange(column, startRow, numRows);
         requireConversion(data->datatype, dataTypeOfColumn(column->dataType));
         require(methods.ColumnDataWrite, "%s table format does not support column data writing", methods.instanceName);

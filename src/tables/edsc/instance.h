@@ -29,8 +29,8 @@ public:
         entry = reinterpret_cast<Function*>(look(scope, name));
     }
 
-    /* The same for the entry that tells whether the instance is of the class at all: when it is missing under the prefixed
-     * name it is sought, with all the others, under the bare one. */
+    /* The same for the entry that tells whether the instance is of the class at all: when it is missing under the
+     * prefixed name it is sought, with all the others, under the bare one. */
     template <class Function>
     void findMark(EerrException& scope, const char* name, Function*& entry)
     {

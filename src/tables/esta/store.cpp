@@ -6,35 +6,18 @@ namespace emantle::tables {
 
 namespace {
 
-/* Where the handle stands, to come back to: a search that finds nothing ends at the last entry it saw. */
-class Place {
-public:
-    Place(EerrException& scope, Ehfa_File* file)
-        : file_(file), position_(checked(scope, ehfa_EntryPositionGet(file, scope), "EntrySeek failed"))
-    {
-    }
-    ~Place() { ehfa_EntryPositionFree(position_, nullptr); }
-    Place(const Place&) = delete;
-    Place& operator=(const Place&) = delete;
-
-    void comeBack(EerrException& scope) const
-    {
-        checked(scope, ehfa_EntryPositionSet(file_, position_, scope), "EntrySeek failed");
-    }
-
-private:
-    Ehfa_File* file_;
-    Ehfa_EntryPosition* position_;
-};
-
 /* Deletes the child of type `type`, if there is one; the current entry stays. */
 void deleteChild(EerrException& scope, Ehfa_File* file, const char* type)
 {
-    const Place here(scope, file);
+    struct PositionDeleter {
+        void operator()(Ehfa_EntryPosition* position) const noexcept { ehfa_EntryPositionFree(position, nullptr); }
+    };
+    const std::unique_ptr<Ehfa_EntryPosition, PositionDeleter> here(
+        checked(scope, ehfa_EntryPositionGet(file, scope), "EntrySeek failed"));
     if (seek(scope, file, EHFA_SEEK_CHILD_TYPE, type)) {
         checked(scope, ehfa_EntryDelete(file, scope), "EntryDelete failed");
     }
-    here.comeBack(scope);
+    checked(scope, ehfa_EntryPositionSet(file, here.get(), scope), "EntrySeek failed");
 }
 
 void addDesign(EerrException& scope, Ehfa_File* file, const Emif_Design* design)
@@ -95,9 +78,12 @@ bool seekType(EerrException& scope, Ehfa_File* file, const char* path, const cha
 void writeChild(EerrException& scope, Ehfa_File* file, const char* name, const char* type, const void* record,
                 mif::OwnDesign& design)
 {
-    const Place here(scope, file);
+    const uint32_t node = file->entryPtr;
     if (!seek(scope, file, EHFA_SEEK_CHILD_NAME, name)) {
-        here.comeBack(scope);
+        /* The search ended at another child, if there is one. */
+        if (file->entryPtr != node) {
+            require(seek(scope, file, EHFA_SEEK_PARENT, nullptr), "EntrySeek failure");
+        }
         insertChild(scope, file, name, type, record, design);
         return;
     }

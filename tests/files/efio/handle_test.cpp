@@ -35,8 +35,14 @@ protected:
         return file;
     }
 
-    std::string first(const Report& from) const { return from.records().empty() ? "" : from.records()[0].message.value_or(""); }
-    std::string last(const Report& from) const { return from.records().empty() ? "" : from.records().back().message.value_or(""); }
+    std::string first(const Report& from) const
+    {
+        return from.records().empty() ? "" : from.records()[0].message.value_or("");
+    }
+    std::string last(const Report& from) const
+    {
+        return from.records().empty() ? "" : from.records().back().message.value_or("");
+    }
 
     Report report;
 };
@@ -49,8 +55,8 @@ TEST_F(Handle, ModesCreateKeepEmptyOrRefuse)
         const char* mode;
         bool creates, empties, writes;
         long position;
-    } cases[] = {{"w", true, true, true, 0},      {"WB+", true, true, true, 0},  {"a+b", true, false, true, 4},
-                 {"r+", false, false, true, 0},   {"rb", false, false, false, 0}, {nullptr, false, false, false, 0},
+    } cases[] = {{"w", true, true, true, 0},     {"WB+", true, true, true, 0},   {"a+b", true, false, true, 4},
+                 {"r+", false, false, true, 0},  {"rb", false, false, false, 0}, {nullptr, false, false, false, 0},
                  {"odd", false, false, false, 0}};
     for (const auto& each : cases) {
         SCOPED_TRACE(each.mode == nullptr ? "null" : each.mode);
@@ -113,7 +119,8 @@ TEST_F(Handle, SeeksInsideTheBufferTouchNothing)
     for (const long offset : {16383L, 0L, 100L}) {
         ASSERT_EQ(efio_Seek(file, offset, EFIO_SEEK_SET, report), 0);
         EXPECT_EQ(file->bufferIndex, offset);
-        EXPECT_EQ(efio_Fgetc(file, report), static_cast<unsigned char>(bytesUpTo(50000)[static_cast<std::size_t>(offset)]));
+        EXPECT_EQ(efio_Fgetc(file, report),
+                  static_cast<unsigned char>(bytesUpTo(50000)[static_cast<std::size_t>(offset)]));
     }
     EXPECT_EQ(reads.calls() + seeks.calls(), 0U);
     EXPECT_EQ(file->seekCount, 0);
@@ -224,7 +231,8 @@ TEST_F(Handle, NoBytesReportedAsWrittenAreLostWhenAnyWriteFails)
                     const long done = efio_WriteSeq(file, all.data() + written, static_cast<long>(size), failed);
                     if (done < 0) {
                         ++failures;
-                        EXPECT_NE(first(Report(eerr_ErrorReportDuplicate(failed.get()->next))).find(path("f")), std::string::npos);
+                        EXPECT_NE(first(Report(eerr_ErrorReportDuplicate(failed.get()->next))).find(path("f")),
+                                  std::string::npos);
                         EXPECT_EQ(last(failed).find("File I/O operation failed: only"), 0U);
                         written = static_cast<std::size_t>(efio_Tell(file, report));
                     } else {
@@ -312,8 +320,8 @@ TEST_F(Handle, ANetworkThatStaysAwayIsGivenUpWithEveryNumberTold)
         Report move;
         EXPECT_EQ(efio_Seek(file, 500, EFIO_SEEK_SET, move), -1);
         EXPECT_EQ(move.records()[0].message, "Unable to perform seek on " + path("f"));
-        EXPECT_EQ(move.records()[1].message, "Unable to reopen file to retry seek to byte offset 500 in " + path("f") + "\n" +
-                                                 emantle::platform::systemErrorText(64));
+        EXPECT_EQ(move.records()[1].message, "Unable to reopen file to retry seek to byte offset 500 in " + path("f") +
+                                                 "\n" + emantle::platform::systemErrorText(64));
     }
     EXPECT_EQ(efio_ReadSeq(file, c, 10, report), 10); // the record is still good
     efio_Close(file, report);
@@ -348,7 +356,9 @@ TEST_F(Handle, LinesAcrossBufferEdgesAndOddEndings)
     put("g", filler + "bcdef\r\n\nlast");
     Efio_File* file = open("g", "r");
     std::string line(EFIO_BUFFER_SIZE + 100, '\0');
-    const auto next = [&](long size) { return std::string(efio_Fgets(line.data(), size, file, report) == nullptr ? "(end)" : line.c_str()); };
+    const auto next = [&](long size) {
+        return std::string(efio_Fgets(line.data(), size, file, report) == nullptr ? "(end)" : line.c_str());
+    };
     EXPECT_EQ(next(static_cast<long>(line.size())), filler + "bcdef\r\n");
     EXPECT_EQ(next(100), "\n");
     EXPECT_EQ(next(3), "la");

@@ -26,7 +26,8 @@ protected:
     std::string readBack(long offset, std::size_t size)
     {
         std::string bytes(size, '\0');
-        EXPECT_EQ(efio_ReadDirect(file, offset, bytes.data(), static_cast<long>(size), report), static_cast<long>(size));
+        EXPECT_EQ(efio_ReadDirect(file, offset, bytes.data(), static_cast<long>(size), report),
+                  static_cast<long>(size));
         return bytes;
     }
 

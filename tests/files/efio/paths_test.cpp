@@ -75,7 +75,8 @@ TEST_F(Paths, DeletingAsksTheHostAsLongAsItWantsAnotherTry)
         const FaultInjection busy(Operation::unlink, 1, Outcome{16}, Repeat::fromThenOn);
         EXPECT_EQ(efio_FileUnlink(file.c_str(), plain), -1);
         EXPECT_EQ(errno, 16);
-        EXPECT_EQ(plain.records()[0].message, "Unable to delete the file " + file + "\n" + emantle::platform::systemErrorText(16));
+        EXPECT_EQ(plain.records()[0].message,
+                  "Unable to delete the file " + file + "\n" + emantle::platform::systemErrorText(16));
         efio_SetQueryFunction(answer);
         retries = 2;
         EXPECT_EQ(efio_FileUnlink(file.c_str(), cancelled), -1);
@@ -87,10 +88,12 @@ TEST_F(Paths, DeletingAsksTheHostAsLongAsItWantsAnotherTry)
     efio_SetQueryFunction(nullptr);
     EXPECT_FALSE(std::filesystem::exists(file));
     ASSERT_EQ(questions.size(), 4U);
-    EXPECT_EQ(questions[0], "The file " + file + " cannot be deleted\nbecause it is in use by another application.\n\nClose the "
-                            "file and then press 'Retry' to continue,\nor press 'Cancel'.");
-    EXPECT_EQ(questions[3], "The file " + file + " cannot be deleted\nbecause the read-only attribute is set.\n\nChange the "
-                            "access permissions and then press 'Retry' to continue,\nor press 'Cancel'.");
+    EXPECT_EQ(questions[0], "The file " + file +
+                                " cannot be deleted\nbecause it is in use by another application.\n\nClose the "
+                                "file and then press 'Retry' to continue,\nor press 'Cancel'.");
+    EXPECT_EQ(questions[3], "The file " + file +
+                                " cannot be deleted\nbecause the read-only attribute is set.\n\nChange the "
+                                "access permissions and then press 'Retry' to continue,\nor press 'Cancel'.");
 }
 
 TEST_F(Paths, RenamingReplacesAndAFailureKeepsBoth)
@@ -113,7 +116,8 @@ TEST_F(Paths, TemporaryNamesCountThroughTheirRun)
 {
     const std::string start = path("t");
     std::string digits = std::to_string(getpid());
-    digits = std::string(2 - std::min<std::size_t>(2, digits.size()), '0') + digits.substr(digits.size() - std::min<std::size_t>(2, digits.size()));
+    digits = std::string(2 - std::min<std::size_t>(2, digits.size()), '0') +
+             digits.substr(digits.size() - std::min<std::size_t>(2, digits.size()));
     const auto make = [&](Report& err) {
         std::string name = start + "xX";
         return efio_MakeTemp(name.data(), err) == nullptr ? std::string() : name.substr(start.size());
@@ -149,7 +153,8 @@ TEST_F(Paths, EachThreadHasItsTemporaryDirectory)
         EXPECT_EQ(refused.records()[0].message, path("none") + ": no such directory");
         EXPECT_EQ(taken(efio_DirectoryGetTemporary(report)), path("own"));
         EXPECT_EQ(taken(efio_TempNameInTmpdir("p", report)).rfind(path("own/p"), 0), 0U);
-        EXPECT_NE(taken(efio_TempNameFromTime(nullptr, "p", report)), taken(efio_TempNameFromTime(nullptr, "p", report)));
+        EXPECT_NE(taken(efio_TempNameFromTime(nullptr, "p", report)),
+                  taken(efio_TempNameFromTime(nullptr, "p", report)));
     });
     inFreshThread([&] { EXPECT_EQ(taken(efio_DirectoryGetTemporary(report)), path()); });
     setenv("ORVIK_TMPDIR", path("none").c_str(), 1);

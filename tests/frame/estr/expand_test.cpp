@@ -29,8 +29,12 @@ class Expand : public testing::Test {
 protected:
     Expand()
     {
-        for (const auto& [name, value] : {std::pair{"EX_A", "$EX_B"}, {"EX_B", "b"}, {"EX_LOOP", "x$EX_POOL"},
-                                          {"EX_POOL", "${EX_LOOP}"}, {"EX_EMPTY", ""}, {"EX_DIR", "C:\\data\\"}}) {
+        for (const auto& [name, value] : {std::pair{"EX_A", "$EX_B"},
+                                          {"EX_B", "b"},
+                                          {"EX_LOOP", "x$EX_POOL"},
+                                          {"EX_POOL", "${EX_LOOP}"},
+                                          {"EX_EMPTY", ""},
+                                          {"EX_DIR", "C:\\data\\"}}) {
             setenv(name, value, 1);
         }
         unsetenv("EX_UNSET");
@@ -52,7 +56,11 @@ TEST_F(Expand, References)
         {"$1$$ $-$", "$1$$ $-$", "$1$$ $-$"},
         {"${EX_B", "${EX_B", "${EX_B"},
         {"${EX-B}", "${EX-B}", "${EX-B}"},
-        {"\xc3\xa9$EX_B\xc3\xa9", "\xc3\xa9" "b\xc3\xa9", "\xc3\xa9" "b\xc3\xa9"},
+        {"\xc3\xa9$EX_B\xc3\xa9",
+         "\xc3\xa9"
+         "b\xc3\xa9",
+         "\xc3\xa9"
+         "b\xc3\xa9"},
         {"", "", ""},
     };
     for (const auto& each : cases) {
@@ -69,9 +77,16 @@ TEST_F(Expand, PathsAreCleaned)
         const char* text;
         const char* expected;
     } cases[] = {
-        {"C:\\a\\\\b", "C:/a/b"}, {"//host//x", "//host/x"}, {"\\\\host\\\\\\x", "//host/x"}, {"///x//", "/x/"},
-        {"\"a b\"", "a b"},       {"\"", "\""},              {"\"\"", ""},                    {"$EX_DIR\\f", "C:/data/f"},
-        {"a//", "a/"},            {"//", "/"},
+        {"C:\\a\\\\b", "C:/a/b"},
+        {"//host//x", "//host/x"},
+        {"\\\\host\\\\\\x", "//host/x"},
+        {"///x//", "/x/"},
+        {"\"a b\"", "a b"},
+        {"\"", "\""},
+        {"\"\"", ""},
+        {"$EX_DIR\\f", "C:/data/f"},
+        {"a//", "a/"},
+        {"//", "/"},
     };
     for (const auto& each : cases) {
         EXPECT_EQ(path(each.text), each.expected) << each.text;
@@ -169,7 +184,9 @@ TEST(EstrPath, PiecesOfNames)
 TEST(EstrPath, ErrorNumbersHaveTheirSentences)
 {
     errno = 41;
-    EXPECT_STREQ(estr_ErrnoString(), "A directory with entries other than dot and dot-dot was supplied when an empty directory was expected.");
+    EXPECT_STREQ(
+        estr_ErrnoString(),
+        "A directory with entries other than dot and dot-dot was supplied when an empty directory was expected.");
     errno = 35;
     EXPECT_STREQ(estr_ErrnoString(), "Unknown error code : 35");
     errno = 2;

@@ -205,4 +205,34 @@ TEST_F(Objects, ReadsStayInsideTheFile)
     EXPECT_EQ(std::string(bytes, 8), "abcdefgh");
 }
 
+TEST_F(Objects, AreListedWithTheirDataAndThoseOfColumns)
+{
+    start();
+    put("A", "text");
+    const EmifDesignT<Etxt_TextA> design(emif_DesignCreate(
+        nullptr, "Edsc_Column", nullptr, EMIF_TYPE_LONG, "numRows", EMIF_TYPE_ULONG, "columnDataPtr", EMIF_TYPE_ENUM,
+        "dataType", "integer", "real", "complex", "string", static_cast<const char*>(nullptr), EMIF_TYPE_LONG, "maxNumChars", 0));
+    emif_DictionaryAddDesign(file_->dictionary, design, expected());
+    const uint32_t run = allocate(8);
+    ehfa_FileMIFDataWrite(file_, run, 8, "ab\0\0wxyz", expected());
+    Bytes column{2, 0, 0, 0, 0, 0, 0, 0, 3, 0, 4, 0, 0, 0};
+    setWord(column, 4, run);
+    ehfa_ObjectDataWrite(file_, ":A", "col", "Edsc_Column", EHFA_WRITE_FIRST_CHILD, column.data(), 14, expected());
+    file_->entry->modTime = 86400;
+    write(EHFA_WRITE_CURRENT, nullptr, nullptr);
+    static std::string printed;
+    printed.clear();
+    const auto route = EerrDispatcher::Connect(EerrDispatcher::LogSlot([](const char* format, va_list arguments) {
+        char text[1024];
+        vsnprintf(text, sizeof text, format, arguments);
+        printed += text;
+    }));
+    EXPECT_TRUE(ehfa_ListFile(file_, ":A", expected()));
+    EXPECT_NE(printed.find(":A: (Sample Object)\n"), std::string::npos) << printed;
+    EXPECT_NE(printed.find("struct Sample"), std::string::npos) << printed;
+    EXPECT_TRUE(printed.ends_with(":A:col: (Edsc_Column Object)\n (last modified Fri Jan  2 00:00:00 1970)\n"
+                                  "col[0] = \"ab\"\ncol[1] = \"wxyz\"\n"))
+        << printed;
+}
+
 }  // namespace

@@ -76,7 +76,10 @@ Json binsJson(const Edsc_BinFunction* bins)
 Json tableJson(const OpenStore& store, const std::string& node, const std::string& column)
 {
     Reports reports;
-    const TablePtr table(edsc_TableOpen(store.get(), nullptr, node.c_str(), EHFA_SEEK_PATH, nullptr, reports));
+    const std::size_t last = node.rfind(':');
+    const std::string parent = last == 0 || last == std::string::npos ? ":" : node.substr(0, last);
+    const TablePtr table(edsc_TableOpen(store.get(), parent.c_str(), node.substr(last + 1).c_str(), EHFA_SEEK_CHILD_NAME,
+                                        nullptr, reports));
     reports.check(store.path() + ": the table " + node + " cannot be opened");
     if (!table) {
         throw Failure(store.path() + ": " + node + " is not a table");

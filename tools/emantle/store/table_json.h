@@ -6,7 +6,7 @@
 
 namespace tool {
 
-/* The descriptor table at the current node: its rows, its bin function with the limits of each bin, and its columns with
+/* The descriptor table at `node`: its rows, its bin function with the limits of each bin, and its columns with
  * their values. With a `column` only that one. */
 nlohmann::ordered_json tableJson(const OpenStore& store, const std::string& node, const std::string& column);
 

@@ -120,10 +120,6 @@ EMANTLE_API Ehfa_File* ehfa_FileOpen(const char* name, const char* mode, Eint_In
 EMANTLE_API Ehfa_File* ehfa_FileOpenWithOptions(const char* name, const char* mode, Eint_InitToolkitData* context,
                                                 Eerr_ErrorReport** err, ...);
 
-/* ehfa_FileOpen of the first file of that name along a search list. */
-EMANTLE_API Ehfa_File* ehfa_SearchListFileOpen(const char* name, void* searchList, const char* mode,
-                                               Eint_InitToolkitData* context, Eerr_ErrorReport** err);
-
 /* Whether this thread holds a handle on `name`. */
 EMANTLE_API Emsc_Boolean ehfa_FileIsOpen(const char* name, Eint_InitToolkitData* context, Eerr_ErrorReport** err);
 

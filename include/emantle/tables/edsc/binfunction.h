@@ -67,9 +67,9 @@ typedef struct Edsc_BinFunction {
 
 /* The functions of the four classic kinds. Direct bins are one unit wide from `minimum` on. Linear bins share the span
  * from `minimum` to `maximum` evenly, logarithmic ones by powers of two. The span ends one unit in the last place above
- * `maximum`, so that the maximum falls into the last bin wherever the difference of the limits has room for that unit. A
- * minimum above the maximum is swapped with it. `limits` has at least numBins + 1 values of a number type, in any order and
- * without equals; the lowest numBins + 1 count. It stays the caller's.
+ * `maximum`, so that the maximum falls into the last bin wherever the difference of the limits has room for that unit.
+ * A minimum above the maximum is swapped with it. `limits` has at least numBins + 1 values of a number type, in any
+ * order and without equals; the lowest numBins + 1 count. It stays the caller's.
  * Fail with "The number of bins must be a positive integer", and "BinFunctionCreate failed" for limits that are no
  * numbers. */
 EMANTLE_API Edsc_BinFunction* edsc_BinFunctionCreateDirect(double minimum, uint32_t numBins, Eerr_ErrorReport** err);
@@ -81,20 +81,20 @@ EMANTLE_API Edsc_BinFunction* edsc_BinFunctionCreateExplicit(const Egda_BaseData
                                                              Eerr_ErrorReport** err);
 
 /* A function of any kind. The arguments that follow `err` are the kind's own: `double minimum` for "Direct"; `double
- * minimum, double maximum` for "Linear" and "Logarithmic (Toolkit)"; `const Egda_BaseData*` for "Explicit" (the limits) and
- * "Unique Value" (at least numBins values, of which each is a bin by itself). */
+ * minimum, double maximum` for "Linear" and "Logarithmic (Toolkit)"; `const Egda_BaseData*` for "Explicit" (the limits)
+ * and "Unique Value" (at least numBins values, of which each is a bin by itself). */
 EMANTLE_API Edsc_BinFunction* edsc_BinFunctionCreateFromTitle(const char* title, uint32_t numBins,
                                                               Eerr_ErrorReport** err, ...);
 EMANTLE_API Edsc_BinFunction* edsc_BinFunctionCreateFromTitleInternal(const char* title, uint32_t numBins,
                                                                       va_list arguments, Eerr_ErrorReport** err);
 
-/* A function from its MIF object: a record under the design "Edsc_BinFunction" or "Edsc_BinFunction840". The object stays
- * the caller's. */
+/* A function from its MIF object: a record under the design "Edsc_BinFunction" or "Edsc_BinFunction840". The object
+ * stays the caller's. */
 EMANTLE_API Edsc_BinFunction* edsc_BinFunctionCreate(const void* object, const Emif_Design* design,
                                                      Eerr_ErrorReport** err);
 
-/* A deep copy with the same span. With a null `target` a new record; else the content of `target`, which must be a record
- * of this family, is replaced, and `target` returned. On failure `target` is as it was. */
+/* A deep copy with the same span. With a null `target` a new record; else the content of `target`, which must be a
+ * record of this family, is replaced, and `target` returned. On failure `target` is as it was. */
 EMANTLE_API Edsc_BinFunction* edsc_BinFunctionCopy(const Edsc_BinFunction* binFunction, Edsc_BinFunction* target,
                                                    Eerr_ErrorReport** err);
 
@@ -108,9 +108,9 @@ EMANTLE_API int32_t edsc_BinFunctionApply(const Edsc_BinFunction* binFunction, d
 EMANTLE_API Emsc_Boolean edsc_BinFunctionApplyInverse(const Edsc_BinFunction* binFunction, int32_t bin, double* lower,
                                                       double* upper, Eerr_ErrorReport** err);
 
-/* The bin of each element of `values`, into `bins`, a record of type U8 to F64, in the smaller of the two sizes; `below`
- * and `above` stand for the values outside the range. Where an element of the byte record `mask`, which may be null and
- * limits the size too, is 0 the element of `bins` stays. `bins` may be `values`. Answers 0 on failure. */
+/* The bin of each element of `values`, into `bins`, a record of type U8 to F64, in the smaller of the two sizes;
+ * `below` and `above` stand for the values outside the range. Where an element of the byte record `mask`, which may be
+ * null and limits the size too, is 0 the element of `bins` stays. `bins` may be `values`. Answers 0 on failure. */
 EMANTLE_API Emsc_Boolean edsc_BinFunctionApplyToValues(const Edsc_BinFunction* binFunction, const Egda_BaseData* values,
                                                        double below, double above, const Egda_BaseData* mask,
                                                        Egda_BaseData* bins, Eerr_ErrorReport** err);
@@ -126,7 +126,8 @@ EMANTLE_API Emsc_Boolean edsc_BinFunctionApplyInverseToValues(const Edsc_BinFunc
 EMANTLE_API uint32_t edsc_BinFunctionBinCount(const Edsc_BinFunction* binFunction, Eerr_ErrorReport** err);
 
 /* Moves the first visible bin by `shift` and shows `count` bins; the bins themselves stay, so that a function that was
- * narrowed can be widened again. New records only: "Rogue bin function". Answers 0 on failure, with the span as it was. */
+ * narrowed can be widened again. New records only: "Rogue bin function". Answers 0 on failure; the span
+ * then is as it was. */
 EMANTLE_API Emsc_Boolean edsc_BinFunctionBinCountModify(Edsc_BinFunction* binFunction, int32_t shift, int32_t count,
                                                         Eerr_ErrorReport** err);
 
@@ -155,14 +156,14 @@ EMANTLE_API void edsc_BinFunctionPrint(const Edsc_BinFunction* binFunction, Eerr
 EMANTLE_API char* edsc_BinFunctionTitle(const Edsc_BinFunction* binFunction, Eerr_ErrorReport** err);
 
 /* For each of the first `count` bins of `source` the bin of `target` that covers exactly the same values, or -1. For a
- * `dataType` of whole numbers (EGDA_TYPE_U1 to EGDA_TYPE_S32) the same whole numbers are enough. A heap array of `count`,
- * the caller's; null, without a report, when no bin has its like, and for bad arguments. */
+ * `dataType` of whole numbers (EGDA_TYPE_U1 to EGDA_TYPE_S32) the same whole numbers are enough. A heap array of
+ * `count`, the caller's; null, without a report, when no bin has its like, and for bad arguments. */
 EMANTLE_API int32_t* edsc_BinFunctionTranslate(int32_t count, const Edsc_BinFunction* source,
                                                const Edsc_BinFunction* target, int32_t dataType,
                                                Eerr_ErrorReport** err);
 
-/* The record to work with: `binFunction` itself when it is a new one; else a new record converted from it, which is also
- * left in `*temporary`, to be deleted after use. Null on failure. */
+/* The record to work with: `binFunction` itself when it is a new one; else a new record converted from it, which is
+ * also left in `*temporary`, to be deleted after use. Null on failure. */
 EMANTLE_API const Edsc_BinFunction* edsc_BinFunctionBCCheck(const Edsc_BinFunction* binFunction,
                                                             Edsc_BinFunction** temporary, Eerr_ErrorReport** err);
 

@@ -6,7 +6,8 @@
 /* edsc, the tables of a store: the method set of the instance "edsc_HFA".
  *  1. The context is the Ehfa_File. A table's name is its node path.
  *  2. The methods have the shapes of Edsc_TableMethods; what they return is told there.
- *  3. A column's node holds four fields; its elements lie in a run of their own, `numRows` elements from `columnDataPtr`. */
+ *  3. A column's node holds four fields; its elements lie in a run of their own, `numRows` elements from
+ *    `columnDataPtr`. */
 
 typedef struct Edsc_HFATable {
     Ehfa_File* file;
@@ -58,8 +59,8 @@ EMANTLE_API Emsc_Boolean edsc_HFAColumnDataCopy(Ehfa_File* source, Ehfa_File* de
 EMANTLE_API Emsc_Boolean edsc_CopyColumnData(Ehfa_File* source, Ehfa_File* destination, Eerr_ErrorReport** err);
 
 /* The column at `node`, or the current entry for null, as one object with header and elements, under the design
- * "Edsc_HFA_Column"; for emif_ObjectFree with that design. And into the current entry, whose run is replaced: `design` must
- * be of that name. */
+ * "Edsc_HFA_Column"; for emif_ObjectFree with that design. And into the current entry, whose run is replaced: `design`
+ * must be of that name. */
 EMANTLE_API void* edsc_HFAColumnAndMIFDataRead(Ehfa_File* file, const char* node, Eerr_ErrorReport** err);
 EMANTLE_API Emsc_Boolean edsc_HFAColumnAndMIFDataWrite(Ehfa_File* file, const void* column, const Emif_Design* design,
                                                        Eerr_ErrorReport** err);

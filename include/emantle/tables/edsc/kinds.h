@@ -15,8 +15,8 @@ struct Edsc_BinFunctionMethods {
     void* (*BinFunctionCreate)(uint32_t numBins, va_list arguments, Eerr_ErrorReport** err);
     /* Fills the old form from `internals`; with null internals gives up what the old form owns. */
     void (*BinFunctionBCSyncOld)(const void* internals, Edsc_BinFunctionPre840* old, Eerr_ErrorReport** err);
-    /* The kind's object as MIF bytes, with the text of its dictionary and the name of its design, all three heap blocks of
-     * the caller's. The count of bytes, or -1. */
+    /* The kind's object as MIF bytes, with the text of its dictionary and the name of its design, all three heap blocks
+     * of the caller's. The count of bytes, or -1. */
     long (*BinFunctionConvertToMIF)(const void* internals, unsigned char** object, char** dictionary,
                                     char** designName, Eerr_ErrorReport** err);
     /* The way back, into `*result`; 0 on failure. `object` holds a whole record of the design. */
@@ -67,16 +67,16 @@ EMANTLE_API void edsc_BFLogarithmicTKBinFunctionBCSyncOld(const void* internals,
 EMANTLE_API void edsc_BFExplicitBinFunctionBCSyncOld(const void* internals, Edsc_BinFunctionPre840* old,
                                                      Eerr_ErrorReport** err);
 
-/* A sorted copy of `limits` as F64, of all its rows, of which the lowest numBins + 1 (or numBins, for values) must differ
- * from each other. The caller's. Fails with "NULL bin limits given", "Not enough data in bin limit table", "NULL bin limit
- * data" and "Non-increasing bin limit data", the last also for a limit that is no number. */
+/* A sorted copy of `limits` as F64, of all its rows, of which the lowest numBins + 1 (or numBins, for values) must
+ * differ from each other. The caller's. Fails with "NULL bin limits given", "Not enough data in bin limit table", "NULL
+ * bin limit data" and "Non-increasing bin limit data", the last also for a limit that is no number. */
 EMANTLE_API Egda_BaseData* edsc_BFExplicitBinLimitTableCheck(const Egda_BaseData* limits, uint32_t numBins,
                                                              Eerr_ErrorReport** err);
 EMANTLE_API Egda_BaseData* edsc_BFUniqueBinLimitTableCheck(const Egda_BaseData* limits, uint32_t numBins,
                                                            Eerr_ErrorReport** err);
 
-/* The record of the old form as MIF bytes, with dictionary and design name, the caller's heap blocks; and the way back. The
- * first gives the count of bytes, or -1; the second a heap record, for emif_ObjectFree with the design of
+/* The record of the old form as MIF bytes, with dictionary and design name, the caller's heap blocks; and the way back.
+ * The first gives the count of bytes, or -1; the second a heap record, for emif_ObjectFree with the design of
  * edsc_HFABinFunctionDesignFetch, or null. */
 EMANTLE_API long edsc_HFABinFunctionMIFableToMIF(const Edsc_BinFunctionPre840* old, unsigned char** object,
                                                  char** dictionary, char** designName, Eerr_ErrorReport** err);

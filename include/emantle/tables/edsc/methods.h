@@ -52,11 +52,11 @@ typedef struct Edsc_TableMethods {
                                Eerr_ErrorReport** err);
 } Edsc_TableMethods;
 
-/* The method set of an instance, shared by all who open it; for edsc_TableMethodsClose. `dllName` says where the instance
- * is; empty or null, the library's own instances and then the catalogue are searched. With `instanceFlag` other than 0 the
- * entry points bear the instance's name in front; where they do not, the bare names are tried.
- * Null without a report when the instance is no table format. A format that lacks an entry point to update what it makes
- * is opened without those that make it. */
+/* The method set of an instance, shared by all who open it; for edsc_TableMethodsClose. `dllName` says where the
+ * instance is; empty or null, the library's own instances and then the catalogue are searched. With `instanceFlag`
+ * other than 0 the entry points bear the instance's name in front; where they do not, the bare names are tried.
+ * Null without a report when the instance is no table format. A format that lacks an entry point to update what it
+ * makes is opened without those that make it. */
 EMANTLE_API Edsc_TableMethods* edsc_TableMethodsOpen(const char* dllName, const char* instanceName, long instanceFlag,
                                                      Eerr_ErrorReport** err);
 EMANTLE_API void edsc_TableMethodsClose(Edsc_TableMethods* methods, Eerr_ErrorReport** err);

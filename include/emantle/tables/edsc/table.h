@@ -8,7 +8,8 @@
  *  1. Create and Open return a handle, the caller's; columns are closed before their table. Nothing is held back: every
  *     write reaches the format at once, and closing writes nothing.
  *  2. Bin functions that are given in stay the caller's; the table keeps a copy.
- *  3. The arguments behind `err` are reserved and end with a null; anything else is told, "Warning:  Non-null options list
+ *  3. The arguments behind `err` are reserved and end with a null; anything else is told, "Warning:  Non-null options
+ *    list
  *     ignored", and ignored.
  *  4. `dllName`, `instanceName` and `instanceFlag` are those of edsc_TableMethodsOpen, `context` is the format's. */
 
@@ -22,8 +23,8 @@ typedef struct Edsc_TableInstance {
     void* handle;
 } Edsc_TableInstance;
 
-/* A new table. Without a bin function the rows are the bins of a direct one from 0. A function of more bins than rows is
- * narrowed, which is told. Null on failure: "%s table format does not support table creation". */
+/* A new table. Without a bin function the rows are the bins of a direct one from 0. A function of more bins than rows
+ * is narrowed, which is told. Null on failure: "%s table format does not support table creation". */
 EMANTLE_API Edsc_TableInstance* edsc_TableCreateWithMethods(void* context, const char* dllName,
                                                             const char* instanceName, long instanceFlag,
                                                             const char* tableName, int32_t numRows,
@@ -41,10 +42,10 @@ EMANTLE_API Emsc_Boolean edsc_TableDestroyWithMethods(void* context, const char*
                                                       long instanceFlag, const char* tableName,
                                                       Eerr_ErrorReport** err);
 
-/* The same in a store. A new table is the node `tableName`, with its bin function below, put by the method `insertMode` of
- * ehfa_EntryWrite at `parentPath`, or at the current entry for null. A table is found like an object: `path` or null,
- * `tableName` or null, and a method of ehfa_EntrySeek; its bin function is `binFunction`, or for null the one that it
- * holds, or a direct one from 0. */
+/* The same in a store. A new table is the node `tableName`, with its bin function below, put by the method `insertMode`
+ * of ehfa_EntryWrite at `parentPath`, or at the current entry for null. A table is found like an object: `path` or
+ * null, `tableName` or null, and a method of ehfa_EntrySeek; its bin function is `binFunction`, or for null the one
+ * that it holds, or a direct one from 0. */
 EMANTLE_API Edsc_TableInstance* edsc_TableCreate(Ehfa_File* file, const char* parentPath, const char* tableName,
                                                  long insertMode, int32_t numRows, const Edsc_BinFunction* binFunction,
                                                  Eerr_ErrorReport** err, ...);
@@ -59,8 +60,8 @@ EMANTLE_API void edsc_TableClose(Edsc_TableInstance* table, Eerr_ErrorReport** e
 /* The rows; 0 on failure. */
 EMANTLE_API Emsc_Boolean edsc_TableRowCountGet(Edsc_TableInstance* table, int32_t* count, Eerr_ErrorReport** err);
 
-/* Grows or shrinks every column at its end. New rows hold anything until they are written. A bin function of more bins is
- * narrowed to the rows. Open columns of the table keep the count that they were opened with. */
+/* Grows or shrinks every column at its end. New rows hold anything until they are written. A bin function of more bins
+ * is narrowed to the rows. Open columns of the table keep the count that they were opened with. */
 EMANTLE_API Emsc_Boolean edsc_TableRowCountSet(Edsc_TableInstance* table, int32_t numRows, Eerr_ErrorReport** err);
 
 /* The names of the columns; the list is the caller's. */
@@ -73,9 +74,9 @@ EMANTLE_API double edsc_TableModTimeGet(Edsc_TableInstance* table, Eerr_ErrorRep
 EMANTLE_API Emsc_Boolean edsc_TableBinFunctionSet(Edsc_TableInstance* table, const Edsc_BinFunction* binFunction,
                                                   Eerr_ErrorReport** err);
 
-/* The same with the rows moved to the new bins that hold the same values, in the sense that edsc_BinFunctionTranslate gives
- * to `dataType`; the other rows are zero or blank. A column "Value" that held the lower limits of the old bins gets those
- * of the new ones. A column that fails is told and left out. */
+/* The same with the rows moved to the new bins that hold the same values, in the sense that edsc_BinFunctionTranslate
+ * gives to `dataType`; the other rows are zero or blank. A column "Value" that held the lower limits of the old bins
+ * gets those of the new ones. A column that fails is told and left out. */
 EMANTLE_API Emsc_Boolean edsc_TableBinFunctionSetAndAdjust(Edsc_TableInstance* table,
                                                            const Edsc_BinFunction* binFunction, int32_t dataType,
                                                            Eerr_ErrorReport** err);

@@ -1,5 +1,6 @@
-/* From values to bins: the arithmetic of the built-in kinds, and loops over runs of values. Compiled once for one value at
- * a time and once for each instruction set; no guard. Bins of a kind count from 0; -1 is below them, `numBins` above. */
+/* From values to bins: the arithmetic of the built-in kinds, and loops over runs of values. Compiled once for one value
+ * at a time and once for each instruction set; no guard. Bins of a kind count from 0; -1 is below them, `numBins`
+ * above. */
 
 namespace emantle::tables::EMANTLE_TARGET {
 
@@ -113,8 +114,8 @@ Element elementOf(std::int32_t bin, std::int32_t binCount, Element below, Elemen
 }
 
 template <class Element>
-void storeRun(const std::int32_t* bins, long count, std::int32_t binCount, const void* outside, const std::uint8_t* mask,
-              void* output)
+void storeRun(const std::int32_t* bins, long count, std::int32_t binCount, const void* outside,
+              const std::uint8_t* mask, void* output)
 {
     const Element below = static_cast<const Element*>(outside)[0];
     const Element above = static_cast<const Element*>(outside)[1];

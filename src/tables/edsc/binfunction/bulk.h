@@ -10,8 +10,8 @@
 
 namespace emantle::tables {
 
-/* Bins runs of values, with exactly the results of edsc_BinFunctionApply, and without a call for each value where the kind
- * is built in:
+/* Bins runs of values, with exactly the results of edsc_BinFunctionApply, and without a call for each value where the
+ * kind is built in:
  *
  *     const BulkBins bulk(scope, histogram->binfunction);
  *     std::int32_t bins[BulkBins::kRun];
@@ -44,7 +44,8 @@ public:
 
 private:
     struct Foreign {};
-    using Kind = std::variant<Foreign, single::Direct, single::Linear, single::Logarithmic, single::Explicit, single::Unique>;
+    using Kind =
+        std::variant<Foreign, single::Direct, single::Linear, single::Logarithmic, single::Explicit, single::Unique>;
 
     static Kind kindOf(const Edsc_BinFunction& record) noexcept;
     void applyForeign(EerrException& scope, const double* values, long count, std::int32_t* bins) const;

@@ -74,7 +74,8 @@ void* unpackAs(EerrException& scope, mif::OwnDesign& design, const unsigned char
     require(designName != nullptr && std::strcmp(designName, own->name) == 0, "Incorrect bin function design");
     void* record = nullptr;
     Emif_Design* found = nullptr;
-    emif_MIFableObjectConvertFromMIF(&record, &found, const_cast<unsigned char*>(object), dictionary, designName, scope);
+    emif_MIFableObjectConvertFromMIF(&record, &found, const_cast<unsigned char*>(object), dictionary, designName,
+                                     scope);
     check(scope);
     const mif::DesignPtr foundOwner(found);
     ObjectOwner owner(record, found);

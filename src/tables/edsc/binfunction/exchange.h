@@ -74,8 +74,8 @@ private:
     const Emif_Design* design_;
 };
 
-/* The MIF bytes of a kind's object under the toolkit's own `design`, unpacked; fails with "Incorrect bin function design"
- * for another one. The record is freed by emif_ObjectFree with that design. */
+/* The MIF bytes of a kind's object under the toolkit's own `design`, unpacked; fails with "Incorrect bin function
+ * design" for another one. The record is freed by emif_ObjectFree with that design. */
 void* unpackAs(EerrException& scope, mif::OwnDesign& design, const unsigned char* object, const char* dictionary,
                const char* designName);
 

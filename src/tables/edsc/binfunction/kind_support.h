@@ -24,7 +24,8 @@ const Bins* required(const void* internals)
     return static_cast<const Bins*>(internals);
 }
 
-/* The old form in a kind's stored object. Fails with "Incorrect bin function design" and "Incorrect bin function type". */
+/* The old form in a kind's stored object. Fails with "Incorrect bin function design" and "Incorrect bin function type".
+ * */
 class OldForm {
 public:
     OldForm(EerrException& scope, std::int32_t type, const unsigned char* object, const char* dictionary,

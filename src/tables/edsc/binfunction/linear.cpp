@@ -51,7 +51,8 @@ Emsc_Boolean spanFromMIF(const char* function, const char* syncNew, std::int32_t
 {
     return guarded<Emsc_Boolean>(err, function, 0, [&](EerrException& scope) {
         const OldForm old(scope, type, object, dictionary, designName);
-        *result = newState(scope, syncNew, [&](EerrException&) { return makeSpan(old->numBins, old->minLimit, old->maxLimit); });
+        *result = newState(scope, syncNew,
+                           [&](EerrException&) { return makeSpan(old->numBins, old->minLimit, old->maxLimit); });
         return 1;
     });
 }

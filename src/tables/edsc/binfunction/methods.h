@@ -21,8 +21,8 @@ const KindTitle* findKind(const char* title) noexcept;
 /* The title of an old type; null for an unknown one. */
 const char* titleOfOldType(std::int32_t type) noexcept;
 
-/* Opens the kind of a title, one reference for the caller. A title that the table of kinds lacks is itself the name of the
- * instance. Fails with "edsc_BinFunctionMethodsOpen failed" in front of the reason. */
+/* Opens the kind of a title, one reference for the caller. A title that the table of kinds lacks is itself the name of
+ * the instance. Fails with "edsc_BinFunctionMethodsOpen failed" in front of the reason. */
 Edsc_BinFunctionMethods* openMethods(EerrException& scope, const char* title);
 
 /* One more reference to the same methods. */

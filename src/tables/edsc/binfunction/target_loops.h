@@ -1,5 +1,5 @@
-/* The table of loops of one instruction set; no guard. The kinds of callers are those of one value at a time, which have
- * the same fields. */
+/* The table of loops of one instruction set; no guard. The kinds of callers are those of one value at a time, which
+ * have the same fields. */
 
 #include "tables/edsc/binfunction/bin_loops.h"
 

@@ -65,7 +65,8 @@ EMANTLE_API int32_t* edsc_BinFunctionTranslate(int32_t count, const Edsc_BinFunc
         const UsableBinFunction to(scope, target);
         HeapPtr<std::int32_t> map = allocate<std::int32_t>(static_cast<std::size_t>(count), "Insufficient memory");
         const auto all = static_cast<std::uint32_t>(count);
-        if (from->binCount == all && to->binCount == all && checked(scope, edsc_BinFunctionIsSame(&*from, &*to, scope))) {
+        if (from->binCount == all && to->binCount == all &&
+            checked(scope, edsc_BinFunctionIsSame(&*from, &*to, scope))) {
             std::iota(map.get(), map.get() + count, 0);
             return map.release();
         }

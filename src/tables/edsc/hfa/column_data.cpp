@@ -72,7 +72,8 @@ void readTexts(EerrException& scope, Ehfa_File* file, const Run& run, std::int32
         static_cast<std::size_t>(std::min<std::int64_t>(rowsOfPiece, numRows) * run.width), kNoMemory);
     for (std::int64_t row = 0; row < numRows; row += rowsOfPiece) {
         const std::int64_t rows = std::min(rowsOfPiece, numRows - row);
-        checked(scope, ehfa_FileMIFDataRead(file, run.position + row * run.width, rows * run.width, piece.get(), scope));
+        checked(scope, ehfa_FileMIFDataRead(file, run.position + row * run.width, rows * run.width, piece.get(),
+                                            scope));
         for (std::int64_t i = 0; i < rows; ++i) {
             HeapPtr<char> text = allocate<char>(static_cast<std::size_t>(run.width) + 1, kNoMemory);
             std::memcpy(text.get(), piece.get() + i * run.width, static_cast<std::size_t>(run.width));
@@ -95,7 +96,8 @@ void writeTexts(EerrException& scope, Ehfa_File* file, const Run& run, std::int3
                 std::memcpy(piece.get() + i * run.width, text, strnlen(text, static_cast<std::size_t>(run.width)));
             }
         }
-        checked(scope, ehfa_FileMIFDataWrite(file, run.position + row * run.width, rows * run.width, piece.get(), scope));
+        checked(scope, ehfa_FileMIFDataWrite(file, run.position + row * run.width, rows * run.width, piece.get(),
+                                             scope));
     }
 }
 

@@ -92,7 +92,8 @@ EMANTLE_API void* edsc_HFAColumnAndMIFDataRead(Ehfa_File* file, const char* node
         record->column = allocate<ColumnRecord>(1, kNoMemory).release();
         *record->column = header;
         if (size > 0) {
-            record->data.pointer = checked(scope, ehfa_FileMIFDataRead(file, header.columnDataPtr, size, nullptr, scope));
+            record->data.pointer =
+                checked(scope, ehfa_FileMIFDataRead(file, header.columnDataPtr, size, nullptr, scope));
             record->data.count = static_cast<std::int32_t>(size);
         }
         return whole.release();
