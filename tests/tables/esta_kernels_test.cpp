@@ -143,6 +143,22 @@ TEST(StatisticsLoops, NaNChangesNeitherExtreme)
     }
 }
 
+TEST(HistogramLoops, CountersOfSixteenBitsNeverOverflow)
+{
+    Picture picture(EGDA_TYPE_U8, 40, 20'011, 1);
+    picture.fill<std::uint8_t>(9);
+    Picture mask(EGDA_TYPE_U8, 40, 20'011, 1);
+    mask.fill<std::uint8_t>(2);
+    for (const platform::InstructionSet set : instructionSets()) {
+        for (const Picture* under : {static_cast<const Picture*>(nullptr), const_cast<const Picture*>(&mask)}) {
+            std::uint32_t counts[256] = {};
+            histogramLoops(set).countBytes(pixelBlock(*picture.get(), under ? under->get() : nullptr), counts);
+            EXPECT_EQ(counts[9], 40U * 20'011U);
+            EXPECT_EQ(std::accumulate(counts, counts + 256, 0U), counts[9]);
+        }
+    }
+}
+
 /* Values at the limits of bins, one step beside them, outside, and no numbers. */
 std::vector<float> edgeValues(double first, double last, int bins)
 {
@@ -173,14 +189,28 @@ TEST(HistogramLoops, EvenPlacesAreTheBinsOfTheFunction)
         const double span = std::nextafter(c.last, 1e300) - c.first;
         ASSERT_TRUE(edsc_BinFunctionBinCountModify(function.get(), c.start, c.count, nullptr));
         const EvenBins even{static_cast<double>(c.bins), c.first, span, static_cast<double>(c.start),
-                            static_cast<double>(c.count), static_cast<double>(c.count - 1)};
+                            static_cast<double>(c.count)};
         const std::vector<float> values = edgeValues(c.first, c.last, c.bins);
+        const long count = static_cast<long>(values.size());
+        const std::vector<std::uint8_t> mask(values.size(), 1);
         for (const platform::InstructionSet set : instructionSets()) {
-            std::vector<std::int32_t> places(values.size());
-            histogramLoops(set).evenPlaces(values.data(), static_cast<long>(values.size()), even, places.data());
-            for (std::size_t at = 0; at < values.size(); ++at) {
-                const int bin = edsc_BinFunctionApply(function.get(), values[at], nullptr);
-                EXPECT_EQ(places[at], std::clamp(bin, 0, c.count - 1)) << values[at] << " of " << c.bins;
+            /* One value at a time, so that each can be told, and all at once. */
+            std::vector<std::uint32_t> all(static_cast<std::size_t>(c.count * kPartialTables));
+            std::vector<std::uint32_t> expected(static_cast<std::size_t>(c.count));
+            histogramLoops(set).countEven(values.data(), mask.data(), count, even, all.data(), c.count);
+            for (const float value : values) {
+                std::vector<std::uint32_t> one(static_cast<std::size_t>(c.count));
+                histogramLoops(set).countEven(&value, nullptr, 1, even, one.data(), 0);
+                const int bin = std::clamp(edsc_BinFunctionApply(function.get(), value, nullptr), 0, c.count - 1);
+                EXPECT_EQ(one[static_cast<std::size_t>(bin)], 1U) << value << " of " << c.bins;
+                ++expected[static_cast<std::size_t>(bin)];
+            }
+            for (std::size_t bin = 0; bin < expected.size(); ++bin) {
+                std::uint32_t sum = 0;
+                for (int table = 0; table < kPartialTables; ++table) {
+                    sum += all[static_cast<std::size_t>(table * c.count) + bin];
+                }
+                EXPECT_EQ(sum, expected[bin]);
             }
         }
     }

@@ -10,7 +10,6 @@ namespace emantle::tables {
 namespace {
 
 constexpr const char* kColumn = "Histogram";
-enum { kInteger = 0, kReal = 1 };
 
 struct ColumnDeleter {
     void operator()(Edsc_ColumnInstance* column) const noexcept { edsc_ColumnClose(column, nullptr); }
@@ -75,12 +74,12 @@ ColumnPtr columnToWrite(EerrException& scope, Edsc_TableInstance* table, const E
 {
     ColumnPtr column = openIfPresent(scope, table);
     if (!column) {
-        return ColumnPtr(checked(scope, edsc_ColumnCreate(table, kColumn, kReal, scope, nullptr),
+        return ColumnPtr(checked(scope, edsc_ColumnCreate(table, kColumn, EDSC_COLUMN_REAL, scope, nullptr),
                                  "Could not create histogram column of table"));
     }
-    require(column->dataType == kInteger || column->dataType == kReal,
+    require(column->dataType == EDSC_COLUMN_INTEGER || column->dataType == EDSC_COLUMN_REAL,
             "Histogram column, '%s', has the wrong data type!", kColumn);
-    if (column->dataType == kInteger && hasTooLarge(histogram, bins)) {
+    if (column->dataType == EDSC_COLUMN_INTEGER && hasTooLarge(histogram, bins)) {
         warn("esta_HistogramWrite", "Histogram column is integer instead of real; some data will be truncated");
     }
     return column;

@@ -43,12 +43,8 @@ public:
 
     bool hasFunction() const noexcept { return bulk_.has_value(); }
     std::int32_t last() const noexcept { return last_; }
-    bool isEven() const noexcept { return even_.has_value(); }
-
-    void of(const float* pixels, long count, std::int32_t* places) const
-    {
-        loops().evenPlaces(pixels, count, *even_, places);
-    }
+    /* Null where the bins are not even, or where a row outside them is in the way. */
+    const EvenBins* even() const noexcept { return even_ ? &*even_ : nullptr; }
 
     void of(const double* values, long count, std::int32_t* places) const
     {
@@ -88,14 +84,16 @@ private:
     std::optional<EvenBins> evenBins() const noexcept
     {
         const double start = bulk_->span().startBin;
-        const double count = std::min<double>(bulk_->span().binCount, last_ + 1.0);
-        const bool fits = bulk_->span().binCount <= last_ + 1;
-        if (const single::Direct* direct = bulk_->arithmetic<single::Direct>(); direct != nullptr && fits) {
-            return EvenBins{1, direct->minLimit, 1, start, count, static_cast<double>(last_)};
+        const double count = bulk_->span().binCount;
+        if (count != last_ + 1.0) {
+            return std::nullopt;
+        }
+        if (const single::Direct* direct = bulk_->arithmetic<single::Direct>()) {
+            return EvenBins{1, direct->minLimit, 1, start, count};
         }
         const single::Linear* linear = bulk_->arithmetic<single::Linear>();
-        if (linear != nullptr && fits && std::isnormal(linear->span) && std::isnormal(1 / linear->span)) {
-            return EvenBins{linear->numBins, linear->minLimit, linear->span, start, count, static_cast<double>(last_)};
+        if (linear != nullptr && std::fabs(std::log2(linear->span)) < 500) {
+            return EvenBins{linear->numBins, linear->minLimit, linear->span, start, count};
         }
         return std::nullopt;
     }
@@ -161,6 +159,14 @@ public:
         for (long at = 0; at < count; ++at) {
             doublesOf(histogram_)[places[at]] += mask == nullptr || mask[at] != 0;
         }
+    }
+
+    /* Whether there are tables, as there must be for the next. */
+    bool isByTable() const noexcept { return !isDirect_; }
+
+    void takeEven(const float* pixels, const std::uint8_t* mask, long count, const EvenBins& even)
+    {
+        loops().countEven(pixels, mask, count, even, counts_, stride_);
     }
 
     void finish()
@@ -244,6 +250,21 @@ void addWords(Esta_Histogram& histogram, const Rows& rows, const PixelBlock& blo
     addValues(histogram, rows, counts, cells, static_cast<double>(low), lowest);
 }
 
+void addEven(Esta_Histogram& histogram, const Rows& rows, const PixelBlock& block)
+{
+    RowCounts counts(histogram, block.rows * block.columns);
+    if (!counts.isByTable()) {
+        addWidened(histogram, rows, block, EGDA_TYPE_F32, 0);
+        return;
+    }
+    for (long row = 0; row < block.rows; ++row) {
+        counts.takeEven(reinterpret_cast<const float*>(block.pixels + row * block.pitch),
+                        block.mask != nullptr ? block.mask + row * block.maskPitch : nullptr, block.columns,
+                        *rows.even());
+    }
+    counts.finish();
+}
+
 }  // namespace
 
 /* U8 and its like, 16-bit types where they have values enough, are counted by value first. Every pixel counts somewhere:
@@ -272,13 +293,12 @@ void accumulateHistogram(Esta_Histogram& histogram, const Egda_BaseData& data, c
         addWords(histogram, rows, block, data.datatype);
         break;
     case EGDA_TYPE_F32:
-        if (rows.isEven()) {
-            addRuns(histogram, block, sizeof(float), [&](const std::byte* pixels, long count, std::int32_t* places) {
-                rows.of(reinterpret_cast<const float*>(pixels), count, places);
-            });
-            break;
+        if (rows.even() != nullptr) {
+            addEven(histogram, rows, block);
+        } else {
+            addWidened(histogram, rows, block, data.datatype, 0);
         }
-        [[fallthrough]];
+        break;
     default:
         addWidened(histogram, rows, block, data.datatype, 0);
         break;

@@ -83,9 +83,10 @@ static inline Egda_BaseDataStack* esta_RectanglesMasks(const Egda_BaseDataStack*
  *     to the layer's type, and stays so. With one mask for all layers this is done for the first layer alone.
  *  2. Each layer's statistics, or its `uvHistogram` in their place, and its histogram take the pixels under its mask.
  *     Pixels outside the bins count in the first or the last bin.
- *  3. The maximum starts at 2.2250738585072014e-308: it stays there when every pixel is below, except that in a block
- *     without a mask the first pixel of the layer counts from the start. A first block with a mask in which no pixel is
- *     set leaves minimum and maximum 0.
+ *     In the histogram this happens beside a `uvHistogram` too, whose values are added to it once more at its end.
+ *  3. The maximum starts at 2.2250738585072014e-308 and is never below, also where every pixel is. NaN is neither minimum
+ *     nor maximum, unless it is the first pixel of a first block without mask, and stays in both. A first block with a mask
+ *     in which no pixel is set leaves both 0.
  *  4. A covariance takes the pixels that every mask has; the layers' count, sum and sum of squares are then set to those
  *     of the common pixels. Without masks only the sums of products and of values grow, and the stack's count stays 0.
  * Fails when the layers' numbers differ, when values are excluded without a mask, and for strings; what was taken

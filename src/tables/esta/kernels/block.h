@@ -46,15 +46,14 @@ struct StatisticsLoops {
 };
 const StatisticsLoops& statisticsLoops(platform::InstructionSet set) noexcept;
 
-/* An even division of a range into bins; the place of x is floor(bins * (x - first) / span) - start, at least 0, and
- * `above` from `count` on. NaN is at place 0. The span is a normal number whose reciprocal is one too. */
+/* An even division of a range into bins; the place of x is floor(bins * (x - first) / span) - start, held to 0 and
+ * `count` - 1. NaN is at place 0. Span, bins / span and their products with the bins are normal numbers. */
 struct EvenBins {
     double bins;
     double first;
     double span;
     double start;
     double count;
-    double above;
 };
 
 inline constexpr int kPartialTables = 4;
@@ -69,7 +68,9 @@ struct HistogramLoops {
     /* Counts places, in turn in kPartialTables tables of `stride` counters each; with a stride of 0 in one. */
     void (*countPlaces)(const std::int32_t* places, const std::uint8_t* mask, long count, std::uint32_t* counts,
                         long stride);
-    void (*evenPlaces)(const float* pixels, long count, const EvenBins& even, std::int32_t* places);
+    /* Counts the places of an even division in such tables. */
+    void (*countEven)(const float* pixels, const std::uint8_t* mask, long count, const EvenBins& even,
+                      std::uint32_t* counts, long stride);
 };
 const HistogramLoops& histogramLoops(platform::InstructionSet set) noexcept;
 

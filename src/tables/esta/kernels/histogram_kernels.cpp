@@ -1,6 +1,6 @@
 #include "tables/esta/kernels/block.h"
 
-#include <cmath>
+#include <immintrin.h>
 
 #define EMANTLE_LOOPS "tables/esta/kernels/histogram_loops.h"
 #include "platform/for_each_target.h"
