@@ -1,5 +1,5 @@
-/* One pass of statistics, histograms, distinct values and covariance over planes of 4096 x 4096, against the speed at which
- * one thread reads the same bytes and against the peers, all in one run. The table at the end is the result. */
+/* One pass of statistics, histograms, distinct values and covariance over planes of 4096 x 4096, against the speed at
+ * which one thread reads the same bytes and against the peers, all in one run. The table at the end is the result. */
 
 #include <emantle/tables/edsc.h>
 #include <emantle/tables/esta.h>
@@ -170,9 +170,8 @@ void addStatistics(const std::string& type, Egda_PixelType code, int openCvType)
 #ifdef EMANTLE_BENCH_OPENCV
         measure(name, "OpenCV", all, kPixels, [which, openCvType] {
             const cv::Mat image(kSide, kSide, openCvType, const_cast<Pixel*>(pixels.data()));
-            const cv::Mat mask = which == 0 ? cv::Mat()
-                                            : cv::Mat(kSide, kSide, CV_8U, const_cast<std::uint8_t*>(masks[which].data()));
-            openCvStatistics(image, mask);
+            auto* const set = const_cast<std::uint8_t*>(masks[which].data());
+            openCvStatistics(image, which == 0 ? cv::Mat() : cv::Mat(kSide, kSide, CV_8U, set));
         });
 #endif
     }
@@ -319,7 +318,8 @@ void printTable()
         std::string type = own.name.substr(own.name.find('/') + 1);
         type = type.substr(0, type.find('/'));
         const auto speed = bandwidth.find(type.starts_with("6x") ? "F32" : type);
-        std::printf("%-26s %10.2f %10.0f ", own.name.c_str(), own.bytes / own.seconds / 1e9, own.pixels / own.seconds / 1e6);
+        std::printf("%-26s %10.2f %10.0f ", own.name.c_str(), own.bytes / own.seconds / 1e9,
+                    own.pixels / own.seconds / 1e6);
         if (speed != bandwidth.end()) {
             std::printf("%11.0f%%  ", 100 * own.bytes / own.seconds / speed->second);
         }

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# consumer_test.sh BUILD SCRATCH CC CXX: installs the build, moves the tree elsewhere, and uses it from outside:
-# through the CMake package, through pkg-config, from C17 with every public header, and as the installed tool.
+# consumer_test.sh BUILD SCRATCH CC CXX: installs the build, moves the tree elsewhere, and uses it from outside with the
+# program that the README shows: through the CMake package, through pkg-config, from C17 with every public header, and as the installed tool.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 build=$1 scratch=$2
@@ -20,8 +20,12 @@ cmake --install "$build" --prefix "$scratch/staged" >"$scratch/install.log" || {
 mv "$scratch/staged" "$scratch/moved"
 prefix=$scratch/moved
 
+program=$scratch/main.cpp
+sed -n '/^```cpp$/,/^```$/p' "$here/../../README.md" | sed '/^```/d' >"$program"
+
 step "configuring against the package" \
-    cmake -G Ninja -S "$here/project" -B "$scratch/app" -DCMAKE_PREFIX_PATH="$prefix" --log-level=WARNING
+    cmake -G Ninja -S "$here/project" -B "$scratch/app" -DCMAKE_PREFIX_PATH="$prefix" -DPROGRAM="$program" \
+    --log-level=WARNING
 step "building against the package" cmake --build "$scratch/app"
 step "running what the package built" "$scratch/app/app"
 
@@ -30,7 +34,7 @@ export PKG_CONFIG_PATH
 read -ra flags < <(pkg-config --cflags --libs emantle)
 LD_LIBRARY_PATH=$(pkg-config --variable=libdir emantle)
 export LD_LIBRARY_PATH
-step "building with pkg-config" "$CXX" -std=c++20 "${strict[@]}" "$here/main.cpp" "${flags[@]}" -o "$scratch/by_pkg_config"
+step "building with pkg-config" "$CXX" -std=c++20 "${strict[@]}" "$program" "${flags[@]}" -o "$scratch/by_pkg_config"
 step "running what pkg-config built" "$scratch/by_pkg_config"
 
 # Each header alone first, so that none leans on what another one includes.

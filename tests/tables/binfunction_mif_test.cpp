@@ -60,10 +60,11 @@ Bytes joined(const std::vector<Bytes>& parts)
 
 Bytes text(const std::string& string)
 {
-    Bytes bytes{static_cast<std::uint8_t>(string.size() + 1), static_cast<std::uint8_t>((string.size() + 1) >> 8), 0, 0,
-                8, 0, 0, 0};
-    bytes.insert(bytes.end(), string.begin(), string.end());
-    bytes.push_back(0);
+    Bytes bytes(8 + string.size() + 1);
+    bytes[0] = static_cast<std::uint8_t>(string.size() + 1);
+    bytes[1] = static_cast<std::uint8_t>((string.size() + 1) >> 8);
+    bytes[4] = 8;
+    std::copy(string.begin(), string.end(), bytes.begin() + 8);
     return bytes;
 }
 

@@ -11,7 +11,10 @@ struct DestroyUnique {
 };
 using Unique = std::unique_ptr<Eahg_Histogram, DestroyUnique>;
 
-Unique uniqueOf(double maxUnique, Egda_PixelType type) { return Unique(eahg_HistogramCreate(maxUnique, type, 0, nullptr)); }
+Unique uniqueOf(double maxUnique, Egda_PixelType type)
+{
+    return Unique(eahg_HistogramCreate(maxUnique, type, 0, nullptr));
+}
 
 struct Columns {
     BaseData values;

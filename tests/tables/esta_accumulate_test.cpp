@@ -132,7 +132,8 @@ TEST(RasterHistogram, CountsEveryPixelInTheBinOfTheFunction)
                     for (long row = 0; row < picture.rows(); ++row) {
                         for (long column = 0; column < picture.columns(); ++column) {
                             if (under == nullptr || under->at<std::uint8_t>(row, column) != 0) {
-                                const int bin = edsc_BinFunctionApply(function.get(), picture.value(row, column), nullptr);
+                                const double value = picture.value(row, column);
+                                const int bin = edsc_BinFunctionApply(function.get(), value, nullptr);
                                 ++expected[static_cast<std::size_t>(std::clamp(bin, 0, histogram->numrows - 1))];
                             }
                         }
@@ -399,11 +400,12 @@ TEST(UniqueValues, GiveOverInTheMiddleOfARow)
         }
         for (const Picture* under : {static_cast<const Picture*>(nullptr), const_cast<const Picture*>(&mask)}) {
             AllStats allStats = allStatsOf();
-            ASSERT_TRUE(esta_AllStatsUVHistogramBegin(allStats.get(), static_cast<double>(limit), EGDA_TYPE_F32, nullptr));
+            const double most = static_cast<double>(limit);
+            ASSERT_TRUE(esta_AllStatsUVHistogramBegin(allStats.get(), most, EGDA_TYPE_F32, nullptr));
             ASSERT_TRUE(esta_AllStatsUVHistogramAccumulate(allStats.get(), picture.get(),
                                                            under ? under->get() : nullptr, nullptr));
             const Expected expected(picture, under);
-            const bool isOver = static_cast<double>(limit) < expected.count;
+            const bool isOver = most < expected.count;
             EXPECT_EQ(allStats->uvHistogram == nullptr, isOver) << limit;
             if (!isOver) {
                 ASSERT_TRUE(esta_AllStatsUVHistogramEnd(allStats.get(), nullptr, nullptr));
@@ -438,7 +440,8 @@ TEST(Stretch, RisesBetweenTheDeviationsAndClipsOutside)
     Esta_Statistics statistics{10, 250, 100, 0, 0, 20};
     double gain = 0;
     double offset = 0;
-    const BaseData table(esta_LUTCreateForNStdDevStretch(&statistics, direct(0, 256).get(), 2, &gain, &offset, nullptr));
+    const BinFunction bins = direct(0, 256);
+    const BaseData table(esta_LUTCreateForNStdDevStretch(&statistics, bins.get(), 2, &gain, &offset, nullptr));
     const double step = 256.0 / 255;
     EXPECT_EQ(gain, 1 / step);
     EXPECT_EQ(offset, 0);
@@ -488,7 +491,8 @@ TEST(Feature, TablesHaveAMemberForEveryNumberAndNoneForStrings)
 {
     const Picture picture = constant(3);
     AllStats allStats = allStatsOf(4, direct(0, 4).get());
-    ASSERT_TRUE(emsc_AddressOf_esta_FeatureRectAccumStats()[EGDA_TYPE_F64](allStats.get(), picture.get(), nullptr, nullptr));
+    const Esta_AccumStatsMember member = emsc_AddressOf_esta_FeatureRectAccumStats()[EGDA_TYPE_F64];
+    ASSERT_TRUE(member(allStats.get(), picture.get(), nullptr, nullptr));
     ASSERT_TRUE(emsc_AddressOf_esta_FeatureRectAccumHistogram()[EDSC_BIN_DIRECT][EGDA_TYPE_F64](
         allStats->histogram, picture.get(), nullptr, nullptr));
     EXPECT_EQ(allStats->count, 4);

@@ -178,7 +178,7 @@ TEST_F(EstaStore, AHistogramReadsTheBinsAskedFor)
     EXPECT_TRUE(edsc_BinFunctionIsSame(all->binfunction, function.get(), nullptr));
     const Histogram some(esta_HistogramReadIfPresent(made.get(), nullptr, 3, 100, expected()));
     EXPECT_EQ(rowsOf(some.get()), (std::vector<double>{31.5, 42}));
-    EXPECT_EQ(edsc_BinFunctionMinLimit(some->binfunction, nullptr), edsc_BinFunctionMaxLimit(function.get(), nullptr) * 0.6);
+    EXPECT_NEAR(edsc_BinFunctionMinLimit(some->binfunction, nullptr), 6, 1e-12);
     /* A given record keeps its rows: those past the bins become 0. */
     const Histogram given(esta_HistogramCreate(4, nullptr, nullptr));
     static_cast<double*>(given->data)[3] = 5;
@@ -197,7 +197,8 @@ TEST_F(EstaStore, AHistogramReadsTheBinsAskedFor)
 
     ASSERT_TRUE(esta_HistogramWriteExcludedValues(made.get(), doubles({2}).get(), expected()));
     ASSERT_TRUE(esta_HistogramWriteSkipFactors(made.get(), 3, 1, expected()));
-    EXPECT_EQ(rowsOf(BaseData(esta_HistogramAreValuesExcluded(made.get(), expected())).get()), (std::vector<double>{2}));
+    const BaseData values(esta_HistogramAreValuesExcluded(made.get(), expected()));
+    EXPECT_EQ(rowsOf(values.get()), (std::vector<double>{2}));
     EXPECT_EQ(paths(":Band:Descriptor_Table:Histogram:", "Skip_Factors").size(), 1U);
 }
 
@@ -212,11 +213,13 @@ TEST_F(EstaStore, AnIntegerColumnStaysAndAStringOneIsRefused)
     const std::string printed = stderrOf([&] {
         ASSERT_TRUE(esta_HistogramWrite(made.get(), histogram.get(), 0, ESTA_ALL_BINS, expected()));
     });
-    EXPECT_NE(printed.find("Histogram column is integer instead of real; some data will be truncated"), std::string::npos);
+    EXPECT_NE(printed.find("Histogram column is integer instead of real; some data will be truncated"),
+              std::string::npos);
     EXPECT_EQ(rowsOf(Histogram(esta_HistogramRead(made.get(), nullptr, 0, ESTA_ALL_BINS, expected())).get()),
               (std::vector<double>{7, 2147483647}));
     ASSERT_TRUE(edsc_ColumnRemove(made.get(), "Histogram", expected()));
-    edsc_ColumnClose(edsc_ColumnCreate(made.get(), "Histogram", EDSC_COLUMN_STRING, expected(), 5, nullptr), expected());
+    edsc_ColumnClose(edsc_ColumnCreate(made.get(), "Histogram", EDSC_COLUMN_STRING, expected(), 5, nullptr),
+                     expected());
     Report report;
     EXPECT_FALSE(esta_HistogramWrite(made.get(), histogram.get(), 0, ESTA_ALL_BINS, report));
     EXPECT_EQ(rootCause(report), "Histogram column, 'Histogram', has the wrong data type!");

@@ -11,11 +11,13 @@
 #include <numeric>
 #include <random>
 
-/* Rasters for tests of statistics: each has bytes of another kind around every row, and knows its pixels one at a time. */
+/* Rasters for tests of statistics: each has bytes of another kind around every row, and knows its pixels one at a
+ * time. */
 
-inline constexpr Egda_PixelType kAllNumbers[] = {EGDA_TYPE_U1,  EGDA_TYPE_U2,  EGDA_TYPE_U4,  EGDA_TYPE_U8,  EGDA_TYPE_S8,
-                                                 EGDA_TYPE_U16, EGDA_TYPE_S16, EGDA_TYPE_U32, EGDA_TYPE_S32, EGDA_TYPE_F32,
-                                                 EGDA_TYPE_F64, EGDA_TYPE_C64, EGDA_TYPE_C128};
+inline constexpr Egda_PixelType kAllNumbers[] = {
+    EGDA_TYPE_U1,  EGDA_TYPE_U2,  EGDA_TYPE_U4,  EGDA_TYPE_U8,  EGDA_TYPE_S8,  EGDA_TYPE_U16,  EGDA_TYPE_S16,
+    EGDA_TYPE_U32, EGDA_TYPE_S32, EGDA_TYPE_F32, EGDA_TYPE_F64, EGDA_TYPE_C64, EGDA_TYPE_C128,
+};
 
 inline bool isWholeType(Egda_PixelType type) { return type <= EGDA_TYPE_S32; }
 

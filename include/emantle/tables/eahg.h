@@ -15,11 +15,11 @@ typedef struct Eahg_Histogram {
     Egda_PixelType dataType;
     int32_t bytesPerPixel;
     void* counts; /* uint32_t for each bit pattern of one or two bytes; else a hash table */
-    void* values; /* the sorted values with their counts, made when they are asked for; null before and after new data */
+    void* values; /* the sorted values with their counts, made when asked for; null before and after new data */
 } Eahg_Histogram;
 
-/* A histogram of at most `maxUnique` values of `dataType`. `reserved` is 0. Fails with "Invalid data type for histogram"
- * for strings and unknown codes, with "Not implemented yet" for a `maxUnique` above 4294967295. */
+/* A histogram of at most `maxUnique` values of `dataType`. `reserved` is 0. Fails with "Invalid data type for
+ * histogram" for strings and unknown codes, with "Not implemented yet" for a `maxUnique` above 4294967295. */
 EMANTLE_API Eahg_Histogram* eahg_HistogramCreate(double maxUnique, Egda_PixelType dataType, long reserved,
                                                  Eerr_ErrorReport** err);
 

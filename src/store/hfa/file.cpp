@@ -111,6 +111,7 @@ Ehfa_File* enterList(OwnedHandle handle, const Options& options, EerrException& 
 Ehfa_File* createFile(const char* name, Eint_InitToolkitData* context, const Options& options, EerrException& scope)
 {
     startOpenFiles(context);
+    requireEnabled();
     require(name != nullptr, "Args");
     if (Handle* open = findOpenFile(context, name, false)) {
         return withReference(*open, options, scope);
@@ -147,6 +148,7 @@ Ehfa_File* openFile(const char* name, const char* mode, Eint_InitToolkitData* co
                     EerrException& scope)
 {
     startOpenFiles(context);
+    requireEnabled();
     require(name != nullptr, "Args");
     if (Handle* open = openAlready(name, mode, context)) {
         return withReference(*open, options, scope);

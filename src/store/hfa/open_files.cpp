@@ -5,12 +5,15 @@
 #include <emantle/files/efnp.h>
 #include <emantle/siblings/ethr.h>
 #include <algorithm>
+#include <atomic>
 #include <string_view>
 #include <vector>
 
 namespace emantle::hfa {
 
 namespace {
+
+std::atomic<bool> refused{false};
 
 using OpenFiles = std::vector<Handle*>;
 
@@ -56,6 +59,16 @@ bool isOwn(const Handle* handle, const char* name)
 }
 
 }  // namespace
+
+void refuseNewHandles(bool refuse)
+{
+    refused = refuse;
+}
+
+void requireEnabled()
+{
+    require(!refused, "Ehfa package is disabled");
+}
 
 void startOpenFiles(Eint_InitToolkitData* context)
 {

@@ -18,4 +18,8 @@ void removeOpenFile(Handle& handle);
 /* Lets this thread's handles of `name`, or only the read-only ones, read their file anew at their next call. */
 void markStale(Eint_InitToolkitData* context, const char* name, bool readOnlyOnes);
 
+/* Whether new handles are refused. */
+void refuseNewHandles(bool refuse);
+void requireEnabled();
+
 }  // namespace emantle::hfa

@@ -4,8 +4,8 @@
 
 #include <emantle/tables/eahg.h>
 
-/* How the distinct values of a histogram are counted: in an array with a cell for each bit pattern of one or two bytes, or
- * in a hash table whose id stands in the place of the array. */
+/* How the distinct values of a histogram are counted: in an array with a cell for each bit pattern of one or two
+ * bytes, or in a hash table whose id stands in the place of the array. */
 
 namespace emantle::tables {
 

@@ -47,7 +47,8 @@ DataPtr converted(const Egda_BaseData* exclude, Egda_PixelType type, EerrExcepti
         return nullptr;
     }
     DataPtr table(checked(scope, egda_TableCreate(exclude->numelements, type, scope), "egda_TableCreate failed"));
-    checked(scope, epxm_ConvertPixels(table->data, type, exclude->data, exclude->datatype, exclude->numelements, scope));
+    checked(scope,
+            epxm_ConvertPixels(table->data, type, exclude->data, exclude->datatype, exclude->numelements, scope));
     return table;
 }
 
@@ -114,8 +115,8 @@ HistogramPtr filled(const Esta_Histogram& histogram, const Distinct& distinct, E
     return copy;
 }
 
-/* A histogram with one bin for each value. NaN has none, and values that only their sign of zero or the angle of a complex
- * number told apart share one. Null when no value is left. */
+/* A histogram with one bin for each value. NaN has none, and values that only their sign of zero or the angle of a
+ * complex number told apart share one. Null when no value is left. */
 HistogramPtr made(const Distinct& distinct, EerrException& scope)
 {
     Distinct rows;
@@ -183,7 +184,8 @@ void takeView(Esta_AllStats& allStats, const Egda_BaseData& data, const Egda_Bas
     takeStatistics(allStats, part.get(), maskPart.get(), scope);
 }
 
-/* Takes what is left behind the first `taken` pixels: the rest of the row in which the limit was met, then whole rows. */
+/* Takes what is left behind the first `taken` pixels: the rest of the row in which the limit was met, then whole
+ * rows. */
 void takeRest(Esta_AllStats& allStats, const Egda_BaseData& data, const Egda_BaseData* mask, long taken,
               EerrException& scope)
 {
@@ -234,8 +236,8 @@ EMANTLE_API Emsc_Boolean esta_AllStatsUVHistogramAccumulate(Esta_AllStats* allSt
     });
 }
 
-/* A complex value that is left out equals in both parts. With no value at all the extremes are 0, as they are after a block
- * in which no pixel counts. */
+/* A complex value that is left out equals in both parts. With no value at all the extremes are 0, as they are after a
+ * block in which no pixel counts. */
 EMANTLE_API Emsc_Boolean esta_AllStatsUVHistogramEnd(Esta_AllStats* allStats, const Egda_BaseData* exclude,
                                                      Eerr_ErrorReport** err)
 {

@@ -1,6 +1,7 @@
 #include "tables/esta/kernels/excluded_kernels.h"
 #include "tables/esta/raster.h"
 
+#include <algorithm>
 #include <emantle/data/epxm/convert.h>
 
 namespace emantle::tables {
@@ -8,7 +9,7 @@ namespace emantle::tables {
 /* The values are compared in the pixels' own type: one that the type cannot hold is altered by the conversion. */
 void excludeValues(const Egda_BaseData& data, const Egda_BaseData& values, Egda_BaseData& mask, EerrException& scope)
 {
-    const Egda_PixelType type = data.datatype < EGDA_TYPE_U8 ? static_cast<Egda_PixelType>(EGDA_TYPE_U8) : data.datatype;
+    const Egda_PixelType type = std::max<Egda_PixelType>(data.datatype, EGDA_TYPE_U8);
     const long count = values.numelements;
     std::vector<std::byte> converted(static_cast<std::size_t>(count * data.numbytes));
     if (count < 1) {

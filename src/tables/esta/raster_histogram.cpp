@@ -105,8 +105,8 @@ private:
     std::optional<EvenBins> even_;
 };
 
-/* Adds the counts of `count` values, from `first` on and ascending, to the rows they belong to; the bin function is asked
- * once a value. Without one a value's row is its distance from the lowest value of the type. */
+/* Adds the counts of `count` values, from `first` on and ascending, to the rows they belong to; the bin function is
+ * asked once a value. Without one a value's row is its distance from the lowest value of the type. */
 void addValues(Esta_Histogram& histogram, const Rows& rows, const std::uint32_t* counts, long count, double first,
                double lowest)
 {
@@ -267,9 +267,9 @@ void addEven(Esta_Histogram& histogram, const Rows& rows, const PixelBlock& bloc
 
 }  // namespace
 
-/* U8 and its like, 16-bit types where they have values enough, are counted by value first. Every pixel counts somewhere:
- * below the range in row 0, above it in the last row, NaN in row 0. Without a bin function only S8, S16 and U16 have a
- * row, that of their distance from the lowest value of the type. */
+/* U8 and its like, 16-bit types where they have values enough, are counted by value first. Every pixel counts
+ * somewhere: below the range in row 0, above it in the last row, NaN in row 0. Without a bin function only S8, S16
+ * and U16 have a row, that of their distance from the lowest value of the type. */
 void accumulateHistogram(Esta_Histogram& histogram, const Egda_BaseData& data, const Egda_BaseData* mask,
                          EerrException& scope)
 {

@@ -32,9 +32,9 @@ void takeMore(double& greatest, double value)
 
 }  // namespace
 
-/* The maximum starts at the smallest positive double and not at the lowest one, so pixels that are all negative report
- * that. What a NaN may do follows from the comparisons: it changes neither extreme, unless it is the first pixel of a first
- * block without mask, which then stays. */
+/* The maximum starts at the smallest positive double and not at the lowest one, so pixels that are all negative
+ * report that. What a NaN may do follows from the comparisons: it changes neither extreme, unless it is the first
+ * pixel of a first block without mask, which then stays. */
 void accumulateStatistics(Esta_AllStats& allStats, const Egda_BaseData& data, const Egda_BaseData* mask)
 {
     if (data.numelements < 1) {

@@ -27,7 +27,8 @@ EMANTLE_API Esta_Statistics* esta_StatisticsRead(Ehfa_File* file, const char* pa
         }
         Esta_Statistics read{};
         const void* const found = checked(
-            scope, ehfa_ObjectReadIfPresent(file, nullptr, kStatisticsType, EHFA_SEEK_SIBLING_TYPE, &read, design, scope),
+            scope,
+            ehfa_ObjectReadIfPresent(file, nullptr, kStatisticsType, EHFA_SEEK_SIBLING_TYPE, &read, design, scope),
             "Error reported by function ehfa_ObjectRead");
         if (found == nullptr) {
             return static_cast<Esta_Statistics*>(nullptr);

@@ -6,24 +6,42 @@ namespace emantle::tables {
 
 namespace {
 
+/* The current entry, to come back to: a search that finds nothing ends somewhere else. */
+class Here {
+public:
+    Here(EerrException& scope, Ehfa_File* file)
+        : file_(file), position_(checked(scope, ehfa_EntryPositionGet(file, scope), "EntrySeek failed"))
+    {
+    }
+
+    void back(EerrException& scope) const
+    {
+        checked(scope, ehfa_EntryPositionSet(file_, position_.get(), scope), "EntrySeek failed");
+    }
+
+private:
+    struct Free {
+        void operator()(Ehfa_EntryPosition* position) const noexcept { ehfa_EntryPositionFree(position, nullptr); }
+    };
+    Ehfa_File* file_;
+    std::unique_ptr<Ehfa_EntryPosition, Free> position_;
+};
+
 /* Deletes the child of type `type`, if there is one; the current entry stays. */
 void deleteChild(EerrException& scope, Ehfa_File* file, const char* type)
 {
-    struct PositionDeleter {
-        void operator()(Ehfa_EntryPosition* position) const noexcept { ehfa_EntryPositionFree(position, nullptr); }
-    };
-    const std::unique_ptr<Ehfa_EntryPosition, PositionDeleter> here(
-        checked(scope, ehfa_EntryPositionGet(file, scope), "EntrySeek failed"));
+    const Here here(scope, file);
     if (seek(scope, file, EHFA_SEEK_CHILD_TYPE, type)) {
         checked(scope, ehfa_EntryDelete(file, scope), "EntryDelete failed");
     }
-    checked(scope, ehfa_EntryPositionSet(file, here.get(), scope), "EntrySeek failed");
+    here.back(scope);
 }
 
 void addDesign(EerrException& scope, Ehfa_File* file, const Emif_Design* design)
 {
     if (file->dictionary != nullptr) {
-        checked(scope, emif_DictionaryAddDesign(file->dictionary, design, scope), "Trouble adding design to dictionary");
+        checked(scope, emif_DictionaryAddDesign(file->dictionary, design, scope),
+                "Trouble adding design to dictionary");
     }
 }
 
@@ -78,12 +96,9 @@ bool seekType(EerrException& scope, Ehfa_File* file, const char* path, const cha
 void writeChild(EerrException& scope, Ehfa_File* file, const char* name, const char* type, const void* record,
                 mif::OwnDesign& design)
 {
-    const uint32_t node = file->entryPtr;
+    const Here here(scope, file);
     if (!seek(scope, file, EHFA_SEEK_CHILD_NAME, name)) {
-        /* The search ended at another child, if there is one. */
-        if (file->entryPtr != node) {
-            require(seek(scope, file, EHFA_SEEK_PARENT, nullptr), "EntrySeek failure");
-        }
+        here.back(scope);
         insertChild(scope, file, name, type, record, design);
         return;
     }

@@ -25,7 +25,7 @@ std::uint8_t byteOf(double value)
     return value >= 0 && value <= 255 ? static_cast<std::uint8_t>(value) : std::uint8_t{255};
 }
 
-/* Mean and deviations within the extremes, moved outwards to entries; without statistics entry numbers as they stand. */
+/* Mean and deviations within the extremes, moved outwards to entries; without statistics entry numbers. */
 Range rangeOf(const Esta_Statistics* statistics, const Entries& entries, double deviations)
 {
     if (statistics == nullptr) {

@@ -1,13 +1,13 @@
 #include "describe/print.h"
 #include "describe/scan.h"
 #include "describe/store_writer.h"
+#include "image/no_data.h"
 #include "verbs/verb.h"
 
-#include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <iostream>
 #include <memory>
+#include <sstream>
 #include <sstream>
 
 namespace tool {
@@ -46,20 +46,16 @@ void takeSkip(const std::string& text, ScanOptions& scan)
     scan.skipY = comma == std::string::npos ? scan.skipX : number(text.substr(comma + 1));
 }
 
-void takeExcluded(const std::vector<std::string>& lists, ScanOptions& scan)
+/* A not-a-number never counts, so naming it changes nothing. */
+void takeExcluded(const std::string& text, ScanOptions& scan)
 {
-    for (const std::string& list : lists) {
-        for (std::size_t begin = 0; begin <= list.size();) {
-            const std::size_t end = std::min(list.find(',', begin), list.size());
-            double value = 0;
-            const auto [stop, error] = std::from_chars(list.data() + begin, list.data() + end, value);
-            if (error != std::errc() || stop != list.data() + end) {
-                throw CLI::ValidationError("--exclude", "'" + list.substr(begin, end - begin) + "' is not a number");
-            }
-            if (!std::isnan(value)) {
-                scan.exclude.push_back(value);
-            }
-            begin = end + 1;
+    std::istringstream parts(text);
+    for (std::string part; std::getline(parts, part, ',');) {
+        const auto value = noDataValue(part);
+        if (value) {
+            scan.exclude.push_back(*value);
+        } else if (part != "nan" && part != "NaN") {
+            throw CLI::ValidationError("--exclude", "'" + part + "' is not a number");
         }
     }
 }
@@ -100,7 +96,7 @@ void describe(DescribeOptions& options)
     }
 }
 
-} // namespace
+}  // namespace
 
 void addDescribe(CLI::App& program, Exit&)
 {
@@ -113,10 +109,9 @@ void addDescribe(CLI::App& program, Exit&)
             "--bins", [options](const std::string& text) { takeBins(text, options->scan); },
             "direct[:MIN:COUNT], linear[:COUNT], log[:COUNT] or unique[:MAX]")
         ->type_name("SPEC");
-    verb.add_option_function<std::vector<std::string>>(
-            "--exclude", [options](const std::vector<std::string>& lists) { takeExcluded(lists, options->scan); },
+    verb.add_option_function<std::string>(
+            "--exclude", [options](const std::string& text) { takeExcluded(text, options->scan); },
             "Values to leave out, besides the image's own no-data value")
-        ->allow_extra_args(false)
         ->type_name("V,...");
     verb.add_option_function<std::string>(
             "--skip", [options](const std::string& text) { takeSkip(text, options->scan); },
@@ -126,4 +121,4 @@ void addDescribe(CLI::App& program, Exit&)
     verb.callback([options] { describe(*options); });
 }
 
-} // namespace tool
+}  // namespace tool

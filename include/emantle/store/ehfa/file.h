@@ -2,6 +2,7 @@
 #define EMANTLE_STORE_EHFA_FILE_H
 
 #include <emantle/frame/eerr.h>
+#include <emantle/files/efio/search_list.h>
 #include <emantle/frame/eint.h>
 #include <emantle/store/emif/dictionary.h>
 
@@ -120,6 +121,15 @@ EMANTLE_API Ehfa_File* ehfa_FileOpen(const char* name, const char* mode, Eint_In
 EMANTLE_API Ehfa_File* ehfa_FileOpenWithOptions(const char* name, const char* mode, Eint_InitToolkitData* context,
                                                 Eerr_ErrorReport** err, ...);
 
+/* ehfa_FileOpen of the first file of that name along a search list: fails with "Error returned from efio_Which" where the
+ * search fails, and with "Error returned from ehfa_FileOpen" where the file does; null without a report when there is no
+ * such file. */
+EMANTLE_API Ehfa_File* ehfa_SearchListFileOpen(const char* name, const Efio_SearchList* searchList, const char* mode,
+                                               Eint_InitToolkitData* context, Eerr_ErrorReport** err);
+
+/* From now on new handles are refused with "Ehfa package is disabled", or allowed again. Those that are open stay. */
+EMANTLE_API void ehfa_PackageDisable(Emsc_Boolean disabled);
+
 /* Whether this thread holds a handle on `name`. */
 EMANTLE_API Emsc_Boolean ehfa_FileIsOpen(const char* name, Eint_InitToolkitData* context, Eerr_ErrorReport** err);
 
@@ -131,6 +141,9 @@ EMANTLE_API Emsc_Boolean ehfa_FileClose(Ehfa_File* file, Eerr_ErrorReport** err)
 
 /* Writes all that is held back, and the dictionary where it changed. */
 EMANTLE_API Emsc_Boolean ehfa_FileFlush(Ehfa_File* file, Eerr_ErrorReport** err);
+
+/* Writes the file record, unless it is held back: then it is written when header and free list are. */
+EMANTLE_API Emsc_Boolean ehfa_HeaderReWrite(Ehfa_File* file, Eerr_ErrorReport** err);
 
 /* Applies options to an open store. */
 EMANTLE_API Emsc_Boolean ehfa_FileChange(Ehfa_File* file, Eerr_ErrorReport** err, ...);

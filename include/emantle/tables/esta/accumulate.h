@@ -7,8 +7,8 @@
 #include <emantle/tables/esta/histogram.h>
 
 /* esta, accumulators: they take a layer, or the layers of a stack, block by block.
- *  1. An accumulator is made or initialised, takes any number of blocks, and is finished once. Before the finish it holds
- *     sums, after it results; blocks taken after it make nonsense.
+ *  1. An accumulator is made or initialised, takes any number of blocks, and is finished once. Before the finish
+ *     it holds sums, after it results; blocks taken after it make nonsense.
  *  2. Callers read all fields, and may set `excludedValues` and the skip factors of a stack before the finish. */
 
 typedef struct Esta_AllStats {
@@ -48,9 +48,10 @@ EMANTLE_API Emsc_Boolean esta_AllStatsHasHistogram(const Esta_AllStats* allStats
 EMANTLE_API Esta_AllStats* esta_AllStatsCopy(const Esta_AllStats* source, Esta_AllStats* target,
                                              Eerr_ErrorReport** err);
 
-/* Turns sums into results. `stddev` is that of a sample, 0 for one pixel. With a histogram, `mode` is the lower limit of
- * the first fullest bin and `median` the lower limit of the bin in which the running count reaches half of `count`, never
- * the bin's centre; without one both are 0. Fails with "uvHistogram must be terminated" while there is one. */
+/* Turns sums into results. `stddev` is that of a sample, 0 for one pixel. With a histogram, `mode` is the lower limit
+ * of the first fullest bin and `median` the lower limit of the bin in which the running count reaches half of
+ * `count`, never the bin's centre; without one both are 0. Fails with "uvHistogram must be terminated" while there is
+ * one. */
 EMANTLE_API Emsc_Boolean esta_AllStatsFinish(Esta_AllStats* allStats, Eerr_ErrorReport** err);
 
 EMANTLE_API void esta_AllStatsDelete(Esta_AllStats* allStats, Eerr_ErrorReport** err);
@@ -79,25 +80,27 @@ static inline Egda_BaseDataStack* esta_RectanglesMasks(const Egda_BaseDataStack*
 }
 
 /* Takes one block: a rectangle a layer, all of one size, with the masks of esta_RectanglesSetMasks.
- *  1. With `excludedValues` there must be a mask; it becomes 0 where a pixel of the layer equals one of them, converted
- *     to the layer's type, and stays so. With one mask for all layers this is done for the first layer alone.
- *  2. Each layer's statistics, or its `uvHistogram` in their place, and its histogram take the pixels under its mask.
- *     Pixels outside the bins count in the first or the last bin.
- *     In the histogram this happens beside a `uvHistogram` too, whose values are added to it once more at its end.
- *  3. The maximum starts at 2.2250738585072014e-308 and is never below, also where every pixel is. NaN is neither minimum
- *     nor maximum, unless it is the first pixel of a first block without mask, and stays in both. A first block with a mask
- *     in which no pixel is set leaves both 0.
- *  4. A covariance takes the pixels that every mask has; the layers' count, sum and sum of squares are then set to those
- *     of the common pixels. Without masks only the sums of products and of values grow, and the stack's count stays 0.
+ *  1. With `excludedValues` there must be a mask; it becomes 0 where a pixel of the layer equals one of them,
+ *     converted to the layer's type, and stays so. With one mask for all layers this is done for the first layer
+ *     alone.
+ *  2. Each layer's statistics, or its `uvHistogram` in their place, and its histogram take the pixels under its
+ *     mask. Pixels outside the bins count in the first or the last bin. In the histogram this happens beside a
+ *     `uvHistogram` too, whose values are added to it once more at its end.
+ *  3. The maximum starts at 2.2250738585072014e-308 and is never below, also where every pixel is. NaN is neither
+ *     minimum nor maximum, unless it is the first pixel of a first block without mask, and stays in both. A first
+ *     block with a mask in which no pixel is set leaves both 0.
+ *  4. A covariance takes the pixels that every mask has; the layers' count, sum and sum of squares are then set
+ *     to those of the common pixels. Without masks only the sums of products and of values grow, and the stack's
+ *     count stays 0.
  * Fails when the layers' numbers differ, when values are excluded without a mask, and for strings; what was taken
  * before the failure stays. */
 EMANTLE_API Emsc_Boolean esta_AllStatsAccumulate(Esta_AllStatsStack* stack, const Egda_BaseDataStack* rectangles,
                                                  Eerr_ErrorReport** err);
 
 /* Finishes each layer, then multiplies its histogram by the skip factors, so that a sampled scan counts like a whole
- * one; all else stays as sampled. The covariance is that of a sample. It is 0 apart from the diagonal when the stack's
- * count is 0, that is without masks; a diagonal element that is 0 becomes the square of its layer's `stddev`. Fails after
- * that when there is a covariance and a layer without statistics. */
+ * one; all else stays as sampled. The covariance is that of a sample. It is 0 apart from the diagonal when the
+ * stack's count is 0, that is without masks; a diagonal element that is 0 becomes the square of its layer's `stddev`.
+ * Fails after that when there is a covariance and a layer without statistics. */
 EMANTLE_API Emsc_Boolean esta_AllStatsStackFinish(Esta_AllStatsStack* stack, Eerr_ErrorReport** err);
 
 EMANTLE_API void esta_AllStatsStackDelete(Esta_AllStatsStack* stack, Eerr_ErrorReport** err);

@@ -4,10 +4,10 @@
 #include <emantle/tables/esta/accumulate.h>
 
 /* esta, measures of whole rectangles (Feature) and of the pixels under a mask (AoiFeat).
- *  1. The tables have one cell a pixel type, by type code; the one of EGDA_TYPE_STRING is null. The members of a Feature
- *     table do not look at `mask`, those of an AoiFeat table need it.
- *  2. A caller may pick a member once and use it for a whole run; data of another type than the member's is taken by its
- *     own type all the same. */
+ *  1. The tables have one cell a pixel type, by type code; the one of EGDA_TYPE_STRING is null. The members of a
+ *     Feature table do not look at `mask`, those of an AoiFeat table need it.
+ *  2. A caller may pick a member once and use it for a whole run; data of another type than the member's is taken
+ *     by its own type all the same. */
 
 /* Take pixels into statistics and into a histogram, choosing the member by the data's type, and by whether `mask` is
  * null. */

@@ -25,8 +25,8 @@ EMANTLE_API Esta_Statistics* esta_StatisticsCopy(const Esta_Statistics* source, 
                                                  Eerr_ErrorReport** err);
 EMANTLE_API void esta_StatisticsDelete(Esta_Statistics* statistics, Eerr_ErrorReport** err);
 
-/* Reads the statistics of the node at `path`, into a new record when `statistics` is null. With `searchUpward` the nodes
- * above are searched too, nearest first. Null without a report when there are none. */
+/* Reads the statistics of the node at `path`, into a new record when `statistics` is null. With `searchUpward` the
+ * nodes above are searched too, nearest first. Null without a report when there are none. */
 EMANTLE_API Esta_Statistics* esta_StatisticsRead(Ehfa_File* file, const char* path, Esta_Statistics* statistics,
                                                  Emsc_Boolean searchUpward, Eerr_ErrorReport** err);
 

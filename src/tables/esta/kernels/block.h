@@ -59,8 +59,8 @@ struct EvenBins {
 inline constexpr int kPartialTables = 4;
 
 struct HistogramLoops {
-    /* Count pixels by bit pattern into a table that is not cleared, the second from the pattern `low` on, around the end.
-     * A pixel under the mask that has no counter is the caller's fault. */
+    /* Count pixels by bit pattern into a table that is not cleared, the second from the pattern `low` on, around the
+     * end. A pixel under the mask that has no counter is the caller's fault. */
     void (*countBytes)(const PixelBlock& block, std::uint32_t* counts);
     void (*countWords)(const PixelBlock& block, std::uint32_t* counts, std::uint32_t low);
     /* Holds places to 0 .. `last`. */

@@ -8,8 +8,8 @@ namespace EMANTLE_TARGET {
 
 constexpr int kWidth = vector_bytes::EMANTLE_TARGET;
 
-/* Counters of 16 bits, two tables of them: as small as one table of 32 bits, since what limits the loop is how many lines of
- * the cache its stores go to. */
+/* Counters of 16 bits, two tables of them: as small as one table of 32 bits, since what limits the loop is how many
+ * lines of the cache its stores go to. */
 struct ByteCounters {
     static constexpr int kTables = 2;
     static constexpr long kMost = 65528;
@@ -189,9 +189,9 @@ struct EvenVectors {
     }
 };
 
-/* The places of one vector of pixels. A quotient costs a dozen products: a product by bins / span is off by less than 2^-50
- * of itself, so it tells the bin unless it lies that close to a whole number, and only then the quotient is asked. By a span
- * of 1 the product is the quotient. Outside the range half a bin inside it says the same. */
+/* The places of one vector of pixels. A quotient costs a dozen products: a product by bins / span is off by less than
+ * 2^-50 of itself, so it tells the bin unless it lies that close to a whole number, and only then the quotient is
+ * asked. By a span of 1 the product is the quotient. Outside the range half a bin inside it says the same. */
 inline __attribute__((always_inline)) void placesOf(const float* pixels, const EvenVectors& even, std::int32_t* places)
 {
     constexpr double kToWhole = 0x1.8p52;

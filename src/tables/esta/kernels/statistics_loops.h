@@ -110,7 +110,7 @@ struct WholeSums {
     }
 };
 
-/* Vectors of one pass; `Step` takes one vector and `fold` empties the narrow lanes, at the latest after kSteps steps. */
+/* Vectors of one pass; `Step` takes one vector and `fold` empties the narrow lanes, after kSteps steps at most. */
 struct ByteSums {
     typedef Bytes Pixels;
     static constexpr long kSteps = 128;
