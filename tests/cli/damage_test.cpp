@@ -70,16 +70,15 @@ protected:
             *progress_ = {};
             const pid_t child = fork();
             if (child == 0) {
-                eerr_SetAltErrorFunction(dropReport, nullptr);
                 const long before = virtualKiB("VmSize:");
                 for (int item = first; item < std::min(first + kBatch, count) && progress_->complaint[0] == '\0';
                      ++item) {
                     progress_->item = item;
                     startWatch();
                     attempt(item);
-                    if (!kSanitized && virtualKiB("VmPeak:") - before > kMostKiB) {
-                        complain("took more than 64 MiB");
-                    }
+                }
+                if (!kSanitized && virtualKiB("VmPeak:") - before > kMostKiB) {
+                    complain("here or before, more than 64 MiB were taken");
                 }
 #if defined(__SANITIZE_ADDRESS__)
                 if (__lsan_do_recoverable_leak_check() != 0) {
@@ -189,12 +188,12 @@ TEST_F(Damaged, InOneByteIsReadWithoutHarm)
 
 TEST_F(Damaged, ByACutIsFoundAndReadWithoutHarm)
 {
-    const std::string store = path();
-    const std::string whole = contentsOf(store);
+    const std::string store = other();
+    const auto whole = static_cast<int>(std::filesystem::file_size(store));
     const std::vector<std::string> nodes = nodesOf(store);
-    tryAll(static_cast<int>(whole.size()), [&](int size) {
-        std::filesystem::resize_file(store, 0);
-        std::ofstream(store, std::ios::binary) << whole.substr(0, static_cast<std::size_t>(size));
+    tryAll(whole, [&](int item) {
+        const int size = whole - 1 - item;
+        std::filesystem::resize_file(store, static_cast<std::uintmax_t>(size));
         const std::string damage = "cut to " + std::to_string(size);
         if (attempt({"check", store}, damage).status != 1) {
             complain("is found sound");

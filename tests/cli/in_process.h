@@ -1,8 +1,7 @@
 #pragma once
 
+#include "console/told.h"
 #include "verbs/verb.h"
-
-#include <emantle/frame/eerr.h>
 
 #include <iostream>
 #include <sstream>
@@ -16,12 +15,11 @@ struct InProcess {
     std::string failure; /* the line of a run that failed */
 };
 
-inline void dropReport(void*, Eerr_ErrorReport*, Eerr_ErrorReportingMode, Eerr_ErrorReport**) {}
-
 inline InProcess runHere(const std::vector<std::string>& arguments)
 {
     InProcess result;
     std::ostringstream out;
+    tool::keepToldLines();
     std::streambuf* const usual = std::cout.rdbuf(out.rdbuf());
     tool::Exit status = tool::Exit::success;
     CLI::App program("", "emantle");

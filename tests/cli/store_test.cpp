@@ -46,7 +46,8 @@ std::vector<std::string> imagesIn(const std::string& store)
     std::vector<std::string> images;
     const Outcome outcome = run({"ls", store, "--json"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    for (const json& node : outcome.json()["nodes"]) {
+    const json listed = outcome.json();
+    for (const json& node : listed["nodes"]) {
         if (node["type"] == "Emantle_Image") {
             images.push_back(node["name"]);
         }
@@ -89,7 +90,7 @@ void expectTable(const Store& store, const std::string& node, const json& layer)
 {
     Report report;
     Edsc_TableInstance* table =
-        edsc_TableOpen(store.get(), (node + ":Descriptor_Table").c_str(), nullptr, EHFA_SEEK_PATH, nullptr, report);
+        edsc_TableOpen(store.get(), nullptr, (node + ":Descriptor_Table").c_str(), EHFA_SEEK_PATH, nullptr, report);
     ASSERT_NE(table, nullptr) << node;
     EXPECT_EQ(table->numRows, layer["bins"]["count"]);
     Esta_Histogram* histogram = esta_HistogramRead(table, nullptr, 0, ESTA_ALL_BINS, report);

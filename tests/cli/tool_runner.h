@@ -33,9 +33,9 @@ struct Outcome {
 struct RunOptions {
     std::optional<rlim_t> fileBytes = {}; /* no file may grow beyond */
     std::optional<rlim_t> dataBytes = {}; /* private writable memory */
-    bool asNobody = false;           /* without the rights of root */
+    bool asNobody = false;                /* without the rights of root */
     std::string stdoutTo = {};            /* a file that exists */
-    std::string directory = {};          /* to run in */
+    std::string directory = {};           /* to run in */
 };
 
 /* A run of the tool under way. */
@@ -44,7 +44,8 @@ public:
     explicit Running(const std::vector<std::string>& arguments, const RunOptions& options = {})
     {
         const std::string out = options.stdoutTo.empty() ? scratch_ / "out" : options.stdoutTo;
-        const std::string err = scratch_ / "err";
+        int ends[2];
+        EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
         std::vector<char*> argv{const_cast<char*>(EMANTLE_TOOL)};
         for (const std::string& argument : arguments) {
             argv.push_back(const_cast<char*>(argument.c_str()));
@@ -52,11 +53,8 @@ public:
         argv.push_back(nullptr);
         pid_ = fork();
         if (pid_ == 0) {
-            const auto redirect = [](const std::string& to, int descriptor) {
-                dup2(open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666), descriptor);
-            };
-            redirect(out, STDOUT_FILENO);
-            redirect(err, STDERR_FILENO);
+            dup2(open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666), STDOUT_FILENO);
+            dup2(ends[1], STDERR_FILENO);
             limit(RLIMIT_CPU, 120);
             limit(RLIMIT_CORE, 0);
             if (options.fileBytes) {
@@ -72,6 +70,8 @@ public:
             }
             _exit(127);
         }
+        close(ends[1]);
+        errors_ = ends[0];
     }
     ~Running()
     {
@@ -87,15 +87,19 @@ public:
 
     Outcome finish()
     {
+        Outcome outcome;
+        char buffer[4096];
+        for (ssize_t got; (got = read(errors_, buffer, sizeof buffer)) > 0;) {
+            outcome.err.append(buffer, static_cast<std::size_t>(got));
+        }
+        close(errors_);
         int status = 0;
         rusage usage{};
         wait4(pid_, &status, 0, &usage);
         pid_ = -1;
-        Outcome outcome;
         outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
         outcome.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
         outcome.out = contentsOf(scratch_ / "out");
-        outcome.err = contentsOf(scratch_ / "err");
         outcome.peakKiB = usage.ru_maxrss;
         return outcome;
     }
@@ -109,6 +113,7 @@ private:
 
     ScratchDirectory scratch_;
     pid_t pid_ = -1;
+    int errors_ = -1; /* where standard error can be read: no limit on files reaches a pipe */
 };
 
 inline Outcome run(const std::vector<std::string>& arguments, const RunOptions& options = {})

@@ -1,21 +1,10 @@
 #include "console/interrupt.h"
+#include "console/told.h"
 #include "verbs/verb.h"
-
-#include <emantle/frame/eerr.h>
 
 #include <iostream>
 
 namespace {
-
-/* The library prints what it tells without failing; those lines go to standard error, one each. */
-void printReport(void*, Eerr_ErrorReport* report, Eerr_ErrorReportingMode, Eerr_ErrorReport**)
-{
-    for (; report != nullptr; report = report->next) {
-        if (report->message != nullptr && *report->message != '\0') {
-            std::cerr << "emantle: " << tool::oneLine(report->message) << '\n';
-        }
-    }
-}
 
 int run(int argc, char** argv)
 {
@@ -45,9 +34,11 @@ int run(int argc, char** argv)
 int main(int argc, char** argv)
 {
     tool::catchInterrupts();
-    eerr_SetAltErrorFunction(printReport, nullptr);
+    tool::keepToldLines();
     try {
-        return run(argc, argv);
+        const int status = run(argc, argv);
+        tool::printToldLines(std::cerr);
+        return status;
     } catch (const std::bad_alloc&) {
         std::cerr << "emantle: out of memory\n";
     } catch (const std::exception& failure) {

@@ -82,29 +82,35 @@ struct TiffImage::Implementation {
         unpackRow(layout.format, run, count, samples, targets.data());
     }
 
+    [[noreturn]] void failAt(std::uint32_t row) const
+    {
+        file.fail("cannot be read at row " + std::to_string(row) + "; the file may be truncated or damaged");
+    }
+
     void requireDecoded(std::int64_t got, std::size_t wanted, std::uint32_t row) const
     {
         if (got < 0 || static_cast<std::size_t>(got) < wanted) {
-            file.fail("cannot be read at row " + std::to_string(row) + "; the file may be truncated or damaged");
+            failAt(row);
         }
     }
 
-    /* The decoder reads uncompressed blocks without a look at how many bytes the file says they have, and starts at the
-     * file's first byte for those that it does not say anything of. */
+    /* The decoder reads uncompressed blocks without a look at how many bytes the file says they have, and takes a block
+     * that was never written from the start of the file. */
     void requireStored(std::uint32_t block, std::size_t wanted, std::uint32_t row) const
     {
         const std::uint64_t stored = TIFFGetStrileByteCount(file.get(), block);
         const bool compressed = file.shortField(TIFFTAG_COMPRESSION) != COMPRESSION_NONE;
-        if (stored == 0 || (!compressed && stored < wanted)) {
-            file.fail("has too few bytes for row " + std::to_string(row) + "; it may be truncated or damaged");
+        if (TIFFGetStrileOffset(file.get(), block) == 0 || stored == 0 || (!compressed && stored < wanted)) {
+            failAt(row);
         }
     }
 
     void readRows(std::uint32_t plane)
     {
         for (std::uint32_t row = 0; row < band.rows; ++row) {
-            const int done = TIFFReadScanline(decoderOf(plane), packed.get(), band.firstRow + row,
-                                              static_cast<std::uint16_t>(plane));
+            const auto number = static_cast<std::uint16_t>(plane);
+            requireStored(TIFFComputeStrip(file.get(), band.firstRow + row, number), 1, band.firstRow + row);
+            const int done = TIFFReadScanline(decoderOf(plane), packed.get(), band.firstRow + row, number);
             requireDecoded(done < 0 ? -1 : 0, 0, band.firstRow + row);
             place(packed.get(), plane, row, 0, layout.width);
         }

@@ -1,5 +1,6 @@
 #include "console/interrupt.h"
 #include "console/numbers.h"
+#include "console/told.h"
 #include "store/open_store.h"
 #include "verbs/verb.h"
 
@@ -68,12 +69,21 @@ void printLine(const Line& line)
     std::cout << text << '\n';
 }
 
+/* What can be listed has been; a part of the tree that the library warned of may be missing. */
+void requireWhole(const OpenStore& store)
+{
+    if (const std::string told = firstToldLine(); !told.empty()) {
+        throw Failure(store.path() + ": is damaged: " + told);
+    }
+}
+
 void list(const ListOptions& options)
 {
     const OpenStore store(options.store);
     store.seek(options.node);
     if (!options.common.json) {
         walk(store, printLine);
+        requireWhole(store);
         return;
     }
     nlohmann::ordered_json document{{"store", options.store}, {"nodes", nlohmann::ordered_json::array()}};
@@ -85,6 +95,7 @@ void list(const ListOptions& options)
                                      {"modified", numberJson(line.modified)}});
     });
     std::cout << document.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
+    requireWhole(store);
 }
 
 }  // namespace
