@@ -310,15 +310,15 @@ TEST(StringLists, AreMadeOfManyThings)
 {
     const long longs[] = {std::numeric_limits<long>::min(), 7};
     const double doubles[] = {-0.1};
-    const char* const texts[] = {"b/z", nullptr, "a/y", "c/x"};
+    const char* const texts[] = {"b/z", nullptr, "a/y(l/a)", "c/x"};
     Estr_StringList* lists[] = {estr_LongToStringList(2, longs, nullptr), estr_DoubleToStringList(1, doubles, nullptr),
                                 estr_StringToStringList(4, texts, nullptr), estr_SplitString(",a,,b,", ",")};
     EXPECT_EQ(itemsOf(lists[0]), (Texts{"-9223372036854775808", "7"}));
     EXPECT_EQ(itemsOf(lists[1]), (Texts{"-1.0000000000000001e-01  "}));
     estr_StringListSort(lists[2]);
-    EXPECT_EQ(itemsOf(lists[2]), (Texts{"(null)", "a/y", "b/z", "c/x"}));
+    EXPECT_EQ(itemsOf(lists[2]), (Texts{"(null)", "a/y(l/a)", "b/z", "c/x"}));
     estr_StringListSortByNamePart(lists[2]);
-    EXPECT_EQ(itemsOf(lists[2]), (Texts{"(null)", "c/x", "a/y", "b/z"}));
+    EXPECT_EQ(itemsOf(lists[2]), (Texts{"(null)", "c/x", "a/y(l/a)", "b/z"}));
     EXPECT_EQ(taken(estr_StringListToDelimString(lists[3], "\" \"")), "a\" \"b");
     EXPECT_EQ(taken(estr_StringListToString(lists[3])), "a b");
     for (Estr_StringList* list : lists) {

@@ -5,6 +5,7 @@
 #include <emantle/frame/estr/compare.h>
 #include <emantle/frame/estr/environment.h>
 #include <emantle/frame/estr/expand.h>
+#include <emantle/frame/estr/format.h>
 #include <emantle/frame/estr/list.h>
 #include <emantle/frame/estr/parse.h>
 #include <emantle/frame/estr/path.h>

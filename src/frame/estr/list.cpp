@@ -5,6 +5,7 @@
 #include <emantle/frame/estr/build.h>
 #include <emantle/frame/estr/compare.h>
 #include <emantle/frame/estr/list.h>
+#include <emantle/frame/estr/path.h>
 
 #include <algorithm>
 #include <cstring>
@@ -40,32 +41,22 @@ bool makeRoom(Estr_StringList& list) noexcept
     return true;
 }
 
-/* What precedes the name in a path is all up to the last separator. */
 int compareItems(const void* a, const void* b) noexcept
 {
     return estr_CompareString(*static_cast<char* const*>(a), *static_cast<char* const*>(b));
 }
 
-const char* namePart(const char* path) noexcept
-{
-    const char* name = path;
-    for (const char* at = path; *at != 0; ++at) {
-        if (*at == '/' || *at == '\\' || *at == ':') {
-            name = at + 1;
-        }
-    }
-    return name;
-}
-
 int compareNames(const void* a, const void* b) noexcept
 {
-    constexpr std::size_t compared = 255;
+    constexpr long size = 256;
     const char* first = *static_cast<char* const*>(a);
     const char* second = *static_cast<char* const*>(b);
     if (first == nullptr || second == nullptr) {
         return estr_CompareString(first, second);
     }
-    return std::strncmp(namePart(first), namePart(second), compared);
+    char firstName[size];
+    char secondName[size];
+    return estr_CompareString(estr_GetNamePart(first, firstName, size), estr_GetNamePart(second, secondName, size));
 }
 
 void sort(Estr_StringList* list, int (*compare)(const void*, const void*)) noexcept
