@@ -2,7 +2,7 @@
  *  1. A layer of 10,000 x 10,000 bytes in the page cache: the decoder reading it all, the accumulation of what it read,
  *     and the tool from start to exit. The ratio printed last is the tool's time to the sum of the other two.
  *  2. An image of 30,000 x 30,000 bytes: the peak resident memory of the tool.
- * The images are made in the folder for temporary files (EMANTLE_BENCH_FOLDER names another) and removed. */
+ * The images are made in the folder for temporary files (EMANTLE_BENCH_IMAGES names another) and removed. */
 
 #include <emantle/tables/esta.h>
 
@@ -26,7 +26,7 @@ constexpr std::uint32_t kStripRows = 16;
 
 std::string pathOf(const char* name)
 {
-    const char* folder = std::getenv("EMANTLE_BENCH_FOLDER");
+    const char* folder = std::getenv("EMANTLE_BENCH_IMAGES");
     const auto parent = folder == nullptr ? std::filesystem::temp_directory_path() : std::filesystem::path(folder);
     return (parent / (std::to_string(getpid()) + name)).string();
 }

@@ -280,8 +280,7 @@ void addCovariance()
 void askNumPy()
 {
 #ifdef EMANTLE_BENCH_PYTHON
-    const std::string source = __FILE__;
-    const std::string script = source.substr(0, source.rfind('/')) + "/statistics_numpy.py";
+    const std::string script = EMANTLE_BENCH_FOLDER "/tables/statistics_numpy.py";
     for (const std::string python : {EMANTLE_BENCH_PYTHON, "/usr/bin/python3"}) {
         FILE* output = popen(("'" + python + "' '" + script + "' 2>/dev/null").c_str(), "r");
         if (output == nullptr) {
