@@ -90,6 +90,8 @@ TEST(BinFunctionApply, AUniqueFunctionKnowsItsValuesOnly)
 struct KindCase {
     std::string name;
     std::function<BinFunction()> make;
+
+    friend void PrintTo(const KindCase& kind, std::ostream* out) { *out << kind.name; }
 };
 
 const std::vector<KindCase>& everyKind()
