@@ -43,11 +43,64 @@ TEST(BinFunctionApply, TheMaximumFallsIntoTheLastLinearBin)
 {
     expectBins(linear(0, 255, 256).get(), {{0, 0}, {255, 255}, {256, 256}, {below(0), -1}, {kNaN, -1}, {kInfinity, 256},
                                            {127.49, 127}});
-    expectBins(linear(-10, 10, 4).get(), {{-10, 0}, {-5.1, 0}, {-4.99, 1}, {9.99, 3}, {10.1, 4}});
     /* Here the span has no room for the step above the maximum. */
-    expectBins(linear(-10, 10, 4).get(), {{10, 4}});
+    expectBins(linear(-10, 10, 4).get(), {{-10, 0}, {-5.1, 0}, {-4.99, 1}, {9.99, 3}, {10, 3}, {10.1, 4}});
+    expectBins(linear(-10, 0, 4).get(), {{-10, 0}, {-2.6, 2}, {below(0), 3}, {0, 3}, {1e-3, 4}});
     expectBins(linear(7, 7, 3).get(), {{7, 0}, {8, 3}, {6, -1}});
     expectBins(linear(0, 0, 2).get(), {{0, 0}, {1, 2}, {-1, -1}});
+}
+
+/* `value` by itself, in a run, into another record, and in place. */
+std::vector<double> binEachWay(const Edsc_BinFunction* binFunction, double value)
+{
+    std::vector<double> bins{static_cast<double>(edsc_BinFunctionApply(binFunction, value, nullptr))};
+    const std::vector<double> values(19, value);
+    const auto below = -1.0;
+    const auto above = static_cast<double>(binFunction->binCount);
+    const BaseData data = doubles(values);
+    const BaseData places = tableOf(EGDA_TYPE_S32, std::vector<std::int32_t>(19));
+    EXPECT_TRUE(edsc_BinFunctionApplyToValues(binFunction, data.get(), below, above, nullptr, places.get(), nullptr));
+    EXPECT_TRUE(edsc_BinFunctionApplyToValues(binFunction, data.get(), below, above, nullptr, data.get(), nullptr));
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        bins.push_back(static_cast<const std::int32_t*>(places->data)[i]);
+        bins.push_back(static_cast<const double*>(data->data)[i]);
+    }
+    return bins;
+}
+
+TEST(BinFunctionApply, TheMaximumOfAnyRangeIsInTheLastBin)
+{
+    std::mt19937_64 random(31);
+    std::uniform_real_distribution<double> mantissa(-1, 1);
+    const auto number = [&] { return std::ldexp(mantissa(random), static_cast<int>(random() % 40) - 20); };
+    for (int round = 0; round < 2000; ++round) {
+        const double one = round % 3 == 0 ? std::round(number()) : number();
+        const double other = round % 5 == 0 ? 0 : number();
+        const auto count = static_cast<std::uint32_t>(1 + random() % (round % 2 == 0 ? 300 : 70000));
+        const double maximum = std::max(one, other);
+        if (one == other) {
+            continue;
+        }
+        for (const BinFunction& binFunction : {linear(one, other, count), logarithmic(one, other, count)}) {
+            for (const double value : {maximum, below(maximum)}) {
+                const std::vector<double> bins = binEachWay(binFunction.get(), value);
+                /* The value below may be in the bin below, where a bin is that thin. */
+                EXPECT_EQ(*std::max_element(bins.begin(), bins.end()), count - 1) << one << " to " << other;
+                EXPECT_GE(*std::min_element(bins.begin(), bins.end()), count - 2.0) << one << " to " << other;
+            }
+            /* What is well above stays there, and a span that ends before the last bin ends there. */
+            const double beyond = maximum + (maximum - std::min(one, other)) * 1e-3;
+            for (const double bin : binEachWay(binFunction.get(), beyond)) {
+                EXPECT_EQ(bin, count);
+            }
+            if (count > 1) {
+                ASSERT_TRUE(edsc_BinFunctionBinCountModify(binFunction.get(), 0, static_cast<int>(count - 1), nullptr));
+                for (const double bin : binEachWay(binFunction.get(), maximum)) {
+                    EXPECT_EQ(bin, count - 1);
+                }
+            }
+        }
+    }
 }
 
 TEST(BinFunctionApply, LimitsGivenTheWrongWayRoundAreSwapped)

@@ -325,6 +325,29 @@ TEST_F(StoredTable, OpeningWhatIsNoTable)
     EXPECT_EQ(rootCause(null), "File pointer is NULL");
 }
 
+TEST_F(StoredTable, IsFoundFromTheCurrentEntry)
+{
+    create(3, direct(5, 3).get());
+    ASSERT_NE(ehfa_EntrySeek(file_, EHFA_SEEK_ROOT, nullptr, nullptr), nullptr);
+    Report report;
+    const Table table(edsc_TableOpen(file_, nullptr, "Table", EHFA_SEEK_CHILD_NAME, nullptr, report));
+    ASSERT_NE(table, nullptr) << rootCause(report);
+    EXPECT_EQ(table->numRows, 3);
+    EXPECT_EQ(edsc_BinFunctionMinLimit(table->binFunction, nullptr), 5);
+}
+
+TEST_F(StoredTable, AFailedCreationPlacesNoOther)
+{
+    const Table parent = create(1);
+    Report report;
+    EXPECT_EQ(edsc_TableCreate(file_, ":Table", "Inner", EHFA_WRITE_LAST_CHILD, -1, nullptr, report, nullptr), nullptr);
+    EXPECT_EQ(rootCause(report), "Invalid row count -1");
+    const Table other(edsc_TableCreateWithMethods(file_, "", "edsc_HFA", 1, ":Other", 2, nullptr, nullptr, nullptr));
+    ASSERT_NE(other, nullptr);
+    EXPECT_NE(ehfa_EntrySeek(file_, EHFA_SEEK_PATH, ":Other", nullptr), nullptr);
+    EXPECT_EQ(ehfa_EntrySeek(file_, EHFA_SEEK_PATH, ":Table:Inner", nullptr), nullptr);
+}
+
 TEST_F(StoredTable, ATooLongBinFunctionIsToldAndNarrowed)
 {
     Table table;
@@ -452,6 +475,15 @@ TEST_F(HostileColumn, IsReported)
         EXPECT_EQ(rootCause(report), text);
         const std::string told = stderrOf([&] { EXPECT_EQ(edsc_TableModTimeGet(table.get(), nullptr), 0); });
         EXPECT_NE(told.find("Cannot open column C for time stamp"), std::string::npos);
+        /* A short column is made longer; what does not open at all stops the change. */
+        Report unchanged;
+        EXPECT_EQ(edsc_TableRowCountSet(table.get(), 5, unchanged) != 0, rows == 3);
+        if (rows != 3) {
+            EXPECT_EQ(rootCause(unchanged), text);
+            const std::vector<std::string> chain = textsOf(unchanged);
+            EXPECT_EQ(std::count(chain.begin(), chain.end(),
+                                 "Cannot open column ETXT_LCHAR('C') for row count update"), 1);
+        }
         stderrOf([&] { edsc_TableRemove(file_, ":Table", nullptr); });
     }
 }

@@ -1,4 +1,5 @@
 #include "tables/edsc/binfunction/record.h"
+#include "tables/edsc/hfa/placement.h"
 #include "tables/edsc/table.h"
 
 #include <cstring>
@@ -31,6 +32,14 @@ BinFunctionPtr storedFunction(EerrException& scope, Ehfa_File* file, const char*
     return nullptr;
 }
 
+/* A creation that fails before it comes to the store must not place the thread's next table. */
+struct UsedPlacement {
+    UsedPlacement() = default;
+    ~UsedPlacement() { takePlacement(); }
+    UsedPlacement(const UsedPlacement&) = delete;
+    UsedPlacement& operator=(const UsedPlacement&) = delete;
+};
+
 }  // namespace
 
 EMANTLE_API Edsc_TableInstance* edsc_TableCreate(Ehfa_File* file, const char* parentPath, const char* tableName,
@@ -44,6 +53,7 @@ EMANTLE_API Edsc_TableInstance* edsc_TableCreate(Ehfa_File* file, const char* pa
     va_end(arguments);
     return guarded<Edsc_TableInstance*>(err, kFunction, nullptr, [&](EerrException& scope) {
         require(file != nullptr, "File pointer is NULL");
+        const UsedPlacement placement;
         const HeapPtr<char> path(
             checked(scope, edsc_HFATableArgsSet(file, parentPath, tableName, insertMode, kSeekBack, scope)));
         TablePtr table(checked(scope, edsc_TableCreateWithMethods(file, "", kInstanceName, 1, path.get(), numRows,
@@ -69,8 +79,9 @@ EMANTLE_API Edsc_TableInstance* edsc_TableOpen(Ehfa_File* file, const char* path
                                                         scope)) == nullptr) {
             return nullptr;
         }
+        /* The node is current now: a seek from the current entry must not be made twice. */
         const HeapPtr<char> found(
-            checked(scope, edsc_HFATableArgsSet(file, path, tableName, kOpenMode, seekMode, scope)));
+            checked(scope, edsc_HFATableArgsSet(file, nullptr, nullptr, kOpenMode, kSeekBack, scope)));
         const BinFunctionPtr stored =
             binFunction == nullptr ? storedFunction(scope, file, found.get()) : BinFunctionPtr();
         Edsc_TableInstance* table = checked(

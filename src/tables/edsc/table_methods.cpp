@@ -55,9 +55,10 @@ void readColumnTypes(EerrException& scope, Edsc_TableMethods& methods)
     std::int32_t count = 0;
     char** names = nullptr;
     const std::int32_t result = methods.InstanceColumnTypesGet(&count, &names, scope);
-    check(scope);
+    constexpr const char* kGarbage = "InstanceColumnTypesGet returning garbage from %s:  DLL ignored";
+    check(scope, kGarbage, methods.instanceName);
     const bool garbage = result < 0 || count < 0 || (count > 0 && names == nullptr);
-    require(!garbage, "InstanceColumnTypesGet returning garbage from %s:  DLL ignored", methods.instanceName);
+    require(!garbage, kGarbage, methods.instanceName);
     methods.columnTypes = names;
     methods.columnTypeCount = count;
 }

@@ -113,12 +113,10 @@ EMANTLE_API Esta_Histogram* esta_HistogramReadIfPresent(Edsc_TableInstance* tabl
         require(table != nullptr, "Invalid input table to read histogram from");
         require(startBin >= 0, "Invalid start bin - start bin must be greater than or equal to 0");
         require(numBins == ESTA_ALL_BINS || numBins > 0, "Number of bins to read should be greater than 0");
-        const ColumnPtr column = openIfPresent(scope, table);
-        if (!column) {
+        if (!openIfPresent(scope, table)) {
             return static_cast<Esta_Histogram*>(nullptr);
         }
-        const long bins = binsToRead(scope, table, histogram, startBin, numBins);
-        return read(scope, *column, *table, histogram, startBin, bins);
+        return checked(scope, esta_HistogramRead(table, histogram, startBin, numBins, scope), "HistogramRead failed");
     });
 }
 

@@ -67,7 +67,7 @@ typedef struct Edsc_BinFunction {
 
 /* The functions of the four classic kinds. Direct bins are one unit wide from `minimum` on. Linear bins share the span
  * from `minimum` to `maximum` evenly, logarithmic ones by powers of two. The span ends one unit in the last place above
- * `maximum`, so that the maximum falls into the last bin wherever the difference of the limits has room for that unit.
+ * `maximum`, and the maximum falls into the last bin, also where the difference of the limits has no room for it.
  * A minimum above the maximum is swapped with it. `limits` has at least numBins + 1 values of a number type, in any
  * order and without equals; the lowest numBins + 1 count. It stays the caller's.
  * Fail with "The number of bins must be a positive integer", and "BinFunctionCreate failed" for limits that are no

@@ -15,6 +15,7 @@ struct Linear {
     double numBins;
     double minLimit;
     double span;
+    double maxLimit;
 
     double position(double value) const { return numBins * (value - minLimit) / span; }
 };
@@ -23,6 +24,7 @@ struct Logarithmic {
     double numBins;
     double minLimit;
     double span;
+    double maxLimit;
 
     double position(double value) const { return (__builtin_exp2((value - minLimit) / span) - 1) * numBins; }
 };
@@ -35,10 +37,19 @@ inline std::int32_t clampedBin(double position, double numBins)
     return static_cast<std::int32_t>(position);
 }
 
-template <class Kind>
-std::int32_t binOf(const Kind& kind, double value)
+inline std::int32_t binOf(const Direct& kind, double value)
 {
     return clampedBin(kind.position(value), kind.numBins);
+}
+
+/* Where the span is so wide that the step above the maximum disappears in it, the position of the maximum, or of values
+ * next to it, is rounded up to the number of bins: they belong to the last bin all the same. */
+template <class Spanned>
+std::int32_t binOf(const Spanned& kind, double value)
+{
+    const double position = kind.position(value);
+    const bool isRoundedUp = position >= kind.numBins && value <= kind.maxLimit;
+    return clampedBin(isRoundedUp ? kind.numBins - 1 : position, kind.numBins);
 }
 
 /* The last of `high` + 1 ascending limits that is not above `value`, but never the last one of all. */
@@ -138,7 +149,8 @@ inline void rescaleRun(Rescale rescale, double* values, long count)
     for (long i = 0; i < count; ++i) {
         const double position = values[i] * rescale.scale - rescale.offset;
         const double floored = __builtin_floor(position);
-        const double inside = position >= rescale.binCount ? rescale.above : floored;
+        const double atEnd = values[i] <= rescale.lastInside ? rescale.binCount - 1 : rescale.above;
+        const double inside = position >= rescale.binCount ? atEnd : floored;
         values[i] = position < 0 ? rescale.below : inside;
     }
 }

@@ -32,7 +32,7 @@ struct SpanBins {
     template <class Kind>
     Kind arithmetic() const noexcept
     {
-        return {static_cast<double>(numBins), minLimit, upperBound - minLimit};
+        return {static_cast<double>(numBins), minLimit, upperBound - minLimit, maxLimit};
     }
 };
 

@@ -89,8 +89,8 @@ void syncOld(EerrException& scope, Edsc_BinFunction& record)
 BinFunctionPtr makeRecord(EerrException& scope, BinFunctionParts parts)
 {
     InternalsOwner internals(parts.methods.get(), parts.internals);
-    HeapPtr<char> title = heapText(parts.title, "Insufficient memory");
-    BinFunctionPtr record(allocate<Edsc_BinFunction>(1, "Insufficient memory").release());
+    HeapPtr<char> title = heapText(parts.title, parts.noMemory);
+    BinFunctionPtr record(allocate<Edsc_BinFunction>(1, parts.noMemory).release());
     record->binFunction = record.get();
     record->binFunctionType = EDSC_BIN_NO_OLD_FORM;
     record->title = title.release();
@@ -206,7 +206,8 @@ EMANTLE_API Edsc_BinFunction* edsc_BinFunctionCopy(const Edsc_BinFunction* binFu
         check(scope, "BinFunctionCopy failed");
         require(internals, "BinFunctionCopy failed");
         BinFunctionPtr copy = makeRecord(scope, {source->title, std::move(methods), internals, source->startBin,
-                                                 source->binCount, source->origBinCount});
+                                                 source->binCount, source->origBinCount,
+                                                 "Insfufficient memory"});
         if (target == nullptr || target == binFunction) {
             return target == nullptr ? copy.release() : target;
         }

@@ -29,6 +29,7 @@ struct BinFunctionParts {
     std::int32_t startBin;
     std::uint32_t binCount;
     std::uint32_t origBinCount;
+    const char* noMemory = "Insufficient memory";
 };
 
 /* A synchronised new record. */

@@ -17,6 +17,7 @@ struct Rescale {
     double binCount;
     double below;
     double above;
+    double lastInside; /* no value up to this one is above the range, whatever the rounding says */
 };
 
 }  // namespace emantle::tables

@@ -6,8 +6,11 @@
 namespace emantle::tables::EMANTLE_TARGET {
 
 inline Direct own(const single::Direct& kind) { return {kind.numBins, kind.minLimit}; }
-inline Linear own(const single::Linear& kind) { return {kind.numBins, kind.minLimit, kind.span}; }
-inline Logarithmic own(const single::Logarithmic& kind) { return {kind.numBins, kind.minLimit, kind.span}; }
+inline Linear own(const single::Linear& kind) { return {kind.numBins, kind.minLimit, kind.span, kind.maxLimit}; }
+inline Logarithmic own(const single::Logarithmic& kind)
+{
+    return {kind.numBins, kind.minLimit, kind.span, kind.maxLimit};
+}
 inline Explicit own(const single::Explicit& kind) { return {kind.numBins, kind.limits}; }
 inline Unique own(const single::Unique& kind) { return {kind.numBins, kind.values}; }
 

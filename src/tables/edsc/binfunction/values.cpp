@@ -92,6 +92,9 @@ bool rescaleOf(const Edsc_BinFunction& record, Rescale& rescale) noexcept
         const double span = bins->upperBound - bins->minLimit;
         rescale.scale = bins->numBins / span;
         rescale.offset = bins->numBins * bins->minLimit / span + record.startBin;
+        if (std::int64_t{record.startBin} + record.binCount == bins->numBins) {
+            rescale.lastInside = bins->maxLimit;
+        }
         return true;
     }
     return false;
@@ -236,7 +239,8 @@ EMANTLE_API Emsc_Boolean edsc_BinFunctionApplyToValues(const Edsc_BinFunction* b
         require(values->datatype >= 0 && values->datatype < EGDA_TYPE_STRING, "egda_BaseDataCopy filed");
 
         const BulkBins bulk(scope, binFunction);
-        Rescale rescale{0, 0, static_cast<double>(bulk.binCount()), below, above};
+        constexpr double kNoValue = -std::numeric_limits<double>::infinity();
+        Rescale rescale{0, 0, static_cast<double>(bulk.binCount()), below, above, kNoValue};
         if (mask == nullptr && values == bins && values->datatype == EGDA_TYPE_F64 &&
             rescaleOf(bulk.record(), rescale)) {
             binLoops().rescale(rescale, static_cast<double*>(bins->firstelement),

@@ -88,6 +88,16 @@ HeapPtr<char> leafOf(EerrException& scope, const char* path)
     return HeapPtr<char>(checked(scope, efnp_NodePathGet(path, EFNP_NODE, -1, scope)));
 }
 
+/* The column, however many rows it has; where there is none that opens, what was found comes behind `failed`. */
+HFAColumnPtr openedColumn(EerrException& scope, Edsc_HFATable& table, const char* name, Say failed)
+{
+    HFAColumnPtr column(guarded<OpenHFAColumn*>(scope, "edsc_HFAColumnOpen", nullptr, [&](EerrException& inner) {
+        return openColumn(inner, table, name, false).release();
+    }));
+    require(column, failed, name);
+    return column;
+}
+
 /* Copies `size` bytes from one run of the file to another. */
 void copyRun(EerrException& scope, Ehfa_File* file, std::uint32_t from, std::uint32_t to, std::int64_t size)
 {
@@ -142,8 +152,8 @@ void resizeColumns(EerrException& scope, Edsc_HFATable& table, std::int32_t newC
     EstrStringList paths(columnPaths(scope, table));
     for (long i = 0; i < estr_StringListCount(paths); ++i) {
         const HeapPtr<char> name = leafOf(scope, paths->strings[i]);
-        const HFAColumnPtr column = openColumn(scope, table, name.get(), false);
-        require(column, "Cannot open column ETXT_LCHAR('%s') for row count update", name.get());
+        const HFAColumnPtr column =
+            openedColumn(scope, table, name.get(), "Cannot open column ETXT_LCHAR('%s') for row count update");
         if (newCount <= column->header.numRows) {
             shrinkColumn(scope, *column, newCount);
         } else {
@@ -195,6 +205,7 @@ EMANTLE_API int32_t edsc_HFATableOpen(void* context, const char* name, void** ha
         require(name != nullptr && handle != nullptr, "Args");
         *handle = nullptr;
         auto* file = static_cast<Ehfa_File*>(context);
+        takePlacement();
         const UnchangedDictionary mark(*file);
         addDesigns(scope, *file);
         /* A name without a path is one of a child. */
@@ -242,13 +253,8 @@ EMANTLE_API int32_t edsc_HFATableDestroy(void* handle, Eerr_ErrorReport** err)
             /* A column that does not open is told, and its run is lost to the file; the table goes all the same. */
             guarded(nullptr, "edsc_HFATableDestroy", [&](EerrException& told) {
                 const HeapPtr<char> name = leafOf(told, paths->strings[i]);
-                HFAColumnPtr column;
-                try {
-                    column = openColumn(told, *table, name.get(), false);
-                } catch (const Failure&) {
-                }
-                check(told, "Cannot open column ETXT_LCHAR('%s') for deletion", name.get());
-                require(column, "Cannot open column ETXT_LCHAR('%s') for deletion", name.get());
+                const HFAColumnPtr column =
+                    openedColumn(told, *table, name.get(), "Cannot open column ETXT_LCHAR('%s') for deletion");
                 freeRun(told, table->file, column->header.columnDataPtr,
                         runSize(column->header, column->header.numRows));
             });
