@@ -74,6 +74,17 @@ bool failureIsPrintedOnce()
 
 }  // namespace
 
+/* The handler is there before the dispatcher is, and so runs after it has gone. */
+TEST_F(ToolkitInAFreshProcess, ReportsMadeAfterTheDispatcherAreStillPrinted)
+{
+    const auto reportAtExit = [] {
+        std::atexit([] { eerr_MessageLog(EERR_ERROR, "told at exit"); });
+        eerr_MessageLog(EERR_STATUS, "builds the dispatcher");
+        std::exit(0);
+    };
+    EXPECT_EXIT(reportAtExit(), testing::ExitedWithCode(0), "told at exit");
+}
+
 TEST_F(ToolkitInAFreshProcess, ConcurrentFirstCallsMakeOneRecord)
 {
     EXPECT_EXIT(std::exit(concurrentFirstCallsAgree() ? 0 : 1), testing::ExitedWithCode(0), "");

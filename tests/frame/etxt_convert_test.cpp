@@ -6,6 +6,7 @@
 #include <emantle/frame/eerr.h>
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <string>
 
 using namespace emantle;
@@ -124,6 +125,23 @@ TEST(TextConvert, LocaleForms)
     const HeapPtr<char> refused(etxt_Text_Unicode2UnixMBS(u"a\u20ACb"));
     EXPECT_NE(testing::internal::GetCapturedStderr().find("wcstombs failed"), std::string::npos);
     EXPECT_STREQ(refused.get(), "a");
+}
+
+TEST(TextConvert, LocaleFormsInUtf8)
+{
+    const std::string before = std::setlocale(LC_CTYPE, nullptr);
+    ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
+    const Etxt_TextU lone[] = {u'a', 0xD800, u'b', 0xD83D, 0xDE00, 0};
+    const HeapPtr<char> narrow(etxt_Text_Unicode2UnixMBS(lone));
+    const HeapPtr<Etxt_TextU> wide(etxt_Text_UnixMBS2Unicode("a\xF0\x9F\x98\x80" "b"));
+    testing::internal::CaptureStderr();
+    const HeapPtr<Etxt_TextU> refused(etxt_Text_UnixMBS2Unicode("a\xF0\x9F\x98\x80\xFF" "b"));
+    const std::string told = testing::internal::GetCapturedStderr();
+    std::setlocale(LC_CTYPE, before.c_str());
+    EXPECT_STREQ(narrow.get(), "a\xEF\xBF\xBD" "b\xF0\x9F\x98\x80") << "a lone surrogate is replaced";
+    EXPECT_EQ(std::u16string(wide.get()), u"a\U0001F600b");
+    EXPECT_NE(told.find("mbstowcs failed"), std::string::npos) << told;
+    EXPECT_EQ(std::u16string(refused.get()), u"a\U0001F600") << "what was converted so far";
 }
 
 TEST(TextHolder, OwnsItsPointer)

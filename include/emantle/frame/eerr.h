@@ -57,7 +57,8 @@ EMANTLE_API void eerr_DeleteErrorReportEx(Eerr_ErrorReport** err);
 EMANTLE_API Eerr_ErrorReport* eerr_ErrorReportDuplicate(Eerr_ErrorReport* report);
 
 /* Sends a chain to every slot of the report signal (see EerrDispatcher), of which the first prints it or hands it to
- * the alternative error function. The chain stays the caller's. */
+ * the alternative error function. At exit, when the signal is gone, it prints as eerr_PrintErrorReportNoEML does. The
+ * chain stays the caller's. */
 EMANTLE_API void eerr_PrintErrorReport(Eerr_ErrorReport* report, Eerr_ErrorReportingMode mode);
 
 /* Prints a chain to standard error:

@@ -1,5 +1,7 @@
 #include "data/egda/stack_make.h"
 
+#include "data/egda/basedata_shape.h"
+#include "frame/emsc/block_size.h"
 #include "frame/guard/plain_scope.h"
 
 #include <emantle/frame/emsc/heap.h>
@@ -38,6 +40,35 @@ Egda_BaseDataStack* emptyStack(long nLayers, bool derived, const char* function,
         scope.raise({"can't allocate space", 1});
     }
     return stack;
+}
+
+/* Whether the elements of `layer` are one run of strings inside the block. */
+bool isSliceOfStrings(const Egda_BaseData& layer, const void* block, std::size_t size)
+{
+    const auto offset = reinterpret_cast<std::uintptr_t>(layer.data) - reinterpret_cast<std::uintptr_t>(block);
+    return layer.datatype == EGDA_TYPE_STRING && layer.derivedFlag == 1 && layer.numelements > 0 &&
+           layer.pitch == extentOf(layer).run * layer.numbytes && offset < size &&
+           static_cast<std::size_t>(layer.numelements) <= (size - offset) / sizeof(char*);
+}
+
+/* Frees the strings of the further layers that lie in the block of layer 0: they borrow the block, and layer 0 frees it
+ * but knows its own strings alone. */
+void freeStringsBehindLayerZero(const Egda_BaseDataStack& stack)
+{
+    const Egda_BaseData* owner = stack.numlayers < 2 ? nullptr : stack.datalayer[0];
+    if (owner == nullptr || owner->derivedFlag == 1 || owner->datatype != EGDA_TYPE_STRING) {
+        return;
+    }
+    const std::size_t size = heapBlockSize(owner->data);
+    for (long i = 1; i < stack.numlayers; ++i) {
+        const Egda_BaseData* layer = stack.datalayer[i];
+        if (layer != nullptr && isSliceOfStrings(*layer, owner->data, size)) {
+            auto** strings = static_cast<void**>(layer->data);
+            for (long element = 0; element < layer->numelements; ++element) {
+                emsc_HeapFreeEx(strings + element);
+            }
+        }
+    }
 }
 
 }  // namespace
@@ -97,6 +128,9 @@ EMANTLE_API void egda_BaseDataStackDelete(Egda_BaseDataStack* stack, Eerr_ErrorR
     PlainScope scope("egda_BaseDataStackDelete", err);
     if (stack == nullptr) {
         return;
+    }
+    if (stack->derivedFlag != 1) {
+        freeStringsBehindLayerZero(*stack);
     }
     for (long i = 0; i < stack->numlayers && stack->derivedFlag != 1; ++i) {
         egda_BaseDataDelete(stack->datalayer[i], nullptr);

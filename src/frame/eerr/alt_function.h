@@ -8,4 +8,7 @@ namespace emantle {
  * one is set, else the print. */
 void defaultReportSlot(const EerrErrorReport& report, Eerr_ErrorReportingMode mode);
 
+/* Whether the dispatcher was destroyed at exit. What static objects report after that has no slots to go to. */
+bool dispatcherIsGone() noexcept;
+
 }  // namespace emantle

@@ -48,6 +48,11 @@ using LogSignal = boost::signals2::signal<void(const char*, va_list)>;
 class Dispatcher {
 public:
     static Dispatcher& instance();
+    static bool isGone() noexcept
+    {
+        EthrMutexLock lock(mutex);
+        return destroyed;
+    }
 
     ReportSignal reports;
     LogSignal log;
@@ -87,6 +92,11 @@ Dispatcher& Dispatcher::instance()
 }
 
 }  // namespace
+
+bool dispatcherIsGone() noexcept
+{
+    return Dispatcher::isGone();
+}
 
 }  // namespace emantle
 

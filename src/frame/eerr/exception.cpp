@@ -242,10 +242,10 @@ void EerrException::Log(long line, const char* message)
     try {
         EerrErrorReport made(
             createReport(get_FuncName(), line, EERR_ERROR, nullptr, message == nullptr ? "" : message));
+        setLine(line);
         Check(1139, false);
         Clear();
         report = made.Release();
-        setLine(line);
     } catch (...) {
         return;
     }

@@ -60,6 +60,9 @@ EMANTLE_API void eerr_PrintErrorReportNoEML(Eerr_ErrorReport* report, Eerr_Error
 
 EMANTLE_API void eerr_PrintErrorReport(Eerr_ErrorReport* report, Eerr_ErrorReportingMode mode)
 {
+    if (dispatcherIsGone()) {
+        return eerr_PrintErrorReportNoEML(report, mode);
+    }
     EerrErrorReport holder(report);
     try {
         EerrDispatcher::Dispatch(holder, mode);

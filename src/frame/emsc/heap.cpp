@@ -1,4 +1,5 @@
 #include "frame/emsc/big_heap.h"
+#include "frame/emsc/block_size.h"
 #include "platform/heap.h"
 
 #include <emantle/frame/emsc/heap.h>
@@ -72,6 +73,12 @@ void* reallocateInPool(void* block, std::size_t size) noexcept
 }
 
 }  // namespace
+
+std::size_t heapBlockSize(const void* block) noexcept
+{
+    const HeapLock lock;
+    return bigHeap.owns(block) ? bigHeap.sizeOf(block) : platform::sizeOf(block);
+}
 
 }  // namespace emantle
 

@@ -93,11 +93,12 @@ EMANTLE_API char* etxt_Text_Unicode2UnixMBS(const Etxt_TextU* src)
         if (src == nullptr) {
             return;
         }
-        std::wstring wide = boost::locale::conv::utf_to_utf<wchar_t>(src);
-        text = allocate<char>(wide.size() * static_cast<std::size_t>(MB_CUR_MAX) + 1, "emsc_New failed");
+        std::wstring wide(transcode<wchar_t>(nullptr, src), L'\0');
+        transcode(wide.data(), src);
+        const std::size_t size = wide.size() * static_cast<std::size_t>(MB_CUR_MAX) + 1;
+        text = allocate<char>(size, "emsc_New failed");
         const wchar_t* from = wide.c_str();
         std::mbstate_t state{};
-        const std::size_t size = wide.size() * static_cast<std::size_t>(MB_CUR_MAX) + 1;
         require(std::wcsrtombs(text.get(), &from, size, &state) != static_cast<std::size_t>(-1), "wcstombs failed");
     });
     return text.release();
@@ -114,11 +115,10 @@ EMANTLE_API Etxt_TextU* etxt_Text_UnixMBS2Unicode(const char* src)
         const char* from = src;
         std::mbstate_t state{};
         const std::size_t length = std::mbsrtowcs(wide.data(), &from, wide.size() + 1, &state);
-        text = allocate<Etxt_TextU>(wide.size() * 2 + 1, "emsc_New failed");
+        /* A refusal leaves what it converted in front of the zeros. */
+        text = allocate<Etxt_TextU>(transcode<Etxt_TextU>(nullptr, wide.c_str()) + 1, "emsc_New failed");
+        transcode(text.get(), wide.c_str());
         require(length != static_cast<std::size_t>(-1), "mbstowcs failed");
-        wide.resize(length);
-        const std::u16string units = boost::locale::conv::utf_to_utf<char16_t>(wide);
-        units.copy(text.get(), units.size());
     });
     return text.release();
 }

@@ -4,6 +4,7 @@
 #include <emantle/frame/etxt/convert.h>
 
 #include <cwchar>
+#include <string>
 #include <type_traits>
 
 namespace emantle {
@@ -12,9 +13,13 @@ namespace {
 
 using Facet = std::codecvt<wchar_t, char, std::mbstate_t>;
 
+/* Reports name the width that is made first. */
+template <class To>
 [[noreturn]] void refuse()
 {
-    EerrException("etxt", "NUBRUtil::basic_converter::convert").Throw(__LINE__, "The text cannot be converted");
+    const std::string function = std::is_same_v<To, char> ? "basic_converter<char,wchar_t>::convert"
+                                                          : "basic_converter<wchar_t,char>::convert";
+    EerrException(".\\etxt", function.c_str()).Throw(__LINE__, (function + " failed").c_str());
 }
 
 /* Runs one direction of a facet over the whole text, in pieces of a fixed size. `step` converts from the position on.
@@ -31,17 +36,15 @@ std::basic_string<To> converted(const std::basic_string<From>& text, Step step)
         To* to = piece;
         const From* const before = from;
         const auto answer = step(state, before, end, from, piece, piece + std::size(piece), to);
-        if (answer == std::codecvt_base::noconv) {
-            return result.append(before, end);
+        if (answer == std::codecvt_base::error || answer == std::codecvt_base::noconv ||
+            (from == before && to == piece)) {
+            refuse<To>();
         }
         result.append(piece, to);
-        if (answer == std::codecvt_base::error || (from == before && to == piece)) {
-            refuse();
-        }
     }
     /* A facet may hold back the first bytes of a character that the text does not end. */
     if (std::mbsinit(&state) == 0) {
-        refuse();
+        refuse<To>();
     }
     return result;
 }

@@ -27,6 +27,21 @@ long lengthOf(const char* s) noexcept
     return s == nullptr ? 0 : static_cast<long>(std::strlen(s));
 }
 
+/* Pads with zeros up to `n` units, and reads no further than `n`. */
+template <class Unit>
+Unit* boundedCopy(Unit* dst, const Unit* src, long n) noexcept
+{
+    if (dst == nullptr || src == nullptr || n < 0) {
+        return nullptr;
+    }
+    Unit* to = dst;
+    for (; to != dst + n && *src != 0; ++to, ++src) {
+        *to = *src;
+    }
+    std::fill(to, dst + n, Unit());
+    return dst;
+}
+
 int compareIgnoringCase(const char* a, const char* b, long n) noexcept
 {
     if (a == nullptr || b == nullptr) {
@@ -95,13 +110,12 @@ EMANTLE_API char* etxt_Text_strncpy(char* dst, const char* src, long n)
 
 EMANTLE_API char* etxt_Text_strncpyA(char* dst, const char* src, long n)
 {
-    if (dst == nullptr || src == nullptr || n < 0) {
-        return nullptr;
-    }
-    const std::size_t copied = strnlen(src, static_cast<std::size_t>(n));
-    std::memcpy(dst, src, copied);
-    std::memset(dst + copied, 0, static_cast<std::size_t>(n) - copied);
-    return dst;
+    return boundedCopy(dst, src, n);
+}
+
+EMANTLE_API Etxt_TextU* etxt_Text_strncpyU(Etxt_TextU* dst, const Etxt_TextU* src, long n)
+{
+    return boundedCopy(dst, src, n);
 }
 
 EMANTLE_API char* etxt_Text_strcpy(char* dst, const char* src)

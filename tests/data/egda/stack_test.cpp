@@ -76,6 +76,25 @@ TEST(ContiguousStacks, LieInOneBlockThatLayerZeroFrees)
     EXPECT_EQ(wrap->datalayer[1]->data, buffer + 24);
 }
 
+/* The leak check of the sanitized suite counts the strings. */
+TEST(ContiguousStacks, OwnTheStringsOfEveryLayer)
+{
+    const char* values[] = {"one", "two", "three"};
+    const Stack own(egda_BaseDataStackCreateContiguous(3, 1, 3, EGDA_TYPE_STRING, EGDA_RASTER_OBJECT, nullptr, nullptr));
+    for (int i = 0; i < 3; ++i) {
+        egda_BaseDataSet(own->datalayer[i], values, EGDA_SET_ALL, 0, nullptr);
+    }
+
+    /* A layer that the caller made a view on another record's strings leaves them alone. */
+    const Base elsewhere = makeBase(1, 3, EGDA_TYPE_STRING);
+    egda_BaseDataSet(elsewhere.get(), values, EGDA_SET_ALL, 0, nullptr);
+    Stack mixed(egda_BaseDataStackPtrCreate(2, nullptr));
+    mixed->datalayer[0] = makeBase(1, 3, EGDA_TYPE_STRING).release();
+    mixed->datalayer[1] = egda_BaseDataDerived(elsewhere.get(), 0, 0, 1, 3, nullptr);
+    mixed.reset();
+    EXPECT_STREQ(static_cast<char**>(elsewhere->data)[2], "three");
+}
+
 TEST(ContiguousStacks, AreToldFromOthers)
 {
     EXPECT_EQ(egda_BaseDataStackIsContiguous(nullptr), 0);

@@ -24,6 +24,7 @@ EMANTLE_API char* etxt_Text_strncat(char* dst, const char* src, long n);
 /* strncpy; null for null texts and a negative `n`. */
 EMANTLE_API char* etxt_Text_strncpy(char* dst, const char* src, long n);
 EMANTLE_API char* etxt_Text_strncpyA(char* dst, const char* src, long n);
+EMANTLE_API Etxt_TextU* etxt_Text_strncpyU(Etxt_TextU* dst, const Etxt_TextU* src, long n);
 EMANTLE_API char* etxt_Text_strcpy(char* dst, const char* src);
 
 EMANTLE_API char* etxt_Text_strchr(const char* s, int c);
