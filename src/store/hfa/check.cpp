@@ -257,7 +257,7 @@ void Checker::checkAgainstDesign(const Ehfa_Entry& entry)
 
 void Checker::checkFreeList()
 {
-    handle_.freeBlocks.load(handle_, false, scope_);
+    handle_.freeBlocks.load(handle_, Teller::nobody, scope_);
     for (const FreeBlock& block : handle_.freeBlocks.blocks()) {
         ++totals_.freeBlocks;
         claim(EHFA_BLOCK_FREE, block.position, block.size, "Ehfa_FreeListNode");

@@ -90,15 +90,34 @@ Handle* openAlready(const char* name, const char* mode, Eint_InitToolkitData* co
 Ehfa_File* withReference(Handle& handle, const Options& options, EerrException& scope)
 {
     step(scope, "ehfa_FileChange", "Could not set options on file", [&] { applyOptions(handle, options, scope); });
+    require(handle.refCount < INT32_MAX, "AddRefToFileInOFL Failed");
     ++handle.refCount;
     return &handle;
 }
 
-/* The last step of both ways to a handle. */
-Ehfa_File* enterList(OwnedHandle handle, const Options& options, EerrException& scope)
+/* What both ways to a handle need, a call with a null context above all. */
+void start(Eint_InitToolkitData* context, EerrException& scope)
 {
-    step(scope, "ehfa_EntryPathInit", "Header initialization failure", [&] { startTree(*handle, scope); });
-    addOpenFile(*handle);
+    step(scope, "ehfa_Init", "ehfa_Init failed", [&] { startOpenFiles(context); });
+    requireEnabled();
+}
+
+template <class Find>
+Handle* found(EerrException& scope, Find&& find)
+{
+    return step(scope, "ehfa_FileIsOpen", "Error checking if file is open", find);
+}
+
+/* The last steps of both ways to a handle: its header by `header`, its tree, its place in the list. */
+template <class Header>
+Ehfa_File* enterList(OwnedHandle handle, const Options& options, EerrException& scope, const char* function,
+                     Header&& header)
+{
+    step(scope, "ehfa_HeaderInit", "Header initialization failure", [&] {
+        step(scope, function, "diskFileHeaderFunction failed", header);
+        step(scope, "ehfa_EntryPathInit", "CacheInit failed", [&] { startTree(*handle, scope); });
+        step(scope, "ehfa_OpenFileAdd", "Unsuccessful in adding file to the list", [&] { addOpenFile(*handle); });
+    });
     try {
         step(scope, "ehfa_FileChange", "Could not set options on file", [&] { applyOptions(*handle, options, scope); });
     } catch (...) {
@@ -110,21 +129,22 @@ Ehfa_File* enterList(OwnedHandle handle, const Options& options, EerrException& 
 
 Ehfa_File* createFile(const char* name, Eint_InitToolkitData* context, const Options& options, EerrException& scope)
 {
-    startOpenFiles(context);
-    requireEnabled();
+    start(context, scope);
     require(name != nullptr, "Args");
-    if (Handle* open = findOpenFile(context, name, false)) {
+    if (Handle* open = found(scope, [&] { return findOpenFile(context, name, false); })) {
         return withReference(*open, options, scope);
     }
     OpenFile file(checked(scope, efio_Open(name, "w+b", scope), "Error on opening file \"%s\"", name));
     try {
         OwnedHandle handle = newHandle(name, std::move(file), false, context);
         handle->dictionary = checked(scope, emif_DictionaryDecodeFromString(kOwnDesigns, scope), "EMIF_DESIGN_FETCH failed");
-        step(scope, "ehfa_HeaderWrite", "Header initialization failure", [&] { writeNewFile(*handle, scope); });
-        handle->dictionary->changed = 1;
-        step(scope, "ehfa_FileFlush", "File flush failed", [&] { flush(*handle, scope); });
-        handle->activity = 0;
-        return enterList(std::move(handle), options, scope);
+        Handle& fresh = *handle;
+        return enterList(std::move(handle), options, scope, "ehfa_HeaderWrite", [&] {
+            writeNewFile(fresh, scope);
+            fresh.dictionary->changed = 1;
+            step(scope, "ehfa_FileFlush", "File flush failed", [&] { flush(fresh, scope); });
+            fresh.activity = 0;
+        });
     } catch (...) {
         EerrException unheard;
         efio_FileUnlink(name, unheard);
@@ -147,10 +167,9 @@ private:
 Ehfa_File* openFile(const char* name, const char* mode, Eint_InitToolkitData* context, const Options& options,
                     EerrException& scope)
 {
-    startOpenFiles(context);
-    requireEnabled();
+    start(context, scope);
     require(name != nullptr, "Args");
-    if (Handle* open = openAlready(name, mode, context)) {
+    if (Handle* open = found(scope, [&] { return openAlready(name, mode, context); })) {
         return withReference(*open, options, scope);
     }
     const auto alien = [&]() -> Ehfa_File* {
@@ -173,8 +192,8 @@ Ehfa_File* openFile(const char* name, const char* mode, Eint_InitToolkitData* co
         return alien();
     }
     OwnedHandle handle = newHandle(name, std::move(file), asksToRead(mode), context);
-    step(scope, "ehfa_HeaderRead", "Header initialization failure", [&] { readHeader(*handle, scope); });
-    return enterList(std::move(handle), options, scope);
+    Handle& fresh = *handle;
+    return enterList(std::move(handle), options, scope, "ehfa_HeaderRead", [&] { readHeader(fresh, scope); });
 }
 
 /* The version of a store in a file that is not open; 0 for anything else. */
@@ -308,6 +327,7 @@ EMANTLE_API Emsc_Boolean ehfa_FileIsOpen(const char* name, Eint_InitToolkitData*
 {
     return guarded<Emsc_Boolean>(err, "ehfa_FileIsOpen", 0, [&] {
         require(name != nullptr, "Args");
+        startOpenFiles(context);
         return findOpenFile(context, name, true) != nullptr || findOpenFile(context, name, false) != nullptr;
     });
 }
@@ -349,6 +369,7 @@ EMANTLE_API Emsc_Boolean ehfa_FileReinitialize(const char* name, void*, void*, E
 {
     return guarded<Emsc_Boolean>(err, "ehfa_FileReinitialize", 0, [&] {
         require(name != nullptr, "Args");
+        startOpenFiles(eint_GetInit());
         markStale(eint_GetInit(), name, false);
         return 1;
     });

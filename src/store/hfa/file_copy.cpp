@@ -43,7 +43,8 @@ CopyOrder orderFrom(va_list words)
             order.from = va_arg(words, int);
             order.to = va_arg(words, int);
             break;
-        default: warn("ehfa_FileCopy", "Illegal option %ld", static_cast<long>(code)); break;
+        /* How many words follow it is not known, so nothing behind it can be read. */
+        default: fail("Illegal option %ld", static_cast<long>(code));
         }
     }
     return order;
@@ -281,8 +282,9 @@ void copyFile(const char* sourceName, const char* destination, Eint_InitToolkitD
         Handle& target = opened(targetStore.get());
         Activity reading(source, scope);
         Activity writing(target, scope);
-        PlaceKeeper keeper(source);
-        goToRoot(source, scope);
+        const PlaceKeeper keeper =
+            step(scope, "ehfa_EntryPathSave", "Can't save entry path", [&] { return PlaceKeeper(source); });
+        step(scope, "ehfa_EntrySeek", "Can't find root", [&] { goToRoot(source, scope); });
         TreeCopy(source, target, order, scope).run();
     }
     checked(scope, ehfa_FileClose(targetStore.release(), scope), "Unable to copy >%s< to >%s<", sourceName, destination);

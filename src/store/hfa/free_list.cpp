@@ -7,60 +7,83 @@
 
 namespace emantle::hfa {
 
+constexpr FreeList::Texts FreeList::kTaking{"freeListItemSet fail", "ehfa_HeaderReWrite fail"};
+constexpr FreeList::Texts FreeList::kChanging{"freeListItemSet failed", "ehfa_HeaderReWrite failed"};
+
 void FreeList::forget()
 {
     *this = FreeList();
 }
 
-void FreeList::load(Handle& handle, bool tell, EerrException& scope)
+void FreeList::load(Handle& handle, Teller teller, EerrException& scope)
 {
-    if (!loaded_) {
-        blocks_.clear();
-        damaged_ = false;
-        /* Each link lies behind the last block, so the walk ends. */
-        uint64_t least = 0;
-        for (uint32_t position = handle.freeList; position != 0;) {
-            if (position < least || !isAllocatable(handle, position, kNodeSize)) {
-                damaged_ = true;
-                break;
-            }
-            unsigned char bytes[kNodeSize];
-            readBytes(handle, position, bytes, sizeof bytes, scope);
-            const Ehfa_FreeListNode node = decodedNode(bytes);
-            if (node.freeSize < static_cast<int32_t>(kNodeSize) ||
-                !isAllocatable(handle, position, static_cast<uint32_t>(node.freeSize))) {
-                damaged_ = true;
-                break;
-            }
-            blocks_.push_back({position, static_cast<uint32_t>(node.freeSize)});
-            least = uint64_t{position} + static_cast<uint32_t>(node.freeSize);
-            position = node.freeList;
-        }
-        loaded_ = true;
+    if (!loaded_ && heldBack(handle)) {
+        step(scope, "freeListCacheLoad", "Error loading free list into cache", [&] { read(handle, scope); });
+    } else if (!loaded_) {
+        read(handle, scope);
     }
-    if (tell && damaged_ && !told_) {
-        told_ = true;
-        warn("ehfa_NextFreePos", "Free list corruption detected while reading %s", handle.nameText.c_str());
+    if (damaged_) {
+        tell(handle, teller);
     }
 }
 
-void FreeList::writeNode(Handle& handle, std::size_t index, EerrException& scope)
+void FreeList::read(Handle& handle, EerrException& scope)
+{
+    blocks_.clear();
+    damaged_ = false;
+    /* Each link lies behind the last block, so the walk ends. */
+    uint64_t least = 0;
+    for (uint32_t position = handle.freeList; position != 0;) {
+        if (position < least || !isAllocatable(handle, position, kNodeSize)) {
+            damaged_ = true;
+            break;
+        }
+        unsigned char bytes[kNodeSize];
+        step(scope, "ehfa_FileHostDataRead",
+             heldBack(handle) ? "Error reading free list item into cache" : "ehfa_FileHostDataRead failed",
+             [&] { readBytes(handle, position, bytes, sizeof bytes, scope); });
+        const Ehfa_FreeListNode node = decodedNode(bytes);
+        if (node.freeSize < static_cast<int32_t>(kNodeSize) ||
+            !isAllocatable(handle, position, static_cast<uint32_t>(node.freeSize))) {
+            damaged_ = true;
+            break;
+        }
+        blocks_.push_back({position, static_cast<uint32_t>(node.freeSize)});
+        least = uint64_t{position} + static_cast<uint32_t>(node.freeSize);
+        position = node.freeList;
+    }
+    loaded_ = true;
+}
+
+void FreeList::tell(const Handle& handle, Teller teller)
+{
+    bool& told = told_[static_cast<int>(teller)];
+    if (!told && teller == Teller::allocation) {
+        warn("ehfa_NextFreePos", "Free list corruption detected while reading %s", handle.nameText.c_str());
+    } else if (!told && teller == Teller::freeing) {
+        warn("ehfa_FreeSpace", "Free list corruption detected");
+    }
+    told = true;
+}
+
+void FreeList::writeNode(Handle& handle, std::size_t index, const Texts& texts, EerrException& scope)
 {
     const uint32_t link = index + 1 < blocks_.size() ? blocks_[index + 1].position : 0;
     const auto bytes = encoded(Ehfa_FreeListNode{link, static_cast<int32_t>(blocks_[index].size)});
-    writeBytes(handle, blocks_[index].position, bytes.data(), bytes.size(), scope);
+    step(scope, "freeListItemSet", texts.node,
+         [&] { writeBytes(handle, blocks_[index].position, bytes.data(), bytes.size(), scope); });
 }
 
-void FreeList::writeLinkTo(Handle& handle, std::size_t index, EerrException& scope)
+void FreeList::writeLinkTo(Handle& handle, std::size_t index, const Texts& texts, EerrException& scope)
 {
     if (index > 0) {
-        writeNode(handle, index - 1, scope);
+        writeNode(handle, index - 1, texts, scope);
         return;
     }
     const uint32_t first = blocks_.empty() ? 0 : blocks_[0].position;
     if (handle.freeList != first || heldBack(handle)) {
         handle.freeList = first;
-        step(scope, "ehfa_HeaderReWrite", "ehfa_HeaderReWrite failed", [&] { writeHeader(handle, scope); });
+        step(scope, "ehfa_HeaderReWrite", texts.header, [&] { writeHeader(handle, scope); });
     }
 }
 
@@ -89,25 +112,30 @@ void FreeList::change(Handle& handle, EerrException& scope, Change&& body)
 void FreeList::take(Handle& handle, std::size_t index, uint32_t size, EerrException& scope)
 {
     if (size == blocks_[index].size) {
-        remove(handle, index, scope);
+        removeAs(handle, index, kTaking, scope);
         return;
     }
     change(handle, scope, [&] {
         blocks_[index].position += size;
         blocks_[index].size -= size;
         if (!heldBack(handle)) {
-            writeNode(handle, index, scope);
-            writeLinkTo(handle, index, scope);
+            writeNode(handle, index, kTaking, scope);
+            writeLinkTo(handle, index, kTaking, scope);
         }
     });
 }
 
 void FreeList::remove(Handle& handle, std::size_t index, EerrException& scope)
 {
+    removeAs(handle, index, kChanging, scope);
+}
+
+void FreeList::removeAs(Handle& handle, std::size_t index, const Texts& texts, EerrException& scope)
+{
     change(handle, scope, [&] {
         blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(index));
         if (!heldBack(handle)) {
-            writeLinkTo(handle, index, scope);
+            writeLinkTo(handle, index, texts, scope);
         }
     });
 }
@@ -120,13 +148,20 @@ void FreeList::add(Handle& handle, uint32_t position, uint32_t size, EerrExcepti
     const bool overlapsNext = after != blocks_.end() && uint64_t{position} + size > after->position;
     const bool overlapsPrev =
         index > 0 && uint64_t{blocks_[index - 1].position} + blocks_[index - 1].size > position;
+    require(!heldBack(handle) || after == blocks_.end() || after->position != position,
+            "Attempting to insert an item that is already in the free list");
     require(!overlapsNext && !overlapsPrev, "%ld bytes at %ld of %s are free already", static_cast<long>(size),
             static_cast<long>(position), handle.nameText.c_str());
 
+    if (blocks_.size() == blocks_.capacity()) {
+        step(scope, "freeListCacheInsert", "Unable to allocate new item for free list cache",
+             [&] { blocks_.reserve(2 * blocks_.capacity() + 16); });
+    }
     change(handle, scope, [&] {
-        if (after != blocks_.end() && position + size == after->position) {
-            size += after->size;
-            blocks_.erase(after);
+        const auto next = blocks_.begin() + static_cast<std::ptrdiff_t>(index);
+        if (next != blocks_.end() && position + size == next->position) {
+            size += next->size;
+            blocks_.erase(next);
         }
         const bool joinsPrev = index > 0 && blocks_[index - 1].position + blocks_[index - 1].size == position;
         if (joinsPrev) {
@@ -136,9 +171,9 @@ void FreeList::add(Handle& handle, uint32_t position, uint32_t size, EerrExcepti
             blocks_.insert(blocks_.begin() + static_cast<std::ptrdiff_t>(index), FreeBlock{position, size});
         }
         if (!heldBack(handle)) {
-            writeNode(handle, index, scope);
+            writeNode(handle, index, kChanging, scope);
             if (!joinsPrev) {
-                writeLinkTo(handle, index, scope);
+                writeLinkTo(handle, index, kChanging, scope);
             }
         }
     });
@@ -153,7 +188,7 @@ void FreeList::writeAll(Handle& handle, EerrException& scope)
     require(head == handle.freeList,
             "Inconsistency detected - position of first cached node not same as free list");
     for (std::size_t index = 0; index < blocks_.size(); ++index) {
-        writeNode(handle, index, scope);
+        writeNode(handle, index, kChanging, scope);
     }
     heldBack_ = false;
 }

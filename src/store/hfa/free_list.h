@@ -14,12 +14,15 @@ struct FreeBlock {
     uint32_t size;
 };
 
+/* Who meets damage: each tells it once, in words of its own. */
+enum class Teller { nobody, allocation, freeing };
+
 /* The free list in memory, read on first use. The links of the file are the order of the blocks here. Changes go to the
  * file at once, or at `writeAll` where the file is not flushed on write. */
 class FreeList {
 public:
-    /* Reads the list unless that is done. Damage cuts the list off, and is told once where `tell` is set. */
-    void load(Handle& handle, bool tell, EerrException& scope);
+    /* Reads the list unless that is done. Damage cuts the list off. */
+    void load(Handle& handle, Teller teller, EerrException& scope);
     /* The next use reads it anew. */
     void forget();
 
@@ -37,16 +40,27 @@ public:
     void writeAll(Handle& handle, EerrException& scope);
 
 private:
-    void writeNode(Handle& handle, std::size_t index, EerrException& scope);
+    void read(Handle& handle, EerrException& scope);
+    void tell(const Handle& handle, Teller teller);
+    /* What is told of a node, and of a file record, that could not be written. */
+    struct Texts {
+        const char* node;
+        const char* header;
+    };
+    static const Texts kTaking;
+    static const Texts kChanging;
+
+    void removeAs(Handle& handle, std::size_t index, const Texts& texts, EerrException& scope);
+    void writeNode(Handle& handle, std::size_t index, const Texts& texts, EerrException& scope);
     /* Writes the link to block `index`, which lies in the block before it or in the file record. */
-    void writeLinkTo(Handle& handle, std::size_t index, EerrException& scope);
+    void writeLinkTo(Handle& handle, std::size_t index, const Texts& texts, EerrException& scope);
     template <class Change>
     void change(Handle& handle, EerrException& scope, Change&& body);
 
     std::vector<FreeBlock> blocks_;
     bool loaded_ = false;
     bool damaged_ = false;
-    bool told_ = false;
+    bool told_[3] = {}; /* by teller */
     bool heldBack_ = false;
 };
 

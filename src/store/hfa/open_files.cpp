@@ -17,15 +17,17 @@ std::atomic<bool> refused{false};
 
 using OpenFiles = std::vector<Handle*>;
 
-OpenFiles& openFiles(Eint_InitToolkitData* context)
+/* Null for a context that has none. */
+OpenFiles* listOf(const Eint_InitToolkitData* context)
+{
+    return context == nullptr ? nullptr : static_cast<OpenFiles*>(context->store);
+}
+
+OpenFiles& openFiles(const Eint_InitToolkitData* context, Say missing)
 {
     require(context != nullptr, "Toolkit has not been initialized");
-    if (context->store == nullptr) {
-        /* There is one context in the process. */
-        static OpenFiles list;
-        context->store = &list;
-    }
-    return *static_cast<OpenFiles*>(context->store);
+    require(listOf(context) != nullptr, missing);
+    return *listOf(context);
 }
 
 /* The name without empty steps and steps to ".". */
@@ -73,13 +75,18 @@ void requireEnabled()
 void startOpenFiles(Eint_InitToolkitData* context)
 {
     const EthrMTUnsafeCode section;
-    openFiles(context);
+    require(context != nullptr, "Toolkit has not been initialized");
+    if (context->store == nullptr) {
+        /* There is one context in the process. */
+        static OpenFiles list;
+        context->store = &list;
+    }
 }
 
 Handle* findOpenFile(Eint_InitToolkitData* context, const char* name, bool readOnly)
 {
     const EthrMTUnsafeCode section;
-    for (Handle* handle : openFiles(context)) {
+    for (Handle* handle : openFiles(context, "Efha package has not been initialized")) {
         if (isOwn(handle, name) && (handle->readOnly != 0) == readOnly) {
             return handle;
         }
@@ -90,7 +97,7 @@ Handle* findOpenFile(Eint_InitToolkitData* context, const char* name, bool readO
 void addOpenFile(Handle& handle)
 {
     const EthrMTUnsafeCode section;
-    OpenFiles& files = openFiles(handle.context);
+    OpenFiles& files = openFiles(handle.context, "Open file list is missing");
     const auto empty = std::find(files.begin(), files.end(), nullptr);
     handle.openFileIndex = static_cast<int32_t>(empty - files.begin());
     if (empty == files.end()) {
@@ -103,17 +110,20 @@ void addOpenFile(Handle& handle)
 void removeOpenFile(Handle& handle)
 {
     const EthrMTUnsafeCode section;
-    OpenFiles& files = openFiles(handle.context);
+    OpenFiles* files = listOf(handle.context);
     const auto index = static_cast<std::size_t>(handle.openFileIndex);
-    if (handle.openFileIndex >= 0 && index < files.size() && files[index] == &handle) {
-        files[index] = nullptr;
+    if (files != nullptr && handle.openFileIndex >= 0 && index < files->size() && (*files)[index] == &handle) {
+        (*files)[index] = nullptr;
     }
 }
 
 void markStale(Eint_InitToolkitData* context, const char* name, bool readOnlyOnes)
 {
     const EthrMTUnsafeCode section;
-    for (Handle* handle : openFiles(context)) {
+    if (listOf(context) == nullptr) {
+        return;
+    }
+    for (Handle* handle : *listOf(context)) {
         if (handle != nullptr && handle->activity == 0 && (!readOnlyOnes || handle->readOnly != 0) &&
             isOwn(handle, name)) {
             handle->activity = -1;

@@ -40,12 +40,12 @@ uint32_t allocateBlock(Handle& handle, int64_t wanted, EerrException& scope)
     const uint32_t size = std::max<uint32_t>(kNodeSize, static_cast<uint32_t>(wanted));
 
     FreeList& list = handle.freeBlocks;
-    step(scope, "freeListItemGet", "freeListItemGet fail", [&] { list.load(handle, true, scope); });
+    step(scope, "freeListItemGet", "freeListItemGet fail", [&] { list.load(handle, Teller::allocation, scope); });
     const auto& blocks = list.blocks();
     for (std::size_t index = 0; index < blocks.size(); ++index) {
         if (fits(blocks[index], size)) {
             const uint32_t position = blocks[index].position;
-            step(scope, "freeListItemSet", "freeListItemSet fail", [&] { list.take(handle, index, size, scope); });
+            list.take(handle, index, size, scope);
             return position;
         }
     }
@@ -77,7 +77,8 @@ void freeBlock(Handle& handle, uint32_t position, int64_t size, EerrException& s
     require(size <= kFileLimit && isAllocatable(handle, position, static_cast<uint64_t>(size)),
             "%ld bytes at %ld cannot be freed: they are no block of %s", static_cast<long>(size),
             static_cast<long>(position), handle.nameText.c_str());
-    step(scope, "freeListItemGet", "freeListItemGet failed", [&] { handle.freeBlocks.load(handle, true, scope); });
+    step(scope, "freeListItemGet", "freeListItemGet failed",
+         [&] { handle.freeBlocks.load(handle, Teller::freeing, scope); });
     handle.freeBlocks.add(handle, position, static_cast<uint32_t>(size), scope);
 }
 
@@ -113,7 +114,8 @@ EMANTLE_API long ehfa_FileFreeSpaceSize(Ehfa_File* file, Eerr_ErrorReport** err)
     return guarded<long>(err, "ehfa_FileFreeSpaceSize", -1, [&](EerrException& scope) {
         Handle& handle = opened(file, "Args");
         Activity activity(handle, scope);
-        step(scope, "freeListItemGet", "freeListItemGet failed", [&] { handle.freeBlocks.load(handle, false, scope); });
+        step(scope, "freeListItemGet", "freeListItemGet failed",
+             [&] { handle.freeBlocks.load(handle, Teller::nobody, scope); });
         require(!handle.freeBlocks.isDamaged(), "Corrupt free list");
         long sum = 0;
         for (const FreeBlock& block : handle.freeBlocks.blocks()) {
@@ -128,7 +130,7 @@ EMANTLE_API Emsc_Boolean ehfa_ShowFreeSpace(Ehfa_File* file, Eerr_ErrorReport** 
     return guarded<Emsc_Boolean>(err, "ehfa_ShowFreeSpace", 0, [&](EerrException& scope) {
         Handle& handle = opened(file);
         Activity activity(handle, scope);
-        handle.freeBlocks.load(handle, false, scope);
+        handle.freeBlocks.load(handle, Teller::nobody, scope);
         const auto& blocks = handle.freeBlocks.blocks();
         for (std::size_t i = 0; i < blocks.size(); ++i) {
             const long next = i + 1 < blocks.size() ? static_cast<long>(blocks[i + 1].position) : 0;

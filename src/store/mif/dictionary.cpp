@@ -142,7 +142,8 @@ Emif_Design* DictionaryEditor::take(EerrException& scope, DesignPtr design)
 
 Emif_Design* DictionaryEditor::add(EerrException& scope, const Emif_Design& design)
 {
-    require(design.name, "No design name");
+    asFunction(scope, "emif_DesignPrepend", "DesignPrepend failure NULL",
+               [&] { require(design.name, "FindDesign fail"); });
     if (Emif_Design* known = find(design.name)) {
         return known;
     }

@@ -56,6 +56,7 @@ private:
         } else if (source.type == EMIF_TYPE_ENUM) {
             number(source.enumCount);
             for (int i = 0; i < source.enumCount; ++i) {
+                require(source.enumNames != nullptr && source.enumNames[i] != nullptr, "No item name");
                 name(source.enumNames[i]);
             }
         }
@@ -112,7 +113,10 @@ EMANTLE_API char* emif_DictionaryEncodeToString(Emif_Dictionary* dictionary, Eer
 {
     return guarded<char*>(err, "emif_DictionaryEncodeToString", nullptr, [&](EerrException& scope) {
         require(dictionary, "Args");
-        return heapText(encodeAndSettle(scope, *dictionary)).release();
+        /* The text is measured by the same walk that makes it. */
+        return heapText(asFunction(scope, "emif_DictionaryEncodedLength", [&] {
+                   return encodeAndSettle(scope, *dictionary);
+               })).release();
     });
 }
 

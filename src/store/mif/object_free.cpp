@@ -21,14 +21,15 @@ void releaseValues(EerrException& scope, void* baseData)
 
 namespace {
 
-void releaseElements(EerrException& scope, const Emif_DesignItem& item, const Elements& elements)
+void releaseBaseData(EerrException& scope, const Emif_DesignItem& item, const Elements& elements)
 {
-    if (item.type == EMIF_TYPE_BASEDATA) {
-        for (std::size_t i = 0; i < elements.count; ++i) {
-            releaseValues(scope, elementAt(item, elements, i).data);
-        }
-        return;
+    for (std::size_t i = 0; i < elements.count; ++i) {
+        releaseValues(scope, elementAt(item, elements, i).data);
     }
+}
+
+void releaseRecords(EerrException& scope, const Emif_DesignItem& item, const Elements& elements)
+{
     require(item.design, "Missing design.");
     for (std::size_t i = 0; i < elements.count && item.hostBytesPerElement > 0; ++i) {
         asFunction(scope, "emif_ObjectItemsFree", "Trouble freeing object %d.",
@@ -41,8 +42,11 @@ void releaseElements(EerrException& scope, const Emif_DesignItem& item, const El
 void releaseItem(EerrException& scope, void* place, const Emif_DesignItem& item)
 {
     require(isKnown(item.type), "Unrecognized item type %d.", item.type);
-    if (item.type == EMIF_TYPE_BASEDATA || isRecord(item.type)) {
-        releaseElements(scope, item, elementsOf(item, place));
+    if (isRecord(item.type)) {
+        releaseRecords(scope, item, elementsOf(item, place));
+    } else if (item.type == EMIF_TYPE_BASEDATA) {
+        asFunction(scope, "emif_BaseDataFree", "emif_BaseDataFree failed.",
+                   [&] { releaseBaseData(scope, item, elementsOf(item, place)); });
     }
     if (item.isPointer != 0 && item.type != kNoType) {
         emsc_HeapFree(pointerIn(item, place));

@@ -18,7 +18,6 @@ struct TypeRow {
     int32_t alignment;
     const char* writer;  /* the names under which a failure of the type is told */
     const char* reader;
-    const char* releaser;
 };
 
 /* The shape `p` in memory. */
@@ -54,26 +53,26 @@ inline constexpr Emif_Type kLastType = EMIF_TYPE_S32;
 
 inline constexpr TypeRow kTypes[] = {
     // clang-format off
-    {0,                     '?', "",               0,   0, 1, "", "", ""},
-    {EMIF_TYPE_DESIGN,      'x', "",               0,   0, 1, "emif_ObjectToMIF", "emif_MIFtoObject", "emif_ObjectItemsFree"},
-    {EMIF_TYPE_NAMED_DESIGN,'o', "",               0,   0, 1, "emif_ObjectToMIF", "emif_MIFtoObject", "emif_ObjectItemsFree"},
-    {EMIF_TYPE_ENUM,        'e', "enum",           16,  4, 4, "emif_EnumToMIF", "emif_MIFtoEnum", "emif_EnumFree"},
-    {EMIF_TYPE_U1,          '1', "unsigned 1 bit", 1,   1, 1, "emif_U1ToMIF", "emif_MIFtoU1", "emif_U1Free"},
-    {EMIF_TYPE_U2,          '2', "unsigned 2 bit", 2,   1, 1, "emif_U2ToMIF", "emif_MIFtoU2", "emif_U2Free"},
-    {EMIF_TYPE_U4,          '4', "unsigned 4 bit", 4,   1, 1, "emif_U4ToMIF", "emif_MIFtoU4", "emif_U4Free"},
-    {EMIF_TYPE_UCHAR,       'C', "uchar",          8,   1, 1, "emif_CharToMIF", "emif_MIFtoChar", "emif_UcharFree"},
-    {EMIF_TYPE_CHAR,        'c', "char",           8,   1, 1, "emif_CharToMIF", "emif_MIFtoChar", "emif_UcharFree"},
-    {EMIF_TYPE_USHORT,      'S', "ushort",         16,  2, detail::alignmentInRecord<uint16_t>, "emif_ShortToMIF", "emif_MIFtoShort", "emif_ShortFree"},
-    {EMIF_TYPE_SHORT,       's', "short",          16,  2, detail::alignmentInRecord<int16_t>, "emif_ShortToMIF", "emif_MIFtoShort", "emif_ShortFree"},
-    {EMIF_TYPE_ULONG,       'L', "ulong",          32,  4, detail::alignmentInRecord<uint32_t>, "emif_LongToMIF", "emif_MIFtoULong", "emif_LongFree"},
-    {EMIF_TYPE_LONG,        'l', "long",           32,  4, detail::alignmentInRecord<int32_t>, "emif_LongToMIF", "emif_MIFtoLong", "emif_LongFree"},
-    {EMIF_TYPE_FLOAT,       'f', "float",          32,  4, detail::alignmentInRecord<float>, "emif_FloatToMIF", "emif_MIFtoFloat", "emif_FloatFree"},
-    {EMIF_TYPE_DOUBLE,      'd', "double",         64,  8, detail::alignmentInRecord<double>, "emif_DoubleToMIF", "emif_MIFtoDouble", "emif_DoubleFree"},
-    {EMIF_TYPE_COMPLEX,     'm', "complex",        64,  8, detail::alignmentInRecord<Emif_Complex>, "emif_ComplexToMIF", "emif_MIFtoComplex", "emif_ComplexFree"},
-    {EMIF_TYPE_DCOMPLEX,    'M', "double complex", 128, 16, detail::alignmentInRecord<Emif_DComplex>, "emif_DComplexToMIF", "emif_MIFtoDComplex", "emif_DComplexFree"},
-    {EMIF_TYPE_BASEDATA,    'b', "",               96,  detail::bytesOf<Egda_BaseData>, detail::alignmentInRecord<Egda_BaseData>, "emif_BaseDataToMIF", "emif_MIFtoBaseData", "emif_BaseDataFree"},
-    {EMIF_TYPE_TIME,        't', "calendar_time",  64,  8, detail::alignmentInRecord<double>, "emif_DoubleToMIF", "emif_MIFtoDouble", "emif_DoubleFree"},
-    {EMIF_TYPE_S32,         'i', "",               32,  4, detail::alignmentInRecord<int32_t>, "emif_S32ToMIF", "emif_MIFtoS32", "emif_S32Free"},
+    {0,                     '?', "",               0,   0, 1, "", ""},
+    {EMIF_TYPE_DESIGN,      'x', "",               0,   0, 1, "emif_ObjectToMIF", "emif_MIFtoObject"},
+    {EMIF_TYPE_NAMED_DESIGN,'o', "",               0,   0, 1, "emif_ObjectToMIF", "emif_MIFtoObject"},
+    {EMIF_TYPE_ENUM,        'e', "enum",           16,  4, 4, "emif_EnumToMIF", "emif_MIFtoEnum"},
+    {EMIF_TYPE_U1,          '1', "unsigned 1 bit", 1,   1, 1, "emif_U1ToMIF", "emif_MIFtoU1"},
+    {EMIF_TYPE_U2,          '2', "unsigned 2 bit", 2,   1, 1, "emif_U2ToMIF", "emif_MIFtoU2"},
+    {EMIF_TYPE_U4,          '4', "unsigned 4 bit", 4,   1, 1, "emif_U4ToMIF", "emif_MIFtoU4"},
+    {EMIF_TYPE_UCHAR,       'C', "uchar",          8,   1, 1, "emif_CharToMIF", "emif_MIFtoChar"},
+    {EMIF_TYPE_CHAR,        'c', "char",           8,   1, 1, "emif_CharToMIF", "emif_MIFtoChar"},
+    {EMIF_TYPE_USHORT,      'S', "ushort",         16,  2, detail::alignmentInRecord<uint16_t>, "emif_ShortToMIF", "emif_MIFtoShort"},
+    {EMIF_TYPE_SHORT,       's', "short",          16,  2, detail::alignmentInRecord<int16_t>, "emif_ShortToMIF", "emif_MIFtoShort"},
+    {EMIF_TYPE_ULONG,       'L', "ulong",          32,  4, detail::alignmentInRecord<uint32_t>, "emif_LongToMIF", "emif_MIFtoULong"},
+    {EMIF_TYPE_LONG,        'l', "long",           32,  4, detail::alignmentInRecord<int32_t>, "emif_LongToMIF", "emif_MIFtoLong"},
+    {EMIF_TYPE_FLOAT,       'f', "float",          32,  4, detail::alignmentInRecord<float>, "emif_FloatToMIF", "emif_MIFtoFloat"},
+    {EMIF_TYPE_DOUBLE,      'd', "double",         64,  8, detail::alignmentInRecord<double>, "emif_DoubleToMIF", "emif_MIFtoDouble"},
+    {EMIF_TYPE_COMPLEX,     'm', "complex",        64,  8, detail::alignmentInRecord<Emif_Complex>, "emif_ComplexToMIF", "emif_MIFtoComplex"},
+    {EMIF_TYPE_DCOMPLEX,    'M', "double complex", 128, 16, detail::alignmentInRecord<Emif_DComplex>, "emif_DComplexToMIF", "emif_MIFtoDComplex"},
+    {EMIF_TYPE_BASEDATA,    'b', "",               96,  detail::bytesOf<Egda_BaseData>, detail::alignmentInRecord<Egda_BaseData>, "emif_BaseDataToMIF", "emif_MIFtoBaseData"},
+    {EMIF_TYPE_TIME,        't', "calendar_time",  64,  8, detail::alignmentInRecord<double>, "emif_DoubleToMIF", "emif_MIFtoDouble"},
+    {EMIF_TYPE_S32,         'i', "",               32,  4, detail::alignmentInRecord<int32_t>, "emif_S32ToMIF", "emif_MIFtoS32"},
     // clang-format on
 };
 

@@ -104,6 +104,14 @@ TEST_F(AFile, ThatIsNoStoreIsToldApart)
     setWord(bytes, 78, 0);
     putBytes(name_, bytes);
     EXPECT_EQ(text(), "File does not contain an EMIF dictionary");
+    Report steps;
+    EXPECT_EQ(ehfa_FileOpen(name_.c_str(), "r", eint_GetInit(), steps), nullptr);
+    EXPECT_EQ(told(steps), "ehfa_FileOpen: Header initialization failure\n"
+                           "ehfa_HeaderInit: diskFileHeaderFunction failed\n"
+                           "ehfa_HeaderRead: File does not contain an EMIF dictionary\n");
+    Report noToolkit;
+    EXPECT_EQ(ehfa_FileOpen(name_.c_str(), "r", nullptr, noToolkit), nullptr);
+    EXPECT_EQ(told(noToolkit), "ehfa_FileOpen: ehfa_Init failed\nehfa_Init: Toolkit has not been initialized\n");
     EXPECT_EQ(ehfa_IsHFAFile(name_.c_str(), expected()), 0);
     EXPECT_EQ(ehfa_IsHFAFile((directory_ + "/none").c_str(), expected()), 0);
     Report missing;
@@ -238,6 +246,9 @@ TEST_F(AFile, IsCopiedWithoutItsFragments)
     Report report;
     EXPECT_FALSE(ehfa_FileCopy(name_.c_str(), name_.c_str(), eint_GetInit(), report, 0));
     EXPECT_EQ(report.records().back().message, "Cannot copy to >" + name_ + "< when it is already open");
+    Report strange;
+    EXPECT_FALSE(ehfa_FileCopy(name_.c_str(), (directory_ + "/third").c_str(), eint_GetInit(), strange, 99, 1, 0));
+    EXPECT_EQ(strange.records().back().message, "Illegal option 99") << "the words behind it are unknown";
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_), {}), 2) << "no temporary file is left";
 }
 

@@ -143,6 +143,40 @@ TEST_F(Space, ThatIsHeldBackReachesTheFileWhenAsked)
     EXPECT_EQ(list(), (List{{8, 32}, {100, 16}}));
 }
 
+TEST_F(Space, ThatIsHeldBackTellsWhatFailed)
+{
+    allocate(100000); /* beyond what is read ahead */
+    const uint32_t last = allocate(16);
+    release(last, 16);
+    release(base_, 16);
+    close();
+    open();
+    ehfa_FileChange(file_, expected(), EHFA_OPTION_FLUSH_ON_WRITE, 0, 0);
+    const Bytes whole = bytesOf(name_);
+    std::filesystem::resize_file(name_, last);
+    const auto texts = [](const Report& report) {
+        std::vector<std::string> all;
+        for (const Record& record : report.records()) {
+            all.push_back(record.message.value_or(""));
+        }
+        all.resize(3);
+        return all;
+    };
+    Report unread;
+    EXPECT_EQ(ehfa_NextFreePos(file_, 8, unread), 0u);
+    EXPECT_EQ(texts(unread), (std::vector<std::string>{"freeListItemGet fail", "Error loading free list into cache",
+                                                       "Error reading free list item into cache"}));
+    std::filesystem::resize_file(name_, whole.size());
+    std::fstream(name_, std::ios::in | std::ios::out | std::ios::binary)
+        .seekp(last)
+        .write(reinterpret_cast<const char*>(&whole[last]), 16);
+    EXPECT_EQ(freeSize(), 32);
+    Report twice;
+    EXPECT_FALSE(ehfa_FreeSpace(file_, base_, 16, twice));
+    EXPECT_EQ(twice.records().back().message, "Attempting to insert an item that is already in the free list");
+    EXPECT_EQ(freeSize(), 32);
+}
+
 TEST_F(Space, ThatIsHeldBackSurvivesTheClose)
 {
     ehfa_FileChange(file_, expected(), EHFA_OPTION_FLUSH_ON_WRITE, 0, 0);
@@ -178,6 +212,9 @@ TEST_F(Space, OfADamagedListEndsAtTheDamage)
         EXPECT_NE(warning.find("Free list corruption detected while reading " + name_), std::string::npos) << why;
         EXPECT_EQ(place, sound.size()) << why << ": the tail of the list is lost, the file is extended";
         EXPECT_EQ(stderrOf([&] { allocate(24); }), "") << why << ": told once";
+        const std::string freeing = stderrOf([&] { release(place, 24); });
+        EXPECT_NE(freeing.find("Free list corruption detected"), std::string::npos) << why;
+        EXPECT_EQ(freeing.find("while reading"), std::string::npos) << why << ": freeing has words of its own";
         close();
     }
 }

@@ -5,8 +5,10 @@
 
 #include <emantle/data/egda.h>
 #include <emantle/files/efio.h>
+#include <fstream>
 #include <limits>
 #include <numeric>
+#include <unistd.h>
 
 namespace {
 
@@ -403,6 +405,34 @@ TEST(Files, FailuresNameTheStep)
     EXPECT_EQ(emif_ObjectSize(&text, values.get(), report), 0);
     EXPECT_EQ(report.text(), "emif_ObjectSize: emif_ObjectToMIF failed / emif_ObjectToMIF: Error reported by function "
                              "emif_BaseDataToMIF / emif_BaseDataToMIF: Invalid EMIF BaseData type!");
+}
+
+/* A large run reaches the file, or is found short, in the step of its own type. */
+TEST(Files, FailuresNameTheType)
+{
+    const std::pair<char, const char*> types[] = {
+        {'1', "U1"},    {'2', "U2"},     {'4', "U4"},      {'C', "Char"},     {'c', "Char"},   {'S', "Short"},
+        {'s', "Short"}, {'l', "Long"},   {'i', "S32"},     {'f', "Float"},    {'d', "Double"}, {'t', "Double"},
+        {'m', "Complex"}, {'M', "DComplex"}, {'e', "Enum"},
+    };
+    const std::string name = testing::TempDir() + "mif_types" + std::to_string(getpid());
+    std::ofstream(name, std::ios::binary) << std::string("\x00\x00\x10\x00\x08\x00\x00\x00\x01", 9);
+    std::vector<std::uint8_t> zeros(std::size_t{16} << 20);
+    for (const auto& [letter, type] : types) {
+        const DesignPtr design = designOf(std::string("{0:p") + letter + (letter == 'e' ? "0:" : "") + "values,}A,");
+        Efio_File* file = efio_Open(name.c_str(), "r", nullptr);
+        const Object<char> object(*design);
+        Report report;
+        emif_ConvertToHost(file, nullptr, design.get(), object.get(), report);
+        EXPECT_THAT(report.text(), HasSubstr(std::string("emif_MIFtoObject: emif_MIFto") + type + " failed / "));
+        efio_Seek(file, 0, EFIO_SEEK_SET, nullptr);
+        const Counted<std::uint8_t> large{1 << 20, zeros.data()};
+        emif_ConvertToMIF(file, &large, design.get(), nullptr, report);
+        EXPECT_THAT(report.text(), HasSubstr(std::string("Error reported by function emif_") + type + "ToMIF / "));
+        EXPECT_THAT(report.text(), HasSubstr("Error reported by function efio_FileWriteSequential"));
+        efio_Close(file, nullptr);
+    }
+    std::remove(name.c_str());
 }
 
 /* Counts that lie are found out before memory is taken for them. */

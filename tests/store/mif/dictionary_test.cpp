@@ -4,6 +4,7 @@
 #include "store/mif/stream.h"
 
 #include <emantle/files/efio.h>
+#include <utility>
 
 namespace {
 
@@ -224,6 +225,27 @@ TEST(Text, DamageAnywhereEndsInAReportOrAValue)
             survives(damaged);
         }
     }
+}
+
+TEST(Text, OfWhatHasNoNameIsRefused)
+{
+    const DictionaryPtr dictionary = dictionaryOf("{1:e2:x,y,kind,}A,.");
+    Emif_DesignItem& item = *dictionary->first->items;
+    const std::string encode = "emif_DictionaryEncodeToString: emif_DictionaryEncodedLength failed / "
+                               "emif_DictionaryEncodedLength: DictionaryEncode fail / "
+                               "emif_DictionaryEncode: emif_EncodeDesign failed / emif_EncodeDesign: ";
+    Report report;
+    char* kept = std::exchange(item.enumNames[1], nullptr);
+    EXPECT_EQ(emif_DictionaryEncodeToString(dictionary.get(), report), nullptr);
+    EXPECT_EQ(report.text(), encode + "emif_EncodeItem failed / emif_EncodeItem: No item name");
+    item.enumNames[1] = kept;
+    kept = std::exchange(dictionary->first->name, nullptr);
+    EXPECT_EQ(emif_DictionaryEncodeToString(dictionary.get(), report), nullptr);
+    EXPECT_EQ(report.text(), encode + "No design name");
+    EXPECT_EQ(emif_DictionaryAddDesign(dictionary.get(), dictionary->first, report), nullptr);
+    EXPECT_EQ(report.text(),
+              "emif_DictionaryAddDesign: DesignPrepend failure NULL / emif_DesignPrepend: FindDesign fail");
+    dictionary->first->name = kept;
 }
 
 TEST(Text, WithoutMemoryNothingIsLeftBehind)

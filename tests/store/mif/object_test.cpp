@@ -50,6 +50,21 @@ TEST(Copies, ShareNothing)
     EXPECT_EQ(again->points.count, 0);
 }
 
+/* A count of less than none is no permission to walk. */
+TEST(Copies, AndReleasesNameTheStepThatFailed)
+{
+    const DesignPtr design = designOf("{0:pbvalues,}A,");
+    Egda_BaseData values{};
+    Counted<Egda_BaseData> record{-1, &values};
+    void* object = &record;
+    Report report;
+    emif_ObjectItemsFree(&object, design.get(), report);
+    EXPECT_EQ(report.text(),
+              "emif_ObjectItemsFree: ObjectItemFree failure / emif_ObjectItemFree: emif_BaseDataFree failed. / "
+              "emif_BaseDataFree: Item values holds -1 elements");
+    EXPECT_EQ(record.pointer, &values);
+}
+
 TEST(Copies, AndReleasesRefuseNulls)
 {
     const DesignPtr design = designOf(kTrack);

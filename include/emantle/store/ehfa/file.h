@@ -184,7 +184,8 @@ typedef struct Ehfa_CopyNodeNameType {
     Ehfa_CopyNodeType row;
 } Ehfa_CopyNodeNameType;
 
-/* Words that follow `err` in ehfa_FileCopy, ended by 0. */
+/* Words that follow `err` in ehfa_FileCopy, ended by 0. Another code fails with "Illegal option %ld": what follows it is
+ * unknown. */
 enum {
     EHFA_COPY_TYPES = 1,      /* `const Ehfa_CopyNodeType*`, before the rows built in */
     EHFA_COPY_NAME_TYPES = 2, /* `const Ehfa_CopyNodeNameType*`, before those by type */
