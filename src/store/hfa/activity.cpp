@@ -39,8 +39,8 @@ void bringUpToDate(Handle& handle, EerrException& scope)
     }
     efio_BufferFlush(handle.file, scope);
     check(scope, "Error re-reading header");
-    step(scope, "ehfa_HeaderRead", "Error re-reading header", [&] { readHeader(handle, scope); });
-    step(scope, "ehfa_EntryPathInit", "Error re-initializing cache", [&] { startTree(handle, scope); });
+    asFunction(scope, "ehfa_HeaderRead", "Error re-reading header", [&] { readHeader(handle, scope); });
+    asFunction(scope, "ehfa_EntryPathInit", "Error re-initializing cache", [&] { startTree(handle, scope); });
 }
 
 }  // namespace

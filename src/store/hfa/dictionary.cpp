@@ -51,13 +51,13 @@ void writeDictionary(Handle& handle, Emif_Dictionary* dictionary, uint32_t& posi
         checked(scope, emif_DictionaryEncodeToString(dictionary, scope), "emif_EncodeDictionary fail"));
     const auto size = static_cast<int64_t>(std::strlen(text.get()));
     const bool stays = reuse && position != 0 && (size == length || size + kNodeSize <= length);
-    const uint32_t place =
-        stays ? position
-              : step(scope, "ehfa_NextFreePos", "ehfa_NextFreePos failed", [&] { return allocateBlock(handle, size, scope); });
+    const uint32_t place = stays ? position : asFunction(scope, "ehfa_NextFreePos", "ehfa_NextFreePos failed", [&] {
+        return allocateBlock(handle, size, scope);
+    });
     writeBytes(handle, place, text.get(), static_cast<std::size_t>(size), scope);
     if (stays && size < length) {
-        step(scope, "ehfa_FreeSpace", "Troubling freeing up old dictionary xtra space",
-             [&] { freeBlock(handle, place + static_cast<uint32_t>(size), length - size, scope); });
+        asFunction(scope, "ehfa_FreeSpace", "Troubling freeing up old dictionary xtra space",
+                   [&] { freeBlock(handle, place + static_cast<uint32_t>(size), length - size, scope); });
     }
     position = place;
     length = static_cast<int32_t>(size);
@@ -71,10 +71,10 @@ void writeOwnDictionary(Handle& handle, EerrException& scope)
     const uint32_t oldPosition = handle.dictionaryPtr;
     const int32_t oldLength = handle.dictionaryLength;
     try {
-        step(scope, "ehfa_DictionaryWrite", "ehfa_DictionaryWrite failed", [&] {
+        asFunction(scope, "ehfa_DictionaryWrite", "ehfa_DictionaryWrite failed", [&] {
             writeDictionary(handle, handle.dictionary, handle.dictionaryPtr, handle.dictionaryLength, true, scope);
         });
-        step(scope, "ehfa_HeaderReWrite", "Header rewrite failed", [&] { writeHeader(handle, scope); });
+        asFunction(scope, "ehfa_HeaderReWrite", "Header rewrite failed", [&] { writeHeader(handle, scope); });
     } catch (...) {
         handle.dictionary->changed = 1;
         handle.dictionaryPtr = oldPosition;
@@ -82,8 +82,8 @@ void writeOwnDictionary(Handle& handle, EerrException& scope)
         throw;
     }
     if (oldPosition != 0 && oldPosition != handle.dictionaryPtr) {
-        step(scope, "ehfa_DictionaryDelete", "Troubling freeing up old dictionary",
-             [&] { freeBlock(handle, oldPosition, oldLength, scope); });
+        asFunction(scope, "ehfa_DictionaryDelete", "Troubling freeing up old dictionary",
+                   [&] { freeBlock(handle, oldPosition, oldLength, scope); });
     }
 }
 
@@ -124,8 +124,8 @@ EMANTLE_API Emsc_Boolean ehfa_DictionaryDelete(Ehfa_File* file, uint32_t positio
     return guarded<Emsc_Boolean>(err, "ehfa_DictionaryDelete", 0, [&](EerrException& scope) {
         require(file != nullptr, "Args");
         Activity activity(opened(file), scope);
-        step(scope, "ehfa_FreeSpace", "Troubling freeing up old dictionary",
-             [&] { freeBlock(opened(file), position, length, scope); });
+        asFunction(scope, "ehfa_FreeSpace", "Troubling freeing up old dictionary",
+                   [&] { freeBlock(opened(file), position, length, scope); });
         return 1;
     });
 }

@@ -23,7 +23,8 @@ void relink(Handle& handle, uint32_t neighbour, uint32_t Ehfa_Entry::*link, uint
         return;
     }
     entry.*link = to;
-    step(scope, "ehfa_WriteEntry", "ehfa_WriteCurrentEntry failed", [&] { writeEntry(handle, neighbour, entry, scope); });
+    asFunction(scope, "ehfa_WriteEntry", "ehfa_WriteCurrentEntry failed",
+               [&] { writeEntry(handle, neighbour, entry, scope); });
 }
 
 /* Takes the current entry out from between its neighbours. */
@@ -51,7 +52,7 @@ void freeClaim(Handle& handle, uint32_t position, int64_t size, EerrException& s
              static_cast<long>(position), handle.nameText.c_str());
         return;
     }
-    step(scope, "ehfa_FreeSpace", "ehfa_FreeSpace failed", [&] { freeBlock(handle, position, size, scope); });
+    asFunction(scope, "ehfa_FreeSpace", "ehfa_FreeSpace failed", [&] { freeBlock(handle, position, size, scope); });
 }
 
 /* Deletes an entry without children; current is then what took its place. */

@@ -24,13 +24,14 @@ void setType(Ehfa_Entry& entry, const char* type)
 
 uint32_t newBlock(Handle& handle, EerrException& scope)
 {
-    return step(scope, "ehfa_NextFreePos", "ehfa_NextFreePos failed",
-                [&] { return allocateBlock(handle, entryBlockSize(handle), scope); });
+    return asFunction(scope, "ehfa_NextFreePos", "ehfa_NextFreePos failed",
+                      [&] { return allocateBlock(handle, entryBlockSize(handle), scope); });
 }
 
 void put(Handle& handle, uint32_t position, const Ehfa_Entry& entry, EerrException& scope)
 {
-    step(scope, "ehfa_WriteEntry", "ehfa_WriteCurrentEntry failed", [&] { writeEntry(handle, position, entry, scope); });
+    asFunction(scope, "ehfa_WriteEntry", "ehfa_WriteCurrentEntry failed",
+               [&] { writeEntry(handle, position, entry, scope); });
 }
 
 /* A new entry between its neighbours. It keeps the time of the entry held before. */

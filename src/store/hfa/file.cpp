@@ -89,7 +89,8 @@ Handle* openAlready(const char* name, const char* mode, Eint_InitToolkitData* co
 
 Ehfa_File* withReference(Handle& handle, const Options& options, EerrException& scope)
 {
-    step(scope, "ehfa_FileChange", "Could not set options on file", [&] { applyOptions(handle, options, scope); });
+    asFunction(scope, "ehfa_FileChange", "Could not set options on file",
+               [&] { applyOptions(handle, options, scope); });
     require(handle.refCount < INT32_MAX, "AddRefToFileInOFL Failed");
     ++handle.refCount;
     return &handle;
@@ -98,14 +99,14 @@ Ehfa_File* withReference(Handle& handle, const Options& options, EerrException& 
 /* What both ways to a handle need, a call with a null context above all. */
 void start(Eint_InitToolkitData* context, EerrException& scope)
 {
-    step(scope, "ehfa_Init", "ehfa_Init failed", [&] { startOpenFiles(context); });
+    asFunction(scope, "ehfa_Init", "ehfa_Init failed", [&] { startOpenFiles(context); });
     requireEnabled();
 }
 
 template <class Find>
 Handle* found(EerrException& scope, Find&& find)
 {
-    return step(scope, "ehfa_FileIsOpen", "Error checking if file is open", find);
+    return asFunction(scope, "ehfa_FileIsOpen", "Error checking if file is open", find);
 }
 
 /* The last steps of both ways to a handle: its header by `header`, its tree, its place in the list. */
@@ -113,13 +114,14 @@ template <class Header>
 Ehfa_File* enterList(OwnedHandle handle, const Options& options, EerrException& scope, const char* function,
                      Header&& header)
 {
-    step(scope, "ehfa_HeaderInit", "Header initialization failure", [&] {
-        step(scope, function, "diskFileHeaderFunction failed", header);
-        step(scope, "ehfa_EntryPathInit", "CacheInit failed", [&] { startTree(*handle, scope); });
-        step(scope, "ehfa_OpenFileAdd", "Unsuccessful in adding file to the list", [&] { addOpenFile(*handle); });
+    asFunction(scope, "ehfa_HeaderInit", "Header initialization failure", [&] {
+        asFunction(scope, function, "diskFileHeaderFunction failed", header);
+        asFunction(scope, "ehfa_EntryPathInit", "CacheInit failed", [&] { startTree(*handle, scope); });
+        asFunction(scope, "ehfa_OpenFileAdd", "Unsuccessful in adding file to the list", [&] { addOpenFile(*handle); });
     });
     try {
-        step(scope, "ehfa_FileChange", "Could not set options on file", [&] { applyOptions(*handle, options, scope); });
+        asFunction(scope, "ehfa_FileChange", "Could not set options on file",
+                   [&] { applyOptions(*handle, options, scope); });
     } catch (...) {
         removeOpenFile(*handle);
         throw;
@@ -142,7 +144,7 @@ Ehfa_File* createFile(const char* name, Eint_InitToolkitData* context, const Opt
         return enterList(std::move(handle), options, scope, "ehfa_HeaderWrite", [&] {
             writeNewFile(fresh, scope);
             fresh.dictionary->changed = 1;
-            step(scope, "ehfa_FileFlush", "File flush failed", [&] { flush(fresh, scope); });
+            asFunction(scope, "ehfa_FileFlush", "File flush failed", [&] { flush(fresh, scope); });
             fresh.activity = 0;
         });
     } catch (...) {
@@ -229,7 +231,7 @@ void closeHandle(Handle& file, EerrException& scope)
         return;
     }
     Activity activity(*handle, scope);
-    step(scope, "ehfa_FileFlush", "File flush failed", [&] {
+    asFunction(scope, "ehfa_FileFlush", "File flush failed", [&] {
         writeHeldBack(*handle, scope);
         flush(*handle, scope);
     });
@@ -240,9 +242,10 @@ void closeHandle(Handle& file, EerrException& scope)
 void writeHeldBack(Handle& handle, EerrException& scope)
 {
     handle.flags &= ~static_cast<uint32_t>(EHFA_FLAG_NO_FLUSH);
-    step(scope, "freeListCacheFlush", "Error in ehfa_FileHostDataWrite", [&] { handle.freeBlocks.writeAll(handle, scope); });
+    asFunction(scope, "freeListCacheFlush", "Error in ehfa_FileHostDataWrite",
+               [&] { handle.freeBlocks.writeAll(handle, scope); });
     if (handle.headerHeldBack) {
-        step(scope, "ehfa_HeaderReWrite", "Header rewrite failed", [&] { writeHeader(handle, scope); });
+        asFunction(scope, "ehfa_HeaderReWrite", "Header rewrite failed", [&] { writeHeader(handle, scope); });
     }
 }
 
@@ -348,8 +351,8 @@ EMANTLE_API Emsc_Boolean ehfa_FileClose(Ehfa_File* file, Eerr_ErrorReport** err)
 {
     return guarded<Emsc_Boolean>(err, "ehfa_FileClose", 0, [&](EerrException& scope) {
         if (file != nullptr && --file->refCount <= 0) {
-            step(scope, "DeleteAndCloseHFAFile", "DeleteAndCloseHFAFile",
-                 [&] { closeHandle(opened(file), scope); });
+            asFunction(scope, "DeleteAndCloseHFAFile", "DeleteAndCloseHFAFile",
+                       [&] { closeHandle(opened(file), scope); });
         }
         return 1;
     });

@@ -186,8 +186,8 @@ void copyData(Handle& source, Handle& target, EerrException& scope)
     std::vector<unsigned char> data(static_cast<std::size_t>(entry.dataSize));
     readBytes(source, entry.data, data.data(), data.size(), scope);
     copyRuns(source, target, data, scope);
-    const uint32_t place = step(scope, "ehfa_NextFreePos", "ehfa_NextFreePos failed",
-                                [&] { return allocateBlock(target, entry.dataSize, scope); });
+    const uint32_t place = asFunction(scope, "ehfa_NextFreePos", "ehfa_NextFreePos failed",
+                                      [&] { return allocateBlock(target, entry.dataSize, scope); });
     writeBytes(target, place, data.data(), data.size(), scope);
     target.currentEntry.data = place;
     target.currentEntry.dataSize = entry.dataSize;
@@ -263,7 +263,7 @@ void copyFile(const char* sourceName, const char* destination, Eint_InitToolkitD
             "Cannot copy to >%s< when it is already open", destination);
     if (Handle* writer = findOpenFile(context, sourceName, false)) {
         Activity activity(*writer, scope);
-        step(scope, "ehfa_FileFlush", "File flush failed", [&] { flush(*writer, scope); });
+        asFunction(scope, "ehfa_FileFlush", "File flush failed", [&] { flush(*writer, scope); });
     }
     OpenStore sourceStore(
         checked(scope, ehfa_FileOpen(sourceName, "r", context, scope), "Error opening file %s", sourceName));
@@ -283,8 +283,8 @@ void copyFile(const char* sourceName, const char* destination, Eint_InitToolkitD
         Activity reading(source, scope);
         Activity writing(target, scope);
         const PlaceKeeper keeper =
-            step(scope, "ehfa_EntryPathSave", "Can't save entry path", [&] { return PlaceKeeper(source); });
-        step(scope, "ehfa_EntrySeek", "Can't find root", [&] { goToRoot(source, scope); });
+            asFunction(scope, "ehfa_EntryPathSave", "Can't save entry path", [&] { return PlaceKeeper(source); });
+        asFunction(scope, "ehfa_EntrySeek", "Can't find root", [&] { goToRoot(source, scope); });
         TreeCopy(source, target, order, scope).run();
     }
     checked(scope, ehfa_FileClose(targetStore.release(), scope), "Unable to copy >%s< to >%s<", sourceName, destination);

@@ -33,7 +33,8 @@ EMANTLE_API Emsc_Boolean ehfa_HeaderReWrite(Ehfa_File* file, Eerr_ErrorReport** 
     return guarded<Emsc_Boolean>(err, "ehfa_HeaderReWrite", 0, [&](EerrException& scope) {
         Handle& handle = opened(file);
         Activity activity(handle, scope);
-        step(scope, "ehfa_FileHostDataWrite", "ehfa_FileHostDataWrite failed", [&] { writeHeader(handle, scope); });
+        asFunction(scope, "ehfa_FileHostDataWrite", "ehfa_FileHostDataWrite failed",
+                   [&] { writeHeader(handle, scope); });
         return 1;
     });
 }

@@ -18,7 +18,7 @@ void FreeList::forget()
 void FreeList::load(Handle& handle, Teller teller, EerrException& scope)
 {
     if (!loaded_ && heldBack(handle)) {
-        step(scope, "freeListCacheLoad", "Error loading free list into cache", [&] { read(handle, scope); });
+        asFunction(scope, "freeListCacheLoad", "Error loading free list into cache", [&] { read(handle, scope); });
     } else if (!loaded_) {
         read(handle, scope);
     }
@@ -39,9 +39,9 @@ void FreeList::read(Handle& handle, EerrException& scope)
             break;
         }
         unsigned char bytes[kNodeSize];
-        step(scope, "ehfa_FileHostDataRead",
-             heldBack(handle) ? "Error reading free list item into cache" : "ehfa_FileHostDataRead failed",
-             [&] { readBytes(handle, position, bytes, sizeof bytes, scope); });
+        asFunction(scope, "ehfa_FileHostDataRead",
+                   heldBack(handle) ? "Error reading free list item into cache" : "ehfa_FileHostDataRead failed",
+                   [&] { readBytes(handle, position, bytes, sizeof bytes, scope); });
         const Ehfa_FreeListNode node = decodedNode(bytes);
         if (node.freeSize < static_cast<int32_t>(kNodeSize) ||
             !isAllocatable(handle, position, static_cast<uint32_t>(node.freeSize))) {
@@ -70,8 +70,8 @@ void FreeList::writeNode(Handle& handle, std::size_t index, const Texts& texts, 
 {
     const uint32_t link = index + 1 < blocks_.size() ? blocks_[index + 1].position : 0;
     const auto bytes = encoded(Ehfa_FreeListNode{link, static_cast<int32_t>(blocks_[index].size)});
-    step(scope, "freeListItemSet", texts.node,
-         [&] { writeBytes(handle, blocks_[index].position, bytes.data(), bytes.size(), scope); });
+    asFunction(scope, "freeListItemSet", texts.node,
+               [&] { writeBytes(handle, blocks_[index].position, bytes.data(), bytes.size(), scope); });
 }
 
 void FreeList::writeLinkTo(Handle& handle, std::size_t index, const Texts& texts, EerrException& scope)
@@ -83,7 +83,7 @@ void FreeList::writeLinkTo(Handle& handle, std::size_t index, const Texts& texts
     const uint32_t first = blocks_.empty() ? 0 : blocks_[0].position;
     if (handle.freeList != first || heldBack(handle)) {
         handle.freeList = first;
-        step(scope, "ehfa_HeaderReWrite", texts.header, [&] { writeHeader(handle, scope); });
+        asFunction(scope, "ehfa_HeaderReWrite", texts.header, [&] { writeHeader(handle, scope); });
     }
 }
 
@@ -154,8 +154,8 @@ void FreeList::add(Handle& handle, uint32_t position, uint32_t size, EerrExcepti
             static_cast<long>(position), handle.nameText.c_str());
 
     if (blocks_.size() == blocks_.capacity()) {
-        step(scope, "freeListCacheInsert", "Unable to allocate new item for free list cache",
-             [&] { blocks_.reserve(2 * blocks_.capacity() + 16); });
+        asFunction(scope, "freeListCacheInsert", "Unable to allocate new item for free list cache",
+                   [&] { blocks_.reserve(2 * blocks_.capacity() + 16); });
     }
     change(handle, scope, [&] {
         const auto next = blocks_.begin() + static_cast<std::ptrdiff_t>(index);

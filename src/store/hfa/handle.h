@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frame/guard/guard.h"
+#include "frame/guard/nested.h"
 #include "store/hfa/free_list.h"
 #include "store/hfa/path.h"
 
@@ -44,24 +44,5 @@ inline Handle& opened(Ehfa_File* file, Say text = "Invalid EHFA file handle")
 inline bool inBatchMode(const Handle& handle) { return (handle.flags & EHFA_FLAG_BATCH) != 0; }
 inline bool heldBack(const Handle& handle) { return (handle.flags & EHFA_FLAG_NO_FLUSH) != 0; }
 inline bool isAtRoot(const Handle& handle) { return handle.entryPtr == handle.rootEntryPtr; }
-
-/* Runs a step of a larger call: what the step throws becomes a chain under a record of `function` in `scope`, and the
- * call fails with `text`. */
-template <class Body>
-decltype(auto) step(EerrException& scope, const char* function, Say text, Body&& body)
-{
-    try {
-        return body();
-    } catch (...) {
-        /* What a step within the step has left in the scope lies below. */
-        EerrException inner{OrvikLog::Literal{function}};
-        Eerr_ErrorReport* chain = scope.Release();
-        inner.Absorb(&chain);
-        takeThrown(inner, text.number);
-        chain = inner.Release();
-        scope.Absorb(&chain);
-    }
-    fail(text);
-}
 
 }  // namespace emantle::hfa

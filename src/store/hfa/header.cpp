@@ -44,8 +44,8 @@ void writeNewFile(Handle& handle, EerrException& scope)
     encode32(handle.headerPtr, bytes.data() + sizeof kLabel);
     std::ranges::copy(encodedHeader(handle), bytes.begin() + kHeaderPosition);
     std::ranges::copy(encoded(root), bytes.begin() + handle.rootEntryPtr);
-    step(scope, "ehfa_FileHostDataWrite", "ehfa_FileHostDataWrite failed",
-         [&] { writeBytes(handle, 0, bytes.data(), bytes.size(), scope); });
+    asFunction(scope, "ehfa_FileHostDataWrite", "ehfa_FileHostDataWrite failed",
+               [&] { writeBytes(handle, 0, bytes.data(), bytes.size(), scope); });
     handle.fileEnd = static_cast<uint32_t>(bytes.size());
 }
 
@@ -76,15 +76,15 @@ void readHeader(Handle& handle, EerrException& scope)
             "The header of %s at %ld is not within its %ld bytes", handle.name, static_cast<long>(handle.headerPtr),
             static_cast<long>(handle.fileEnd));
     unsigned char bytes[kHeaderSize];
-    step(scope, "ehfa_FileHostDataRead", "ehfa_FileHostDataRead failed",
-         [&] { readBytes(handle, handle.headerPtr, bytes, sizeof bytes, scope); });
+    asFunction(scope, "ehfa_FileHostDataRead", "ehfa_FileHostDataRead failed",
+               [&] { readBytes(handle, handle.headerPtr, bytes, sizeof bytes, scope); });
     decodeHeader(bytes, handle);
     require(handle.dictionaryPtr != 0, "File does not contain an EMIF dictionary");
 
     Emif_Dictionary* read = nullptr;
     int32_t length = 0;
-    step(scope, "ehfa_DictionaryRead", "ehfa_DictionaryRead failed",
-         [&] { read = readDictionary(handle, nullptr, handle.dictionaryPtr, length, scope); });
+    asFunction(scope, "ehfa_DictionaryRead", "ehfa_DictionaryRead failed",
+               [&] { read = readDictionary(handle, nullptr, handle.dictionaryPtr, length, scope); });
     emif_DictionaryDestroy(handle.dictionary);
     handle.dictionary = read;
     handle.dictionary->changed = 0;

@@ -17,7 +17,8 @@ namespace emantle::hfa {
 bool goToObject(Handle& handle, const char* path, const char* name, long method, EerrException& scope)
 {
     const auto seek = [&](long how, const char* what) {
-        return step(scope, "ehfa_EntrySeek", {"Seek failed for %s"}, [&] { return seekEntry(handle, how, what, scope); });
+        return asFunction(scope, "ehfa_EntrySeek", {"Seek failed for %s"},
+                          [&] { return seekEntry(handle, how, what, scope); });
     };
     if (path != nullptr && !seek(EHFA_SEEK_PATH, path)) {
         return false;
@@ -40,19 +41,20 @@ bool beginObject(Handle& handle, const char* path, const char* name, const char*
                  EerrException& scope)
 {
     if (path != nullptr) {
-        const bool found = step(scope, "ehfa_EntrySeek", "ehfa_EntrySeek failed",
-                                [&] { return seekEntry(handle, EHFA_SEEK_PATH, path, scope); });
+        const bool found = asFunction(scope, "ehfa_EntrySeek", "ehfa_EntrySeek failed",
+                                      [&] { return seekEntry(handle, EHFA_SEEK_PATH, path, scope); });
         require(found, "nodePath %s not found", path);
     }
     const bool isNew = method != EHFA_WRITE_CURRENT || isAtRoot(handle);
-    step(scope, "ehfa_EntryWrite", "ehfa_EntryWrite failed",
-         [&] { writeTreeEntry(handle, method, name, type, scope); });
+    asFunction(scope, "ehfa_EntryWrite", "ehfa_EntryWrite failed",
+               [&] { writeTreeEntry(handle, method, name, type, scope); });
     return isNew;
 }
 
 uint32_t blockOf(Handle& handle, int64_t size, EerrException& scope)
 {
-    return step(scope, "ehfa_NextFreePos", "ehfa_NextFreePos failed", [&] { return allocateBlock(handle, size, scope); });
+    return asFunction(scope, "ehfa_NextFreePos", "ehfa_NextFreePos failed",
+                      [&] { return allocateBlock(handle, size, scope); });
 }
 
 /* Gives up the block of an object that gets another one. */
@@ -60,8 +62,8 @@ void dropBlock(Handle& handle, const Ehfa_Entry& entry, EerrException& scope)
 {
     if (entry.data != 0 && entry.dataSize > 0 &&
         isAllocatable(handle, entry.data, static_cast<uint32_t>(entry.dataSize))) {
-        step(scope, "ehfa_FreeSpace", "ehfa_FreeSpace failed",
-             [&] { freeBlock(handle, entry.data, entry.dataSize, scope); });
+        asFunction(scope, "ehfa_FreeSpace", "ehfa_FreeSpace failed",
+                   [&] { freeBlock(handle, entry.data, entry.dataSize, scope); });
     }
 }
 
@@ -70,7 +72,7 @@ void stampEntry(Handle& handle, uint32_t data, int64_t size, EerrException& scop
     handle.currentEntry.data = data;
     handle.currentEntry.dataSize = static_cast<int32_t>(size);
     handle.currentEntry.modTime = static_cast<double>(std::time(nullptr));
-    step(scope, "ehfa_EntryWrite", "ehfa_EntryWrite failed", [&] { rewriteCurrent(handle, scope); });
+    asFunction(scope, "ehfa_EntryWrite", "ehfa_EntryWrite failed", [&] { rewriteCurrent(handle, scope); });
 }
 
 void writeBytesOfObject(Handle& handle, bool isNew, const void* bytes, int64_t size, EerrException& scope)
@@ -87,8 +89,8 @@ void writeBytesOfObject(Handle& handle, bool isNew, const void* bytes, int64_t s
     }
     stampEntry(handle, block, size, scope);
     if (size > 0) {
-        step(scope, "ehfa_FileMIFDataWrite", "ehfa_FileMIFDataWrite failed",
-             [&] { writeBytes(handle, block, bytes, static_cast<std::size_t>(size), scope); });
+        asFunction(scope, "ehfa_FileMIFDataWrite", "ehfa_FileMIFDataWrite failed",
+                   [&] { writeBytes(handle, block, bytes, static_cast<std::size_t>(size), scope); });
     }
 }
 
@@ -119,8 +121,8 @@ void writeObject(Handle& handle, const char* path, const char* name, const char*
     }
     stampEntry(handle, block, size, scope);
     if (size > 0) {
-        step(scope, "ehfa_FileHostDataWrite", "ehfa_FileHostDataWrite failed",
-             [&] { writeRecord(handle, block, design, record, scope); });
+        asFunction(scope, "ehfa_FileHostDataWrite", "ehfa_FileHostDataWrite failed",
+                   [&] { writeRecord(handle, block, design, record, scope); });
     }
 }
 
@@ -183,7 +185,7 @@ EMANTLE_API const char* ehfa_ObjectDataReadIfPresent(Ehfa_File* file, const char
         if (data != nullptr && entry.dataSize != 0) {
             requireData(handle);
             bytes = allocate<char>(static_cast<std::size_t>(entry.dataSize));
-            step(scope, "ehfa_FileMIFDataRead", "ehfa_FileMIFDataRead failed", [&] {
+            asFunction(scope, "ehfa_FileMIFDataRead", "ehfa_FileMIFDataRead failed", [&] {
                 readBytes(handle, entry.data, bytes.get(), static_cast<std::size_t>(entry.dataSize), scope);
             });
         }
@@ -232,7 +234,7 @@ EMANTLE_API Emsc_Boolean ehfa_ObjectDelete(Ehfa_File* file, const char* path, co
         Handle& handle = opened(file);
         Activity activity(handle, scope);
         if (goToObject(handle, path, name, method, scope)) {
-            step(scope, "ehfa_EntryDelete", "EntryDelete failure!", [&] { deleteCurrent(handle, scope); });
+            asFunction(scope, "ehfa_EntryDelete", "EntryDelete failure!", [&] { deleteCurrent(handle, scope); });
         }
         return 1;
     });

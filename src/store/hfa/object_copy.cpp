@@ -75,8 +75,8 @@ EMANTLE_API Emsc_Boolean ehfa_ObjectCopy(Ehfa_File* file, const char* source, co
         const CopyChoices choices = choicesFrom(words);
         require(!choices.withChildren && choices.existing == 1, "ehfa_ObjectCopy does not yet support options");
         Activity activity(handle, scope);
-        const bool found = step(scope, "ehfa_EntrySeek", "ObjectSeek failed",
-                                [&] { return goToObject(handle, source, sourceName, seekMethod, scope); });
+        const bool found = asFunction(scope, "ehfa_EntrySeek", "ObjectSeek failed",
+                                      [&] { return goToObject(handle, source, sourceName, seekMethod, scope); });
         require(found, "Source object not found!");
         const std::string name = handle.currentEntry.name;
         const std::string type = handle.currentEntry.type;
@@ -91,7 +91,7 @@ EMANTLE_API Emsc_Boolean ehfa_ObjectCopy(Ehfa_File* file, const char* source, co
                                           record.get(), scope),
                     "ehfa_FileHostDataRead failed");
         }
-        step(scope, "ehfa_ObjectWrite", "ehfa_ObjectWrite failed", [&] {
+        asFunction(scope, "ehfa_ObjectWrite", "ehfa_ObjectWrite failed", [&] {
             writeObject(handle, destination, name.c_str(), type.c_str(), writeMethod, record.get(), design, scope);
         });
         return 1;

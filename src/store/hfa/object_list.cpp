@@ -13,8 +13,8 @@ EMANTLE_API Estr_StringList* ehfa_ObjectList(Ehfa_File* file, const char* start,
         Handle& handle = opened(file);
         Activity activity(handle, scope);
         if (start != nullptr) {
-            const bool found = step(scope, "ehfa_EntrySeek", "EntrySeek fail",
-                                    [&] { return seekEntry(handle, EHFA_SEEK_PATH, start, scope); });
+            const bool found = asFunction(scope, "ehfa_EntrySeek", "EntrySeek fail",
+                                          [&] { return seekEntry(handle, EHFA_SEEK_PATH, start, scope); });
             require(found, "Could not find starting node \"%s\"", start);
         }
         require(!inBatchMode(handle), "Invalid seek method for writing w/o caching");
@@ -27,8 +27,8 @@ EMANTLE_API Estr_StringList* ehfa_ObjectList(Ehfa_File* file, const char* start,
                 (type == nullptr || std::strcmp(type, entry.type) == 0)) {
                 checked(scope, estr_StringListAppend(list, handle.path, scope), "StringListAppend fail");
             }
-            more = step(scope, "ehfa_EntrySeek", "EntrySeek fail",
-                        [&] { return goToDepthNext(handle, top.position, scope); });
+            more = asFunction(scope, "ehfa_EntrySeek", "EntrySeek fail",
+                              [&] { return goToDepthNext(handle, top.position, scope); });
         }
         restore(handle, std::move(top));
         return list.Release();

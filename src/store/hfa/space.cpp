@@ -40,7 +40,7 @@ uint32_t allocateBlock(Handle& handle, int64_t wanted, EerrException& scope)
     const uint32_t size = std::max<uint32_t>(kNodeSize, static_cast<uint32_t>(wanted));
 
     FreeList& list = handle.freeBlocks;
-    step(scope, "freeListItemGet", "freeListItemGet fail", [&] { list.load(handle, Teller::allocation, scope); });
+    asFunction(scope, "freeListItemGet", "freeListItemGet fail", [&] { list.load(handle, Teller::allocation, scope); });
     const auto& blocks = list.blocks();
     for (std::size_t index = 0; index < blocks.size(); ++index) {
         if (fits(blocks[index], size)) {
@@ -64,7 +64,8 @@ uint32_t allocateBlock(Handle& handle, int64_t wanted, EerrException& scope)
             "Cannot allocate free block; resulting file would exceed the OS or EHFA limit");
     extendTo(handle, start + length, scope);
     if (tail) {
-        step(scope, "freeListItemRemove", "freeListItemRemove failed", [&] { list.remove(handle, *tail, scope); });
+        asFunction(scope, "freeListItemRemove", "freeListItemRemove failed",
+                   [&] { list.remove(handle, *tail, scope); });
     }
     return static_cast<uint32_t>(start);
 }
@@ -77,8 +78,8 @@ void freeBlock(Handle& handle, uint32_t position, int64_t size, EerrException& s
     require(size <= kFileLimit && isAllocatable(handle, position, static_cast<uint64_t>(size)),
             "%ld bytes at %ld cannot be freed: they are no block of %s", static_cast<long>(size),
             static_cast<long>(position), handle.nameText.c_str());
-    step(scope, "freeListItemGet", "freeListItemGet failed",
-         [&] { handle.freeBlocks.load(handle, Teller::freeing, scope); });
+    asFunction(scope, "freeListItemGet", "freeListItemGet failed",
+               [&] { handle.freeBlocks.load(handle, Teller::freeing, scope); });
     handle.freeBlocks.add(handle, position, static_cast<uint32_t>(size), scope);
 }
 
@@ -114,8 +115,8 @@ EMANTLE_API long ehfa_FileFreeSpaceSize(Ehfa_File* file, Eerr_ErrorReport** err)
     return guarded<long>(err, "ehfa_FileFreeSpaceSize", -1, [&](EerrException& scope) {
         Handle& handle = opened(file, "Args");
         Activity activity(handle, scope);
-        step(scope, "freeListItemGet", "freeListItemGet failed",
-             [&] { handle.freeBlocks.load(handle, Teller::nobody, scope); });
+        asFunction(scope, "freeListItemGet", "freeListItemGet failed",
+                   [&] { handle.freeBlocks.load(handle, Teller::nobody, scope); });
         require(!handle.freeBlocks.isDamaged(), "Corrupt free list");
         long sum = 0;
         for (const FreeBlock& block : handle.freeBlocks.blocks()) {

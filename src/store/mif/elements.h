@@ -1,6 +1,6 @@
 #pragma once
 
-#include "store/mif/nested.h"
+#include "frame/guard/nested.h"
 #include "store/mif/types.h"
 
 #include <cstddef>

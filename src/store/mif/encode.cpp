@@ -1,4 +1,4 @@
-#include "store/mif/nested.h"
+#include "frame/guard/nested.h"
 #include "store/mif/stream.h"
 #include "store/mif/types.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "frame/memory/heap_ptr.h"
-#include "store/mif/nested.h"
+#include "frame/guard/nested.h"
 #include "store/mif/owners.h"
 #include "store/mif/types.h"
 

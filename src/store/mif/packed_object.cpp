@@ -1,5 +1,5 @@
 #include "frame/memory/heap_ptr.h"
-#include "store/mif/nested.h"
+#include "frame/guard/nested.h"
 #include "store/mif/owners.h"
 #include "store/mif/stream.h"
 

@@ -1,5 +1,5 @@
 #include "store/mif/elements.h"
-#include "store/mif/nested.h"
+#include "frame/guard/nested.h"
 
 #include <algorithm>
 #include <emantle/files/efio/handle.h>

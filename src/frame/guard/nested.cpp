@@ -1,6 +1,6 @@
-#include "store/mif/nested.h"
+#include "frame/guard/nested.h"
 
-namespace emantle::mif {
+namespace emantle {
 
 void recordThrown(EerrException& scope, const char* function, long line) noexcept
 {
@@ -12,4 +12,4 @@ void recordThrown(EerrException& scope, const char* function, long line) noexcep
     scope.Absorb(&chain);
 }
 
-}  // namespace emantle::mif
+}  // namespace emantle

@@ -2,7 +2,7 @@
 
 #include "frame/guard/guard.h"
 
-namespace emantle::mif {
+namespace emantle {
 
 /* Inside a handler: makes what was thrown the record of `function`, in front of the chain that `scope` holds. */
 void recordThrown(EerrException& scope, const char* function, long line) noexcept;
@@ -33,4 +33,4 @@ decltype(auto) asFunction(EerrException& scope, const char* function, Say caller
     fail(callerSays, arguments...);
 }
 
-}  // namespace emantle::mif
+}  // namespace emantle
