@@ -170,6 +170,7 @@ TEST(FileName, SetReplacesAndAppends)
     EXPECT_EQ(nameSet("/a/b.img", "/x/y", 7), "/x/y/b.img");
     EXPECT_EQ(nameSet("/a/b/c", "x", 24, 0), "/x/b/c");
     EXPECT_EQ(nameSet("/a/b/c", "p/q", 4, 1), "/p/q/b/c");
+    EXPECT_EQ(nameSet("a\\/", "b", 24, 1), "a\\//b");
     EXPECT_EQ(nameSet("/a", "D:", 1), "D:/a");
     EXPECT_EQ(nameSet("/a", "DD", 1), "!Bad drive specification");
     EXPECT_EQ(nameSet("/a", "", 24), "!data must not be the NULL string");

@@ -51,12 +51,6 @@ std::string compose(const NodePath& parsed, long options, std::size_t place)
     return out;
 }
 
-/* Whether `text` ends in a ":" that separates. */
-bool endsInSeparator(std::string_view text) noexcept
-{
-    return !text.empty() && text.back() == ':' && !endsInProtection(text.substr(0, text.size() - 1));
-}
-
 /* The nodes in front of what is replaced, `data`, and the nodes behind it. */
 std::string replaced(const NodePath& parsed, const std::string& data, long options, std::size_t place)
 {
@@ -66,7 +60,7 @@ std::string replaced(const NodePath& parsed, const std::string& data, long optio
         out += joined(parsed.nodes, place, ':');
     }
     const auto append = [&](const std::string& piece) {
-        const bool apart = !out.empty() && !endsInSeparator(out) && !piece.empty() && piece.front() != ':';
+        const bool apart = !out.empty() && !endsInSeparator(out, ':') && !piece.empty() && piece.front() != ':';
         out += (apart ? ":" : "") + piece;
     };
     append(data);
