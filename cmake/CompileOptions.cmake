@@ -37,6 +37,11 @@ if(EMANTLE_SANITIZE)
     add_link_options(-fsanitize=address,undefined,float-cast-overflow)
 endif()
 
+# A fuzzer is guided by the paths that its inputs take through the library.
+if(EMANTLE_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # Loops over pixels state their own level: at -O2 g++ 12 vectorises next to nothing. Only the optimising
 # configurations take -O3; under the sanitizers and in Debug it would cost compile time and show nothing.
 # Contraction stays off so that a result does not depend on the instruction set that was chosen.

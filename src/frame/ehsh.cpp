@@ -186,6 +186,47 @@ bool raiseOutcome(PlainScope& scope, HashTable::Outcome outcome) noexcept
     return true;
 }
 
+/* A key that is there already, in a table that hashes itself and keeps no order, in a process of one thread: as little as can
+ * be done, so that the loads of one call begin while those of the call before it are on their way. */
+void* presentKey(int id, const void* key) noexcept
+{
+    const HashTable* table = platform::onlyThread() ? hashTableOf(id) : nullptr;
+    if (table == nullptr || key == nullptr || !table->hashesItself() || table->hasOrder()) {
+        return nullptr;
+    }
+    HashTable::Node* node = table->find(key);
+    return node == nullptr ? nullptr : slotOf(*table, node);
+}
+
+[[gnu::noinline]] void* keyHash(int id, const void* key, const void* data, Eerr_ErrorReport** err)
+{
+    PlainScope scope("ehsh_KeyHash", err);
+    const KeySection unsafe(id);
+    if (key == nullptr) {
+        return scope.raise("Invalid search key"), nullptr;
+    }
+    HashTable* table = tableOrRaise(scope, id);
+    if (table == nullptr) {
+        return nullptr;
+    }
+    HashTable::Place place;
+    HashTable::Outcome outcome = HashTable::Outcome::done;
+    if (!table->locate(key, place)) [[unlikely]] {
+        outcome = HashTable::Outcome::noBucket;
+    } else if (*place.link == nullptr) {
+        outcome = table->add(key, place);
+    } else if (table->hasOrder() && !table->renew(*place.link)) {
+        outcome = HashTable::Outcome::orderBroken;
+    }
+    if (outcome != HashTable::Outcome::done && raiseOutcome(scope, outcome)) [[unlikely]] {
+        return nullptr;
+    }
+    if (data != nullptr) {
+        takeData(*table, *place.link, data);
+    }
+    return slotOf(*table, *place.link);
+}
+
 } // namespace
 
 HashTable* hashTableOf(int id) noexcept
@@ -242,31 +283,11 @@ EMANTLE_API void ehsh_TableDelete(int id, Eerr_ErrorReport** err)
 
 EMANTLE_API void* ehsh_KeyHash(int id, const void* key, const void* data, Eerr_ErrorReport** err)
 {
-    PlainScope scope("ehsh_KeyHash", err);
-    const KeySection unsafe(id);
-    if (key == nullptr) {
-        return scope.raise("Invalid search key"), nullptr;
+    if (void* slot = data == nullptr ? presentKey(id, key) : nullptr) {
+        eerr_Init(err);
+        return slot;
     }
-    HashTable* table = tableOrRaise(scope, id);
-    if (table == nullptr) {
-        return nullptr;
-    }
-    HashTable::Place place;
-    HashTable::Outcome outcome = HashTable::Outcome::done;
-    if (!table->locate(key, place)) [[unlikely]] {
-        outcome = HashTable::Outcome::noBucket;
-    } else if (*place.link == nullptr) {
-        outcome = table->add(key, place);
-    } else if (table->hasOrder() && !table->renew(*place.link)) {
-        outcome = HashTable::Outcome::orderBroken;
-    }
-    if (outcome != HashTable::Outcome::done && raiseOutcome(scope, outcome)) [[unlikely]] {
-        return nullptr;
-    }
-    if (data != nullptr) {
-        takeData(*table, *place.link, data);
-    }
-    return slotOf(*table, *place.link);
+    return keyHash(id, key, data, err);
 }
 
 EMANTLE_API void* ehsh_KeyUnHash(int id, const void* key, Eerr_ErrorReport** err)

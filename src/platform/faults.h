@@ -16,8 +16,10 @@
 namespace emantle::platform {
 
 // The calls that pass the seam, one a system call: a transfer that is continued passes it again.
+// `release` counts what is given back, a block that a reallocation replaced included; it cannot fail.
 enum class Operation {
     allocate,
+    release,
     open,
     read,
     write,

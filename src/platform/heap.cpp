@@ -127,6 +127,7 @@ void* reallocateZeroed(void* block, std::size_t size) noexcept
     if (lead != old.lead)
         std::memmove(base + lead, base + old.lead, kept);
     std::memset(base + lead + kept, 0, size - kept);
+    interference(Operation::release);
     return place(base, lead, size);
 }
 
@@ -134,6 +135,7 @@ void release(void* block) noexcept
 {
     if (block == nullptr)
         return;
+    interference(Operation::release);
     allow(block);
     std::free(static_cast<char*>(block) - headerOf(block)->lead); // glibc's free keeps errno
 }

@@ -94,6 +94,7 @@ TEST(NodePath, SetReplacesAppendsAndProtects)
     EXPECT_EQ(nodeSet(":a:b:c", ":x", 192, -1), ":x:c");
     EXPECT_EQ(nodeSet(":a:b", "p:q\\", 256, 0), ":p\\:q\\\\:b");
     EXPECT_EQ(nodeGet(nodeSet(":a", "p:q\\", 256, 1).c_str(), 256, -1), "p:q\\");
+    EXPECT_EQ(nodeSet("a:b", ":", 256, 0), "\\::b");
     EXPECT_EQ(nodeSet(":a", nullptr, 256, 0), "!Invalid input Args");
 }
 
@@ -169,6 +170,7 @@ TEST(FileName, SetReplacesAndAppends)
     EXPECT_EQ(nameSet("/a/b.img", "/x/y", 7), "/x/y/b.img");
     EXPECT_EQ(nameSet("/a/b/c", "x", 24, 0), "/x/b/c");
     EXPECT_EQ(nameSet("/a/b/c", "p/q", 4, 1), "/p/q/b/c");
+    EXPECT_EQ(nameSet("a\\/", "b", 24, 1), "a\\//b");
     EXPECT_EQ(nameSet("/a", "D:", 1), "D:/a");
     EXPECT_EQ(nameSet("/a", "DD", 1), "!Bad drive specification");
     EXPECT_EQ(nameSet("/a", "", 24), "!data must not be the NULL string");
@@ -269,6 +271,11 @@ TEST(NodeList, SetKeepsTheListReadable)
     EXPECT_EQ(listSet("", "t", 32, 0, 0), "!Cannot modify title of non-existent <FileNodeListItem>");
     EXPECT_EQ(listSet(list, ":n", 448, 2, 0), "!Cannot modify a <NodePath> of a non-existent <FileNodeListItem>");
     EXPECT_EQ(listSet(list, "n", 448, 0, 0), "!<NodePath> is not a <FullNodePath>");
+    EXPECT_EQ(listSet("a", "", 31, 0, 0), "");
+    EXPECT_EQ(listSet("a,b", "", 31, 0, 0), "!Illegal character, ,, at position 0");
+    EXPECT_EQ(listSet("a,b", "", 31, 1, 0), "!Parse error; <FileNodeList> terminates with NULL <FileName>");
+    EXPECT_EQ(listSet("a(T)", "d/", 31, 0, 0),
+              "!Parse error; <FileNodeListItemSpec> at position 2 is preceded by a <DirectoryName>");
     EXPECT_EQ(taken(efnp_FileNodeCreate("/d", "f.img", "n:m", "T", nullptr)), "/d/f.img(T:n:m)");
     EXPECT_EQ(taken(efnp_FileNodeCreate(nullptr, "f.img", nullptr, nullptr, nullptr)), "f.img");
 }

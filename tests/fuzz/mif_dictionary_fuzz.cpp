@@ -1,15 +1,13 @@
 // The text of a dictionary: whatever decodes must encode to a text that decodes. It need not be the same text again: where
 // one name stands for two designs, the order of the new text may decide for the other.
 
+#include "fuzz/input.h"
 #include "store/mif/stream.h"
 
-#include <cstdlib>
 #include <emantle/store/emif.h>
 #include <string>
 
 namespace {
-
-void drop(void*, Eerr_ErrorReport*, Eerr_ErrorReportingMode, Eerr_ErrorReport**) {}
 
 std::string encoded(Emif_Dictionary* dictionary)
 {
@@ -23,7 +21,7 @@ std::string encoded(Emif_Dictionary* dictionary)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    eerr_SetAltErrorFunction(drop, nullptr);
+    fuzz::dropReports();
     EmifDictionaryT<char> dictionary(emif_DictionaryCreate(nullptr));
     EerrException scope(OrvikLog::Literal{"fuzz"});
     try {

@@ -1,17 +1,15 @@
 // A dictionary's text and behind its "." the bytes of a record of its last design: what can be read can be copied,
 // measured and written, and both give the same bytes.
 
+#include "fuzz/input.h"
 #include "store/mif/stream.h"
 
-#include <cstdlib>
 #include <emantle/store/emif.h>
 #include <vector>
 
 namespace {
 
 constexpr long kLargestRecord = 1L << 20;
-
-void drop(void*, Eerr_ErrorReport*, Eerr_ErrorReportingMode, Eerr_ErrorReport**) {}
 
 std::vector<std::uint8_t> written(const void* object, const Emif_Design* design)
 {
@@ -45,7 +43,7 @@ void tryRecord(EerrException& scope, emantle::mif::Bytes bytes, const Emif_Desig
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    eerr_SetAltErrorFunction(drop, nullptr);
+    fuzz::dropReports();
     EmifDictionaryT<char> dictionary(emif_DictionaryCreate(nullptr));
     EerrException scope(OrvikLog::Literal{"fuzz"});
     std::size_t length = 0;

@@ -1,26 +1,15 @@
 // A number format, up to the first line feed, and behind it the bytes of numbers; what stands before the line feed is
 // tried as an expression and as a command line, too. A text fits a buffer of exactly its size, and no smaller one.
 
-#include <algorithm>
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <emantle/frame/emsc/heap.h>
+#include "fuzz/input.h"
+
 #include <emantle/frame/estr.h>
 #include <limits>
-#include <string>
 #include <vector>
 
+using namespace fuzz;
+
 namespace {
-
-void drop(void*, Eerr_ErrorReport*, Eerr_ErrorReportingMode, Eerr_ErrorReport**) {}
-
-void need(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
 
 void tryNumber(const Estr_XLFormat* format, double number)
 {
@@ -38,7 +27,7 @@ void tryNumber(const Estr_XLFormat* format, double number)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    eerr_SetAltErrorFunction(drop, nullptr);
+    dropReports();
     const std::string input(reinterpret_cast<const char*>(data), size);
     const std::size_t end = std::min(input.find('\n'), size);
     const std::string text(input.substr(0, end).c_str());

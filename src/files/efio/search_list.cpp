@@ -1,4 +1,5 @@
 #include "files/efio/names.h"
+#include "frame/estr/environment.h"
 #include "frame/guard/guard.h"
 
 #include <algorithm>
@@ -6,7 +7,6 @@
 #include <emantle/files/efio/scan.h>
 #include <emantle/files/efio/search_list.h>
 #include <emantle/files/efnp/file_name.h>
-#include <emantle/frame/estr/environment.h>
 #include <utility>
 #include <vector>
 
@@ -62,8 +62,9 @@ std::vector<std::string> directoriesOf(const char* text, EerrException& scope)
 /* The value of a variable, or the text in its place. */
 std::string valueOf(const char* name, const char* defaultText)
 {
-    const HeapPtr<char> value(estr_GetEnv(name));
-    return value != nullptr ? value.get() : defaultText == nullptr ? "" : defaultText;
+    std::string value = defaultText == nullptr ? "" : defaultText;
+    environmentValue(name, value);
+    return value;
 }
 
 /* "de_DE" and "de"; nothing for the languages "C" and "POSIX". */

@@ -1,5 +1,6 @@
 #include "files/efio/internal_names.h"
 #include "files/efio/names.h"
+#include "frame/estr/environment.h"
 #include "frame/guard/guard.h"
 #include "platform/clock.h"
 #include "platform/environment.h"
@@ -11,7 +12,6 @@
 #include <cstring>
 #include <emantle/files/efio/paths.h>
 #include <emantle/files/efio/temporary.h>
-#include <emantle/frame/estr/environment.h>
 
 namespace emantle::files {
 
@@ -38,9 +38,8 @@ void checkDirectory(const std::string& path)
 std::string directoryOfEnvironment()
 {
     for (const char* variable : {"ORVIK_TMPDIR", "TEMP"}) {
-        const HeapPtr<char> value(estr_GetEnv(variable));
-        if (value != nullptr) {
-            return expandedName(value.get());
+        if (std::string value; environmentValue(variable, value)) {
+            return expandedName(value.c_str());
         }
     }
     const std::string builtIn = expandedName("\\TEMP");

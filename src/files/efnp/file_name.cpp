@@ -99,13 +99,13 @@ std::string replaced(FileName parsed, const std::string& data, long options, std
     if (lowest == EFNP_EXTENSION && !data.empty() && data.front() != '.') {
         out += '.';
     }
-    if (opensName && place > 0 && out.back() != '/') {
+    if (opensName && place > 0 && !endsInSeparator(out, '/')) {
         out += '/';
     }
     out += data;
     const long behind = EFNP_FILE_NAME & ~(2 * highest - 1);
     const std::string rest = compose(parsed, behind, place);
-    const bool apart = (highest == EFNP_DIRECTORIES) && !rest.empty() && !data.empty() && out.back() != '/';
+    const bool apart = (highest == EFNP_DIRECTORIES) && !rest.empty() && !data.empty() && !endsInSeparator(out, '/');
     out += (apart ? "/" : "") + rest;
     for (std::size_t i = place + 1; i < parsed.components.size(); ++i) {
         out += "/" + parsed.components[i];

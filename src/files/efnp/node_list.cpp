@@ -158,6 +158,15 @@ std::string compose(const Item& item)
     return item.name + inParentheses(item.title + joined(item.paths, item.paths.size(), ','));
 }
 
+std::string compose(const std::vector<Item>& items)
+{
+    std::string out;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        out += (i == 0 ? "" : ",") + compose(items[i]);
+    }
+    return out;
+}
+
 std::string partOf(const Item& item, long options, long path)
 {
     const std::string wanted = item.paths.empty() ? std::string() : item.paths[placeOf(path, item.paths.size())];
@@ -309,11 +318,9 @@ EMANTLE_API char* efnp_FileNodeListSet(const char* list, const char* data, long 
         const std::size_t place = none ? 0 : placeToSet(item, items.size());
         items.resize(std::max(items.size(), place + 1));
         setPart(items[place], data, options, path, scope);
-        std::string out;
-        for (const Item& each : items) {
-            out += (out.empty() ? "" : ",") + compose(each);
-        }
-        return heapText(out, "Enclose failed").release();
+        const std::string changed = compose(items);
+        parse(changed.c_str(), scope);
+        return heapText(changed, "Enclose failed").release();
     });
 }
 

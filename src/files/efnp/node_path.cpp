@@ -60,7 +60,7 @@ std::string replaced(const NodePath& parsed, const std::string& data, long optio
         out += joined(parsed.nodes, place, ':');
     }
     const auto append = [&](const std::string& piece) {
-        const bool apart = !out.empty() && out.back() != ':' && !piece.empty() && piece.front() != ':';
+        const bool apart = !out.empty() && !endsInSeparator(out, ':') && !piece.empty() && piece.front() != ':';
         out += (apart ? ":" : "") + piece;
     };
     append(data);

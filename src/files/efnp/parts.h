@@ -79,6 +79,12 @@ inline bool endsInProtection(std::string_view text) noexcept
     return run % 2 == 1;
 }
 
+/* Whether `text` ends in a separator that is not protected. */
+inline bool endsInSeparator(std::string_view text, char separator) noexcept
+{
+    return !text.empty() && text.back() == separator && !endsInProtection(text.substr(0, text.size() - 1));
+}
+
 /* Holds the options to a run of bits of `allowed`. */
 inline void checkRun(long options, long allowed, long line = __builtin_LINE())
 {

@@ -56,10 +56,10 @@ bool HashTable::prepare(long size, std::size_t dataSize, const HashOptions& opti
     function_ = options.function;
     growAt_ = options.growAt > 0 ? options.growAt : 1.0;
     tableSize_ = function_ == nullptr ? static_cast<long>(std::bit_ceil(static_cast<unsigned long>(size))) : size;
-    buckets_ = static_cast<Node**>(emsc_HeapMalloc(tableSize_ * static_cast<long>(sizeof(Node*))));
+    chains_ = static_cast<Node**>(emsc_HeapMalloc(chainsOf(tableSize_) * static_cast<long>(sizeof(Node*))));
     nodes_ = ebuf_BufferAllocate(tableSize_ / 2, sizeof(Node*));
     order_ = options.fifo ? elnk_ListAllocate(tableSize_ / 2, 1) : 0;
-    if (buckets_ == nullptr || nodes_ == nullptr || (options.fifo && order_ == 0)) {
+    if (chains_ == nullptr || nodes_ == nullptr || (options.fifo && order_ == 0)) {
         return false;
     }
     nodes_->used = 0;
@@ -68,7 +68,7 @@ bool HashTable::prepare(long size, std::size_t dataSize, const HashOptions& opti
 
 HashTable::~HashTable()
 {
-    emsc_HeapFree(buckets_);
+    emsc_HeapFree(chains_);
     ebuf_BufferFree(&nodes_);
     elnk_ListFree(order_);
 }
@@ -86,16 +86,17 @@ bool HashTable::grow() noexcept
     if (size > kLargestSize) {
         return false;
     }
-    auto** buckets = static_cast<Node**>(emsc_HeapMalloc(size * static_cast<long>(sizeof(Node*))));
-    if (buckets == nullptr) {
+    const long bytes = chainsOf(size) * static_cast<long>(sizeof(Node*));
+    auto** chains = static_cast<Node**>(emsc_HeapMalloc(bytes));
+    if (chains == nullptr) {
         return false;
     }
-    platform::preferLargePages(buckets, static_cast<std::size_t>(size) * sizeof(Node*));
+    platform::preferLargePages(chains, static_cast<std::size_t>(bytes));
     if (function_ != nullptr) {
         for (long slot = slots(); slot-- > 0;) {
             std::uint32_t hash = 0;
             if (const Node* node = nodeAt(slot); node != nullptr && !hashOf(node->at(keyOffset_), size, hash)) {
-                emsc_HeapFree(buckets);
+                emsc_HeapFree(chains);
                 return false;
             }
         }
@@ -105,13 +106,13 @@ bool HashTable::grow() noexcept
             if (function_ != nullptr && !hashOf(node->at(keyOffset_), size, node->hash)) {
                 node->hash = 0;
             }
-            Node*& head = buckets[bucketOf(node->hash, size)];
+            Node*& head = chains[chainOf(node->hash, size)];
             node->next = head;
             head = node;
         }
     }
-    emsc_HeapFree(buckets_);
-    buckets_ = buckets;
+    emsc_HeapFree(chains_);
+    chains_ = chains;
     tableSize_ = size;
     return true;
 }
@@ -170,7 +171,7 @@ HashTable::Outcome HashTable::add(const void* key, Place& place) noexcept
 
 HashTable::Outcome HashTable::remove(Node* node) noexcept
 {
-    Node** link = &buckets_[bucketOf(node->hash, tableSize_)];
+    Node** link = &chains_[chainOf(node->hash, tableSize_)];
     while (*link != node) {
         if (*link == nullptr) {
             return Outcome::noBucket;

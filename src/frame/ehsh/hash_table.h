@@ -18,7 +18,8 @@ struct HashOptions {
 };
 
 /* A chained hash table.
- *  1. A bucket leads to a chain of nodes; a node holds its key, the hash of it and the data, so that a search meets one
+ *  1. A bucket leads to a chain of nodes, and by the default function to two, chosen by a further bit of the hash: what a
+ *     search costs is the nodes it meets, each a place in memory that is far away. A node holds its key, the hash of it and the data, so that a search meets one
  *     place in memory a node, and doubling the table reads no key. Nodes do not move.
  *  2. A key has a slot, a number from 0 that is reused, by which tables are walked and the order of writes is kept. */
 class HashTable {
@@ -54,6 +55,8 @@ public:
     /* Whether nothing but this table runs when a key is hashed. */
     bool hashesItself() const noexcept { return function_ == nullptr; }
 
+    /* The node of a key in a table that hashes itself; null where it is not there. */
+    Node* find(const void* key) const noexcept;
     /* False where the hash function gave no bucket. */
     bool locate(const void* key, Place& place) const noexcept;
     /* Adds a key at the place just located, which it makes good when the table grows. On `orderBroken` it is added all
@@ -80,14 +83,15 @@ private:
     bool hashOf(const void* key, long tableSize, std::uint32_t& hash) const noexcept;
     bool same(const Node* node, const void* key) const noexcept;
     std::size_t nodeBytes(const void* key) const noexcept { return keyOffset_ + keyBytes(key); }
-    long bucketOf(std::uint32_t hash, long tableSize) const noexcept;
+    long chainsOf(long tableSize) const noexcept { return function_ == nullptr ? tableSize * 2 : tableSize; }
+    long chainOf(std::uint32_t hash, long tableSize) const noexcept;
     std::size_t keyBytes(const void* key) const noexcept;
     bool grow() noexcept;
     bool takeSlot(std::int32_t& slot) noexcept;
     void freeSlot(std::int32_t slot) noexcept;
 
     long tableSize_ = 0;
-    Node** buckets_ = nullptr;
+    Node** chains_ = nullptr;
     Ebuf_Buffer* nodes_ = nullptr; /* of a slot: its node, or the number of the next free slot */
     Elnk_List order_ = 0;          /* by last write; 0 where it is not kept */
     std::size_t dataSize_ = 0;
@@ -132,9 +136,9 @@ inline bool HashTable::hashOf(const void* key, long tableSize, std::uint32_t& ha
     return bucket >= 0 && bucket < tableSize;
 }
 
-inline long HashTable::bucketOf(std::uint32_t hash, long tableSize) const noexcept
+inline long HashTable::chainOf(std::uint32_t hash, long tableSize) const noexcept
 {
-    return function_ == nullptr ? static_cast<long>(hash) & (tableSize - 1) : static_cast<long>(hash);
+    return function_ == nullptr ? static_cast<long>(hash) & (chainsOf(tableSize) - 1) : static_cast<long>(hash);
 }
 
 inline bool HashTable::same(const Node* node, const void* key) const noexcept
@@ -148,12 +152,23 @@ inline bool HashTable::locate(const void* key, Place& place) const noexcept
     if (!hashOf(key, tableSize_, place.hash)) {
         return false;
     }
-    Node** link = &buckets_[bucketOf(place.hash, tableSize_)];
+    Node** link = &chains_[chainOf(place.hash, tableSize_)];
     while (*link != nullptr && ((*link)->hash != place.hash || !same(*link, key))) {
         link = &(*link)->next;
     }
     place.link = link;
     return true;
+}
+
+inline HashTable::Node* HashTable::find(const void* key) const noexcept
+{
+    const auto* bytes = static_cast<const char*>(key);
+    const std::uint32_t hash = keySize_ == 0 ? textHash(bytes) : bytesHash(bytes, keySize_);
+    Node* node = chains_[static_cast<long>(hash) & (tableSize_ * 2 - 1)];
+    while (node != nullptr && (node->hash != hash || !same(node, key))) {
+        node = node->next;
+    }
+    return node;
 }
 
 /* The table of an id, null for an unknown one. Called in the unsafe section. */

@@ -1,13 +1,13 @@
-#include "platform/environment.h"
+#include "frame/estr/environment.h"
 
 #include "frame/guard/guard.h"
 #include "frame/memory/heap_ptr.h"
+#include "platform/environment.h"
 
 #include <emantle/frame/estr/build.h>
 #include <emantle/frame/estr/compare.h>
 #include <emantle/frame/estr/environment.h>
 
-#include <string>
 
 namespace emantle {
 
@@ -15,7 +15,9 @@ namespace {
 
 constexpr std::size_t kLongestDomain = 260;
 
-bool valueOf(const char* name, std::string& value)
+} // namespace
+
+bool environmentValue(const char* name, std::string& value)
 {
     if (name == nullptr) {
         return false;
@@ -28,8 +30,6 @@ bool valueOf(const char* name, std::string& value)
     return platform::getEnvironment(name, value);
 }
 
-} // namespace
-
 } // namespace emantle
 
 using namespace emantle;
@@ -38,7 +38,7 @@ EMANTLE_API char* estr_GetEnv(const char* name)
 {
     return guarded<char*>(nullptr, "estr_GetEnv", nullptr, [&]() -> char* {
         std::string value;
-        return valueOf(name, value) ? heapText(value).release() : nullptr;
+        return environmentValue(name, value) ? heapText(value).release() : nullptr;
     });
 }
 
@@ -46,7 +46,7 @@ EMANTLE_API Emsc_Boolean estr_CheckEnv(const char* name)
 {
     return guarded<Emsc_Boolean>(nullptr, "estr_CheckEnv", 0, [&] {
         std::string value;
-        return valueOf(name, value);
+        return environmentValue(name, value);
     });
 }
 

@@ -1,11 +1,11 @@
 #include "frame/estr/expand.h"
 
+#include "frame/estr/environment.h"
 #include "frame/guard/guard.h"
 #include "frame/memory/heap_ptr.h"
 
 #include <algorithm>
 #include <cstring>
-#include <emantle/frame/estr/environment.h>
 #include <emantle/frame/estr/expand.h>
 #include <string_view>
 #include <vector>
@@ -80,18 +80,15 @@ private:
     std::string valueOf(const std::string& name)
     {
         require(++references_ <= mostReferences, "The expansion has more than %zu references", mostReferences);
-        const HeapPtr<char> value(name.empty() ? nullptr : estr_GetEnv(name.c_str()));
-        if (value == nullptr) {
-            return {};
-        }
-        if (!recursive_) {
-            return value.get();
+        std::string value;
+        if (name.empty() || !environmentValue(name.c_str(), value) || !recursive_) {
+            return value;
         }
         require(std::find(open_.begin(), open_.end(), name) == open_.end(),
                 "%s: Recursive variable expansion encountered", name.c_str());
         require(open_.size() < deepest, "%s: variables refer to each other more than %zu deep", name.c_str(), deepest);
         open_.push_back(name);
-        std::string expanded = run(value.get());
+        std::string expanded = run(value);
         open_.pop_back();
         return expanded;
     }

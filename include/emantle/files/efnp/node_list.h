@@ -25,7 +25,8 @@ typedef struct Efnp_FileNodes {
 /* The parts `options` of item `item`, with the node path `path` of it. What an item lacks is empty. */
 EMANTLE_API char* efnp_FileNodeListGet(const char* list, long options, long item, long path, Eerr_ErrorReport** err);
 
-/* `list` with those parts replaced by `data`. The index behind the last item or path appends one. */
+/* `list` with those parts replaced by `data`. The index behind the last item or path appends one. What would leave no list
+ * fails as reading it would: an empty name in front of a title or another item, a title behind a name that ends in "/". */
 EMANTLE_API char* efnp_FileNodeListSet(const char* list, const char* data, long options, long item, long path,
                                        Eerr_ErrorReport** err);
 

@@ -9,8 +9,8 @@
 /* Whether `text` holds `*` or `?`, a group, a set or a `\`. */
 EMANTLE_API Emsc_Boolean estr_IsWild(const char* text);
 
-/* Whether `text` fits the pattern, with case; the second with or without. Null, "*" and "*.*" fit anything. A pattern that
- * is faulty fits nothing, and goes to the log as "Error evaluating wildcard <%s>: %s". */
+/* Whether `text` fits the pattern, with case; the second with or without. Null, "", "*" and "*.*" fit anything. A pattern
+ * that is faulty fits nothing, and goes to the log as "Error evaluating wildcard <%s>: %s". */
 EMANTLE_API Emsc_Boolean estr_WildCompare(const char* pattern, const char* text);
 EMANTLE_API Emsc_Boolean estr_WildCompareSensitive(const char* pattern, const char* text, Emsc_Boolean sensitive);
 
