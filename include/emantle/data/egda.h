@@ -4,6 +4,7 @@
 /* egda: generic data. Code below the operators includes the one header that it needs. */
 
 #include <emantle/data/egda/basedata.h>
+#include <emantle/data/egda/operations.h>
 #include <emantle/data/egda/stack.h>
 #include <emantle/data/egda/types.h>
 #include <emantle/data/egda/window.h>
