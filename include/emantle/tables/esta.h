@@ -11,10 +11,13 @@
  *  6. An accumulator belongs to one scan and is not safe for two threads at once. */
 
 #include <emantle/tables/esta/accumulate.h>
+#include <emantle/tables/esta/columns.h>
 #include <emantle/tables/esta/covariance.h>
 #include <emantle/tables/esta/design.h>
 #include <emantle/tables/esta/feature.h>
 #include <emantle/tables/esta/histogram.h>
+#include <emantle/tables/esta/measures.h>
+#include <emantle/tables/esta/merge.h>
 #include <emantle/tables/esta/statistics.h>
 
 #endif

@@ -110,9 +110,6 @@ private:
 template <class Counter>
 long take(Eahg_Histogram& histogram, const PixelBlock& block, EerrException& scope)
 {
-    const auto addToTotal = [&](std::uint32_t taken) {
-        histogram.totalCount = static_cast<std::int32_t>(static_cast<std::uint32_t>(histogram.totalCount) + taken);
-    };
     using Key = typename Counter::Key;
     Counter counter(histogram, scope);
     std::uint32_t taken = 0;
@@ -126,13 +123,13 @@ long take(Eahg_Histogram& histogram, const PixelBlock& block, EerrException& sco
             Key key;
             std::memcpy(&key, pixels + column * static_cast<long>(sizeof key), sizeof key);
             if (!counter.take(key)) {
-                addToTotal(taken);
+                addToTotal(histogram, taken);
                 return block.rows * block.columns - (row * block.columns + column);
             }
             ++taken;
         }
     }
-    addToTotal(taken);
+    addToTotal(histogram, taken);
     return 0;
 }
 

@@ -1,3 +1,5 @@
+#include "tables/esta/unique.h"
+
 #include "tables/esta/raster.h"
 
 #include <algorithm>
@@ -202,6 +204,24 @@ void takeRest(Esta_AllStats& allStats, const Egda_BaseData& data, const Egda_Bas
 
 }  // namespace
 
+void endAtLimit(Esta_AllStats& allStats, EerrException& scope)
+{
+    const bool hadHistogram = allStats.histogram != nullptr;
+    checked(scope, esta_AllStatsUVHistogramEnd(&allStats, nullptr, scope), "esta_AllStatsUVHistogramEnd failed");
+    if (!hadHistogram) {
+        replaceHistogram(allStats.histogram, nullptr);
+    }
+}
+
+void takeKept(Esta_AllStats& allStats, Eahg_Histogram& kept, EerrException& scope)
+{
+    const Distinct distinct = distinctOf(kept, nullptr, scope);
+    if (allStats.histogram != nullptr) {
+        replaceHistogram(allStats.histogram, filled(*allStats.histogram, distinct, scope));
+    }
+    add(allStats, sumsOf(distinct));
+}
+
 EMANTLE_API Emsc_Boolean esta_AllStatsUVHistogramBegin(Esta_AllStats* allStats, double maxUnique,
                                                        Egda_PixelType dataType, Eerr_ErrorReport** err)
 {
@@ -226,11 +246,7 @@ EMANTLE_API Emsc_Boolean esta_AllStatsUVHistogramAccumulate(Esta_AllStats* allSt
         if (left == 0) {
             return 1;
         }
-        const bool hadHistogram = allStats->histogram != nullptr;
-        checked(scope, esta_AllStatsUVHistogramEnd(allStats, nullptr, scope), "esta_AllStatsUVHistogramEnd failed");
-        if (!hadHistogram) {
-            replaceHistogram(allStats->histogram, nullptr);
-        }
+        endAtLimit(*allStats, scope);
         takeRest(*allStats, *data, mask, data->numelements - left, scope);
         return 1;
     });

@@ -8,6 +8,9 @@
 
 namespace emantle::tables {
 
+/* Count, extremes and sums of the pixels under the mask, or of all. */
+ScalarSums sumsOf(const Egda_BaseData& data, const Egda_BaseData* mask);
+
 void accumulateStatistics(Esta_AllStats& allStats, const Egda_BaseData& data, const Egda_BaseData* mask);
 
 void accumulateHistogram(Esta_Histogram& histogram, const Egda_BaseData& data, const Egda_BaseData* mask,
@@ -18,6 +21,9 @@ void requireStack(const Esta_AllStatsStack* stack, const Egda_BaseDataStack* rec
 
 /* `mask` is the common one. Fails where the layers differ in shape. */
 void accumulateCovariance(Esta_AllStatsStack& stack, const Egda_BaseDataStack& rectangles, const Egda_BaseData* mask);
+
+/* Sets the layers' own sums to those of the pixels that the covariance took, so that both speak of the same. */
+void agreeWithCovariance(Esta_AllStatsStack& stack);
 
 void excludeValues(const Egda_BaseData& data, const Egda_BaseData& values, Egda_BaseData& mask, EerrException& scope);
 

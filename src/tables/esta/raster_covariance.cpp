@@ -125,8 +125,9 @@ const Egda_BaseData* commonMask(const Egda_BaseDataStack& rectangles, DataPtr& s
     return combined;
 }
 
-/* The layers' own sums are set to those of the common pixels, so that scalars and covariance speak of the same. */
-void agree(Esta_AllStatsStack& stack)
+}  // namespace
+
+void agreeWithCovariance(Esta_AllStatsStack& stack)
 {
     for (int layer = 0; layer < stack.numLayers; ++layer) {
         Esta_AllStats* const allStats = stack.allStats[layer];
@@ -137,8 +138,6 @@ void agree(Esta_AllStatsStack& stack)
         }
     }
 }
-
-}  // namespace
 
 void requireStack(const Esta_AllStatsStack* stack, const Egda_BaseDataStack* rectangles)
 {
@@ -193,7 +192,7 @@ void accumulateCovariance(Esta_AllStatsStack& stack, const Egda_BaseDataStack& r
     }
     if (mask != nullptr) {
         stack.count += countOf(*mask, pixelBlock(first, mask));
-        agree(stack);
+        agreeWithCovariance(stack);
     }
 }
 
