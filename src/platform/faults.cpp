@@ -55,6 +55,12 @@ struct Seam {
         return result;
     }
 
+    static bool records()
+    {
+        const std::lock_guard guard(lock);
+        return !recorders().empty();
+    }
+
     static void record(const RecordedWrite& write)
     {
         const std::lock_guard guard(lock);
@@ -77,6 +83,8 @@ Interference consult(Operation operation, std::string_view name) noexcept
 
 void record(RecordedWrite::Kind kind, std::string_view name, std::uint64_t offset, const void* bytes, std::size_t count)
 {
+    if (!Seam::records())
+        return;
     const auto* const first = static_cast<const std::byte*>(bytes);
     Seam::record({kind, std::string(name), offset, std::vector<std::byte>(first, first + count)});
 }

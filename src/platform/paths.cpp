@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -18,15 +19,19 @@
 namespace emantle::platform {
 namespace {
 
-// One call on a name: the seam, the name in the kernel's form, the number of the failure.
+// One call on a name: the seam, the name in the kernel's form, the number of the failure. The kernel takes no longer names,
+// and what cleans up when memory is out must not ask for any.
 template <class Call> int onName(Operation operation, std::string_view name, Call call)
 {
-    const std::string kernel = kernelName(name);
-    if (const Interference fault = interference(operation, kernel); fault.error != 0)
+    char kernel[PATH_MAX];
+    if (name.size() >= sizeof kernel)
+        return failWith(error::nameTooLong);
+    *std::replace_copy(name.begin(), name.end(), kernel, '\\', '/') = '\0';
+    if (const Interference fault = interference(operation, {kernel, name.size()}); fault.error != 0)
         return failWith(fault.error);
-    if (kernel.find('\0') != kernel.npos)
+    if (name.find('\0') != name.npos)
         return failWith(error::notFound);
-    return call(kernel.c_str()) == 0 ? 0 : systemError();
+    return call(kernel) == 0 ? 0 : systemError();
 }
 
 FileTime timeOf(const timespec& time)

@@ -73,8 +73,13 @@ bool callWithout(const Starved& starved, Source source, std::uint64_t nth, Repea
         objects.calls = 0;
         objects.fired = false;
         objects.counted = true;
-        ending = starved.call(starved.reports ? static_cast<Eerr_ErrorReport**>(report) : nullptr);
-        objects.counted = false;
+        try {
+            ending = starved.call(starved.reports ? static_cast<Eerr_ErrorReport**>(report) : nullptr);
+            objects.counted = false;
+        } catch (...) {
+            objects.counted = false;
+            ADD_FAILURE() << "it throws";
+        }
         fired = heap ? heap->fired() : objects.fired;
         refused += heap && fired ? (repeat == Repeat::once ? 1 : heap->calls() - nth + 1) : 0;
     }
@@ -109,6 +114,8 @@ void starve(const std::vector<Starved>& calls)
 {
     constexpr std::uint64_t mostAllocations = 2000;
     eerr_SetAltErrorFunction([](void*, Eerr_ErrorReport*, Eerr_ErrorReportingMode, Eerr_ErrorReport**) {}, nullptr);
+    /* The list of recorders is made once. */
+    static_cast<void>(WriteRecorder());
     /* The signal of reports gives back what it has no use for a little at a time. */
     for (int i = 0; i < 4; ++i) {
         eerr_MessageLog(EERR_STATUS, "nobody sees this");

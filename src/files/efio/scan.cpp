@@ -1,4 +1,5 @@
 #include "files/efio/names.h"
+#include "frame/estr/wild.h"
 #include "frame/guard/guard.h"
 #include "platform/directory.h"
 #include "platform/errors.h"
@@ -7,7 +8,6 @@
 #include <emantle/files/efio/scan.h>
 #include <emantle/files/efio/search_list.h>
 #include <emantle/files/efnp/file_name.h>
-#include <emantle/frame/estr/wild.h>
 #include <memory>
 #include <vector>
 
@@ -57,7 +57,7 @@ void scanTree(const std::string& top, const char* pattern, Estr_StringList*& res
             if (itself.kind == platform::FileKind::directory) {
                 below.push_back(path);
             } else if (entry.kind != platform::FileKind::directory &&
-                       estr_WildCompareSensitive(pattern, entry.name.c_str(), 0)) {
+                       wildMatches(pattern, entry.name.c_str(), false)) {
                 append(result, path, scope);
                 check(scope, "Error adding <%s> to list of results", path.c_str());
             }
@@ -114,7 +114,7 @@ EMANTLE_API Estr_StringList* efio_FindFilesInPath(const char* path, const char* 
             EstrStringList found;
             for (const auto& entry : entries) {
                 if (entry.kind != platform::FileKind::directory &&
-                    estr_WildCompareSensitive(pattern, entry.name.c_str(), 0)) {
+                    wildMatches(pattern, entry.name.c_str(), false)) {
                     Estr_StringList* list = found.Release();
                     append(list, joined(directory, entry.name), scope);
                     found = list;

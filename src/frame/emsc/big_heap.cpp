@@ -64,10 +64,10 @@ void BigHeap::create(long megabytes) noexcept
     }
 }
 
-bool BigHeap::owns(const void* block) const noexcept
+bool BigHeap::holds(const void* block) const noexcept
 {
     const auto* byte = static_cast<const std::byte*>(block);
-    return pool_ != nullptr && byte >= pool_->memory && byte < pool_->memory + pool_->size;
+    return byte >= pool_->memory && byte < pool_->memory + pool_->size;
 }
 
 void* BigHeap::allocate(std::size_t size) noexcept

@@ -22,7 +22,7 @@ public:
     void create(long megabytes) noexcept;
 
     bool takes(std::size_t size) const noexcept { return pool_ != nullptr && size >= threshold_; }
-    bool owns(const void* block) const noexcept;
+    bool owns(const void* block) const noexcept { return pool_ != nullptr && holds(block); }
 
     /* Zero-filled; null when no span is large enough. */
     void* allocate(std::size_t size) noexcept;
@@ -33,6 +33,7 @@ public:
 
 private:
     struct Pool;
+    bool holds(const void* block) const noexcept;
     Pool* pool_ = nullptr;
     std::size_t threshold_ = 65536;
 };

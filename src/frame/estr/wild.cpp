@@ -1,3 +1,5 @@
+#include "frame/estr/wild.h"
+
 #include <cstdarg>
 #include <cstring>
 #include <emantle/frame/eerr.h>
@@ -198,6 +200,14 @@ bool matches(const char* pattern, const char* text, bool sensitive)
 
 }  // namespace
 
+bool wildMatches(const char* pattern, const char* text, bool sensitive)
+{
+    if (pattern == nullptr || std::strcmp(pattern, "*.*") == 0 || std::strcmp(pattern, "*") == 0) {
+        return true;
+    }
+    return text != nullptr && matches(pattern, text, sensitive);
+}
+
 }  // namespace emantle
 
 using namespace emantle;
@@ -219,14 +229,8 @@ EMANTLE_API Emsc_Boolean estr_WildCompare(const char* pattern, const char* text)
 
 EMANTLE_API Emsc_Boolean estr_WildCompareSensitive(const char* pattern, const char* text, Emsc_Boolean sensitive)
 {
-    if (pattern == nullptr || std::strcmp(pattern, "*.*") == 0 || std::strcmp(pattern, "*") == 0) {
-        return 1;
-    }
-    if (text == nullptr) {
-        return 0;
-    }
     try {
-        return matches(pattern, text, sensitive != 0);
+        return wildMatches(pattern, text, sensitive != 0);
     } catch (const std::exception& failure) {
         eerr_MessageLog(EERR_ERROR, "Error evaluating wildcard <%s>: %s", pattern, failure.what());
         return 0;
