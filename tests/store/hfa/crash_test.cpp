@@ -269,6 +269,13 @@ TEST_F(ACrash, AtAnyMomentLeavesTheStoreBeforeOrAfterTheCall)
     EXPECT_EQ(lost_, 16) << "the blocks of two objects of less than 8 bytes, as ever";
 }
 
+/* Without the designs: a handle has those that no flush has written yet. */
+Contents entriesOf(Contents contents)
+{
+    std::erase_if(contents, [](const auto& each) { return each.first.starts_with("design "); });
+    return contents;
+}
+
 /* The states of a store before and after each step of the workload, told apart by their contents. */
 class AFailure : public ACrash {
 protected:
@@ -294,8 +301,10 @@ protected:
                     stderrOf([&] { work.run(file_); });
                     fired = fault.fired();
                 }
-                const Contents seen = contentsOf(file_);
-                ASSERT_EQ(read(name_, "r"), seen) << work.name << ": handle and disk differ after failure " << nth;
+                /* A mode that could not be ended goes on, with all that it gathered. */
+                EXPECT_TRUE(ehfa_FileChange(file_, expected(), EHFA_OPTION_ENTRY_CACHING, 1, EHFA_OPTION_FLUSH_ON_WRITE, 1, 0));
+                const Contents seen = entriesOf(contentsOf(file_));
+                ASSERT_EQ(entriesOf(read(name_, "r")), seen) << work.name << ": handle and disk differ after failure " << nth;
                 if (!fired) {
                     isDone = true;
                     after = seen;
@@ -303,9 +312,9 @@ protected:
                 }
                 /* The same handle writes on. */
                 add(file_, ":", "Later", 20);
-                Contents later = contentsOf(file_);
+                const Contents later = entriesOf(contentsOf(file_));
                 ASSERT_EQ(later.count(":Later:"), 1u) << work.name << nth;
-                ASSERT_EQ(read(name_, "r"), later) << work.name << nth;
+                ASSERT_EQ(entriesOf(read(name_, "r")), later) << work.name << nth;
                 stderrOf([&] { close(); });
                 putBytes(name_, bytes);
                 open();
