@@ -11,6 +11,7 @@
  *     opened for writing before the first call that writes.
  *  5. Calls that answer with Emsc_Boolean and can fail answer 1 when they succeeded and 0 when they failed. */
 
+#include <emantle/store/ehfa/cache.h>
 #include <emantle/store/ehfa/dictionary.h>
 #include <emantle/store/ehfa/entry.h>
 #include <emantle/store/ehfa/file.h>
