@@ -17,5 +17,6 @@
 #include <emantle/store/ehfa/file.h>
 #include <emantle/store/ehfa/object.h>
 #include <emantle/store/ehfa/space.h>
+#include <emantle/store/ehfa/table.h>
 
 #endif
