@@ -222,6 +222,21 @@ int File::truncate(std::uint64_t size)
     return failure;
 }
 
+int File::lock()
+{
+    struct flock whole = {};
+    whole.l_type = F_WRLCK;
+    whole.l_whence = SEEK_SET;
+    for (;;) {
+        if (fcntl(descriptor_, F_OFD_SETLK, &whole) == 0)
+            return 0;
+        if (errno == EAGAIN || errno == EACCES)
+            return failWith(error::tryAgain);
+        if (errno != EINTR)
+            return 0;
+    }
+}
+
 int File::sync()
 {
     const int failure = failing(Operation::sync, name_, [&] { return fsync(descriptor_); });

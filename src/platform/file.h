@@ -59,6 +59,9 @@ public:
     std::int64_t size() const;
     // Shortens, or lengthens with zeros.
     int truncate(std::uint64_t size);
+    // Takes the file for this opening of it, until it is closed or its process ends: 11 where another opening has it. It
+    // keeps nobody from reading or writing who does not ask for it as well. 0 also where the file system knows no locks.
+    int lock();
     // Returns when data and size are on the medium.
     int sync();
     // A hint; a file that cannot take it is no failure.

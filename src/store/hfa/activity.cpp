@@ -6,10 +6,14 @@
 
 #include <emantle/files/efio.h>
 #include <emantle/siblings/ethr.h>
+#include <exception>
 
 namespace emantle::hfa {
 
 namespace {
+
+/* What is gathered beyond a call reaches the file when it is this much. */
+constexpr uint64_t kMostGathered = uint64_t{1} << 26;
 
 struct ChangeListener {
     Ehfa_FileChangedCallback function = nullptr;
@@ -34,43 +38,148 @@ void bringUpToDate(Handle& handle, EerrException& scope)
 {
     /* What this thread's other handle has gathered is not in the file yet. */
     if (Handle* writer = findOpenFile(handle.context, handle.name, false); writer != nullptr && writer != &handle) {
-        efio_Flush(writer->file, scope);
-        check(scope, "Error re-reading header");
+        commitGathered(*writer, scope);
     }
-    efio_BufferFlush(handle.file, scope);
-    check(scope, "Error re-reading header");
+    commitGathered(handle, scope);
     asFunction(scope, "ehfa_HeaderRead", "Error re-reading header", [&] { readHeader(handle, scope); });
     asFunction(scope, "ehfa_EntryPathInit", "Error re-initializing cache", [&] { startTree(handle, scope); });
 }
 
 }  // namespace
 
-Activity::Activity(Handle& handle, EerrException& scope) : handle_(handle), outermost_(handle.activity <= 0)
+namespace {
+
+/* Notes what the handle is, to come back to it. */
+void beginStep(Handle& handle)
 {
-    /* A rename that failed half-way leaves a handle without its file. */
-    require(handle.file != nullptr, "Bad file");
-    if (!outermost_) {
-        return;
+    Step& step = handle.step;
+    step.record = handle;
+    step.path = handle.pathOfCurrent;
+    step.dictionaryChanged = handle.dictionary != nullptr ? handle.dictionary->changed : 0;
+    step.headerHeldBack = handle.headerHeldBack;
+    step.changes = handle.changes;
+    step.fileEnd = handle.fileEnd;
+    handle.pages.beginStep();
+    handle.freeBlocks.beginStep();
+    handle.isBroken = false;
+}
+
+/* Brings the handle back to the beginning of its call. */
+void undoStep(Handle& handle) noexcept
+{
+    Step& step = handle.step;
+    handle.pages.undoStep();
+    handle.freeBlocks.undoStep();
+    handle.freeList = step.record.freeList;
+    handle.version = step.record.version;
+    handle.rootEntryPtr = step.record.rootEntryPtr;
+    handle.dictionaryPtr = step.record.dictionaryPtr;
+    handle.dictionaryLength = step.record.dictionaryLength;
+    handle.fileEnd = step.fileEnd;
+    handle.flags = step.record.flags;
+    handle.batchStart = step.record.batchStart;
+    handle.headerHeldBack = step.headerHeldBack;
+    if (handle.dictionary != nullptr && step.dictionaryChanged != 0) {
+        handle.dictionary->changed = step.dictionaryChanged;
     }
-    const bool stale = handle.activity == -1;
-    handle.activity = 1;
-    if (stale) {
-        try {
-            bringUpToDate(handle, scope);
-        } catch (...) {
-            handle.activity = -1;
-            throw;
-        }
+    handle.children.clear();
+    restore(handle, {step.record.entryPtr, step.record.currentEntry, std::move(step.path)});
+    try {
+        EerrException unheard;
+        handle.journal.trim(handle, unheard);
+        unheard.Clear();
+    } catch (...) {
+        /* The file is longer than it should be until the next commit. */
     }
 }
 
-Activity::~Activity()
+}  // namespace
+
+void noteChange(Handle& handle)
 {
-    if (!outermost_) {
+    ++handle.changes;
+    if (handle.readOnly == 0) {
+        handle.activity = 2;
+    }
+}
+
+void commit(Handle& handle, EerrException& scope)
+{
+    if (handle.readOnly != 0) {
         return;
     }
+    handle.journal.commit(handle, scope);
+    beginStep(handle);
+}
+
+void commitGathered(Handle& handle, EerrException& scope)
+{
+    if (handle.readOnly == 0 && handle.depth == 0 && handle.activity != -1) {
+        Activity activity(handle, scope);
+        asFunction(scope, "ehfa_FileFlush", "File flush failed", [&] { commit(handle, scope); });
+    }
+}
+
+Activity::Activity(Handle& handle, EerrException& scope)
+    : handle_(handle), scope_(scope), changes_(handle.changes), exceptions_(std::uncaught_exceptions())
+{
+    /* A rename that failed half-way leaves a handle without its file. */
+    require(handle.file != nullptr, "Bad file");
+    if (handle.depth == 0) {
+        const bool stale = handle.activity == -1;
+        handle.activity = 1;
+        try {
+            if (stale) {
+                bringUpToDate(handle, scope);
+            }
+            if (handle.readOnly == 0) {
+                beginStep(handle);
+            }
+        } catch (...) {
+            handle.activity = stale ? -1 : 0;
+            throw;
+        }
+        changes_ = handle.changes;
+    }
+    ++handle.depth;
+}
+
+Activity::~Activity() noexcept(false)
+{
+    --handle_.depth;
+    leave(std::uncaught_exceptions() > exceptions_);
+}
+
+void Activity::leave(bool failed)
+{
+    const bool changed = handle_.changes != changes_ && handle_.readOnly == 0;
+    if (handle_.depth > 0) {
+        handle_.isBroken = handle_.isBroken || (failed && changed);
+        return;
+    }
+    if (failed) {
+        if (changed) {
+            undoStep(handle_);
+        }
+        handle_.activity = handle_.activity == -1 ? -1 : 0;
+        return;
+    }
+    try {
+        require(!handle_.isBroken || !changed, "A step of the call failed; nothing of it is in %s", handle_.name);
+        if (!gathers(handle_) || handle_.pages.changedBytes() > kMostGathered) {
+            commit(handle_, scope_);
+        }
+    } catch (...) {
+        if (!handle_.journal.wasMade()) {
+            undoStep(handle_);
+        }
+        handle_.activity = handle_.activity == -1 ? -1 : 0;
+        throw;
+    }
     if (handle_.activity == 2) {
+        ++handle_.depth;
         tellOfChange(handle_);
+        --handle_.depth;
     }
     if (handle_.activity != -1) {
         handle_.activity = 0;

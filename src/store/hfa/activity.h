@@ -4,18 +4,33 @@
 
 namespace emantle::hfa {
 
-/* The length of one call on a handle. The outermost one brings a stale handle up to date first, and tells of a change
- * when it is left. */
+/* The length of one call on a handle. The outermost one brings a stale handle up to date first. When it is left, all that
+ * the calls changed reaches the file, or stays in memory where changes are gathered; then the change is told of. A call
+ * that is left by an exception leaves file and handle as they were before it.
+ * The end can fail as well, so an activity is declared before whatever the call makes. */
 class Activity {
 public:
     Activity(Handle& handle, EerrException& scope);
-    ~Activity();
+    ~Activity() noexcept(false);
     Activity(const Activity&) = delete;
     Activity& operator=(const Activity&) = delete;
 
 private:
+    void leave(bool failed);
+
     Handle& handle_;
-    bool outermost_;
+    EerrException& scope_;
+    uint64_t changes_;
+    int exceptions_;
 };
+
+/* Makes the changes of the handle those of its file. */
+void commit(Handle& handle, EerrException& scope);
+
+/* The same for a handle that may hold changes back, unless it is within a call. */
+void commitGathered(Handle& handle, EerrException& scope);
+
+/* Counts a change, of which the end of the call tells. */
+void noteChange(Handle& handle);
 
 }  // namespace emantle::hfa

@@ -1,6 +1,8 @@
 #include "store/hfa/bytes.h"
 
-#include <emantle/files/efio.h>
+#include "store/hfa/activity.h"
+#include "store/mif/stream.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -93,81 +95,110 @@ bool isAllocatable(const Handle& handle, uint64_t position, uint64_t size)
 {
     const bool clearOfHeader =
         position >= uint64_t{handle.headerPtr} + kHeaderSize || position + size <= handle.headerPtr;
-    return position >= kTagSize && isInside(handle, position, size) && clearOfHeader;
+    const uint32_t least = handle.headerPtr >= kHeaderPosition ? kHeaderPosition : kTagSize;
+    return position >= least && isInside(handle, position, size) && clearOfHeader;
 }
 
-namespace {
-
-void seekTo(Handle& handle, uint32_t position, EerrException& scope)
+void requireWritable(const Handle& handle, EerrException& scope)
 {
-    checked(scope, efio_Seek(handle.file, position, EFIO_SEEK_SET, scope), "efio_Seek failed");
+    asFunction(scope, "efio_WriteSeq", "efio_WriteSeq failed", [&] {
+        require(handle.readOnly == 0, "File I/O operation failed: Unable to write to Read-Only file:\n %s",
+                handle.nameText.c_str());
+    });
 }
-
-void markChanged(Handle& handle)
-{
-    if (!handle.readOnly) {
-        handle.activity = 2;
-    }
-}
-
-}  // namespace
 
 void readBytes(Handle& handle, uint32_t position, void* bytes, std::size_t size, EerrException& scope)
 {
-    seekTo(handle, position, scope);
-    checked(scope, efio_ReadSeq(handle.file, bytes, static_cast<long>(size), scope), "efio_ReadSeq failed");
+    handle.pages.read(handle.file, position, bytes, size, scope);
+    handle.cursor = static_cast<uint32_t>(position + size);
 }
 
 void writeBytes(Handle& handle, uint32_t position, const void* bytes, std::size_t size, EerrException& scope)
 {
-    markChanged(handle);
-    seekTo(handle, position, scope);
-    checked(scope, efio_WriteSeq(handle.file, bytes, static_cast<long>(size), scope), "efio_WriteSeq failed");
+    requireWritable(handle, scope);
+    noteChange(handle);
+    if (!handle.journal.writeAtOnce(handle, position, bytes, size, scope)) {
+        handle.pages.write(handle.file, position, bytes, size, scope);
+    }
+    handle.cursor = static_cast<uint32_t>(position + size);
 }
 
-void readRecord(Handle& handle, uint32_t position, const Emif_Design* design, void* record, EerrException& scope)
+namespace {
+
+/* The bytes from a position to the end of the file, for a walk that takes as many as its design says. */
+class BytesFrom final : public mif::Supply {
+public:
+    BytesFrom(Handle& handle, uint32_t position)
+        : mif::Supply(position < handle.fileEnd ? handle.fileEnd - position : 0), handle_(handle), position_(position)
+    {
+    }
+    void take(void* target, std::size_t count, EerrException& scope) override
+    {
+        readBytes(handle_, position_, target, count, scope);
+        position_ += static_cast<uint32_t>(count);
+    }
+
+private:
+    Handle& handle_;
+    uint32_t position_;
+};
+
+}  // namespace
+
+long readRecord(Handle& handle, uint32_t position, const Emif_Design* design, void* record, EerrException& scope)
 {
-    seekTo(handle, position, scope);
-    checked(scope, emif_ConvertToHost(handle.file, nullptr, design, record, scope), "emif_ConvertToHost failed");
+    return asFunction(scope, "emif_ConvertToHost", "emif_ConvertToHost failed", [&] {
+        BytesFrom bytes(handle, position);
+        const auto size = static_cast<long>(mif::convertToHost(scope, bytes, design, record));
+        handle.cursor = position + static_cast<uint32_t>(size);
+        return size;
+    });
 }
 
 void writeRecord(Handle& handle, uint32_t position, const Emif_Design* design, const void* record,
                  EerrException& scope)
 {
-    markChanged(handle);
-    seekTo(handle, position, scope);
-    checked(scope, emif_ConvertToMIF(handle.file, record, design, nullptr, scope), "emif_ConvertToMIF failed");
+    asFunction(scope, "emif_ConvertToMIF", "emif_ConvertToMIF failed", [&] {
+        require(record != nullptr && design != nullptr, "Invalid object");
+        const std::string bytes = mif::encodeRecord(scope, record, *design, position);
+        writeBytes(handle, position, bytes.data(), bytes.size(), scope);
+    });
 }
 
-void writeHeader(Handle& handle, EerrException& scope)
+void writeHeader(Handle& handle)
 {
     handle.headerHeldBack = true;
-    if (heldBack(handle)) {
-        markChanged(handle);
-        return;
+    noteChange(handle);
+}
+
+const unsigned char* entryBytes(Handle& handle, uint32_t position, EntryBytes& scratch, EerrException& scope)
+{
+    if (!isAllocatable(handle, position, kEntrySize)) {
+        return nullptr;
     }
-    const auto bytes = encodedHeader(handle);
-    writeBytes(handle, handle.headerPtr, bytes.data(), bytes.size(), scope);
-    handle.headerHeldBack = false;
+    if (!handle.mended.empty() && handle.entryCacheInUse == 1 && !inBatchMode(handle)) {
+        if (const auto found = handle.mended.find(position); found != handle.mended.end()) {
+            scratch = encoded(found->second);
+            return scratch.data();
+        }
+    }
+    if (const unsigned char* bytes = handle.pages.at(handle.file, position, kEntrySize, scope)) {
+        return bytes;
+    }
+    handle.pages.read(handle.file, position, scratch.data(), scratch.size(), scope);
+    return scratch.data();
 }
 
 bool readEntry(Handle& handle, uint32_t position, Ehfa_Entry& entry, EerrException& scope)
 {
-    if (!isAllocatable(handle, position, kEntrySize)) {
+    EntryBytes scratch;
+    const unsigned char* bytes = entryBytes(handle, position, scratch, scope);
+    if (bytes == nullptr) {
         return false;
     }
-    const bool cached = handle.entryCacheInUse == 1 && !inBatchMode(handle);
-    if (cached && handle.paths.findEntry(position, entry, scope)) {
-        return true;
-    }
-    EntryBytes bytes;
-    readBytes(handle, position, bytes.data(), bytes.size(), scope);
-    entry = decodedEntry(bytes.data());
+    entry = decodedEntry(bytes);
     if (position == handle.rootEntryPtr) {
         entry.next = entry.prev = entry.parent = 0;
-    }
-    if (cached) {
-        handle.paths.keepEntry(position, entry, scope);
     }
     return true;
 }
@@ -175,15 +206,9 @@ bool readEntry(Handle& handle, uint32_t position, Ehfa_Entry& entry, EerrExcepti
 void writeEntry(Handle& handle, uint32_t position, const Ehfa_Entry& entry, EerrException& scope)
 {
     const EntryBytes bytes = encoded(entry);
-    try {
-        writeBytes(handle, position, bytes.data(), bytes.size(), scope);
-    } catch (...) {
-        EerrException unheard;
-        handle.paths.dropEntry(position, unheard);
-        throw;
-    }
-    if (handle.entryCacheInUse == 1 && !inBatchMode(handle)) {
-        handle.paths.keepEntry(position, entry, scope);
+    writeBytes(handle, position, bytes.data(), bytes.size(), scope);
+    if (!handle.mended.empty()) {
+        handle.mended.erase(position);
     }
 }
 

@@ -26,19 +26,26 @@ inline bool isInside(const Handle& handle, uint64_t position, uint64_t size)
     return position <= handle.fileEnd && size <= handle.fileEnd - position;
 }
 
-/* The same, and clear of the tag and of the file record. */
+/* The same, and clear of the tag, of the gap behind it and of the file record. */
 bool isAllocatable(const Handle& handle, uint64_t position, uint64_t size);
 
 void readBytes(Handle& handle, uint32_t position, void* bytes, std::size_t size, EerrException& scope);
 void writeBytes(Handle& handle, uint32_t position, const void* bytes, std::size_t size, EerrException& scope);
 
 /* A record between file and host through its design; position and size are those of its block. */
-void readRecord(Handle& handle, uint32_t position, const Emif_Design* design, void* record, EerrException& scope);
+/* Returns the bytes that the design takes. */
+long readRecord(Handle& handle, uint32_t position, const Emif_Design* design, void* record, EerrException& scope);
 void writeRecord(Handle& handle, uint32_t position, const Emif_Design* design, const void* record,
                  EerrException& scope);
 
-/* Writes the file record, or notes that it is to be written where headers are held back. */
-void writeHeader(Handle& handle, EerrException& scope);
+/* The file record is to be written with the changes of this call. */
+void writeHeader(Handle& handle);
+
+/* Fails for a handle that only reads. */
+void requireWritable(const Handle& handle, EerrException& scope);
+
+/* The 128 bytes of an entry, until the next call, where need be in `scratch`; null where no entry can be. */
+const unsigned char* entryBytes(Handle& handle, uint32_t position, EntryBytes& scratch, EerrException& scope);
 
 /* The entry at a position; false where no entry can be. */
 bool readEntry(Handle& handle, uint32_t position, Ehfa_Entry& entry, EerrException& scope);

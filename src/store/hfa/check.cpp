@@ -2,8 +2,6 @@
 #include "store/hfa/bytes.h"
 #include "store/hfa/runs.h"
 
-#include <emantle/files/efio.h>
-
 #include <algorithm>
 #include <cstring>
 
@@ -236,10 +234,12 @@ void Checker::checkAgainstDesign(const Ehfa_Entry& entry)
     void* record = emif_NewObject(design, unheard);
     long size = 0;
     if (record != nullptr) {
-        efio_Seek(handle_.file, entry.data, EFIO_SEEK_SET, unheard);
-        unheard.Clear();
-        size = emif_ConvertToHost(handle_.file, nullptr, design, record, unheard);
-        const bool failed = unheard;
+        bool failed = false;
+        try {
+            size = readRecord(handle_, entry.data, design, record, unheard);
+        } catch (...) {
+            failed = true;
+        }
         unheard.Clear();
         emif_FreeObject(&record, design, unheard);
         unheard.Clear();
@@ -258,13 +258,13 @@ void Checker::checkAgainstDesign(const Ehfa_Entry& entry)
 void Checker::checkFreeList()
 {
     handle_.freeBlocks.load(handle_, Teller::nobody, scope_);
-    for (const FreeBlock& block : handle_.freeBlocks.blocks()) {
+    handle_.freeBlocks.forEach([&](FreeBlock block) {
         ++totals_.freeBlocks;
         claim(EHFA_BLOCK_FREE, block.position, block.size, "Ehfa_FreeListNode");
-    }
+    });
     if (handle_.freeBlocks.isDamaged()) {
-        const auto& blocks = handle_.freeBlocks.blocks();
-        const uint32_t place = blocks.empty() ? handle_.headerPtr : blocks.back().position;
+        const FreeBlock last = handle_.freeBlocks.last();
+        const uint32_t place = last.size == 0 ? handle_.headerPtr : last.position;
         finding(EHFA_BLOCK_FREE, place, kNodeSize, "", "the free list is damaged behind this place");
     }
 }

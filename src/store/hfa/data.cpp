@@ -2,17 +2,16 @@
 #include "store/hfa/activity.h"
 #include "store/hfa/bytes.h"
 
-#include <emantle/files/efio.h>
 #include <algorithm>
 
 namespace emantle::hfa {
 
 namespace {
 
-uint32_t positionOf(Handle& handle, long position, EerrException& scope)
+uint32_t positionOf(const Handle& handle, long position)
 {
     if (position == -1) {
-        position = checked(scope, efio_Tell(handle.file, scope));
+        position = handle.cursor;
     }
     require(position >= 0 && position <= long{kFileLimit}, "The position %ld does not lie in file %s", position,
             handle.nameText.c_str());
@@ -20,10 +19,10 @@ uint32_t positionOf(Handle& handle, long position, EerrException& scope)
 }
 
 /* Blocks have 8 bytes and more, so a run of them goes on behind the padding of a small one. */
-void passPadding(Handle& handle, uint32_t position, long size, EerrException& scope)
+void passPadding(Handle& handle, uint32_t position, long size)
 {
     if (size > 0 && size < long{kNodeSize}) {
-        checked(scope, efio_Seek(handle.file, long{position} + long{kNodeSize}, EFIO_SEEK_SET, scope), "efio_Seek failed");
+        handle.cursor = position + kNodeSize;
     }
 }
 
@@ -39,7 +38,7 @@ EMANTLE_API void* ehfa_FileMIFDataRead(Ehfa_File* file, long position, long size
     return guarded<void*>(err, "ehfa_FileMIFDataRead", nullptr, [&](EerrException& scope) -> void* {
         Handle& handle = opened(file);
         Activity activity(handle, scope);
-        const uint32_t start = positionOf(handle, position, scope);
+        const uint32_t start = positionOf(handle, position);
         require(size >= 0 && isInside(handle, start, static_cast<uint64_t>(size)),
                 "%ld bytes at %ld do not lie in file %s", size, long{start}, handle.nameText.c_str());
         HeapPtr<char> fresh;
@@ -48,7 +47,7 @@ EMANTLE_API void* ehfa_FileMIFDataRead(Ehfa_File* file, long position, long size
         }
         if (size > 0) {
             readBytes(handle, start, buffer != nullptr ? buffer : fresh.get(), static_cast<std::size_t>(size), scope);
-            passPadding(handle, start, size, scope);
+            passPadding(handle, start, size);
         }
         return buffer != nullptr ? buffer : fresh.release();
     });
@@ -60,7 +59,7 @@ EMANTLE_API Emsc_Boolean ehfa_FileMIFDataWrite(Ehfa_File* file, long position, l
     return guarded<Emsc_Boolean>(err, "ehfa_FileMIFDataWrite", 0, [&](EerrException& scope) {
         Handle& handle = opened(file);
         Activity activity(handle, scope);
-        const uint32_t start = positionOf(handle, position, scope);
+        const uint32_t start = positionOf(handle, position);
         require(size >= 0 && (bytes != nullptr || size == 0), "Args");
         require(isInside(handle, start, static_cast<uint64_t>(size)), "%ld bytes at %ld do not lie in file %s", size,
                 long{start}, handle.nameText.c_str());
@@ -78,10 +77,10 @@ EMANTLE_API void* ehfa_FileHostDataRead(Ehfa_File* file, long position, const Em
         Handle& handle = opened(file);
         require(design != nullptr && record != nullptr, "Design fetch failed");
         Activity activity(handle, scope);
-        const uint32_t start = positionOf(handle, position, scope);
+        const uint32_t start = positionOf(handle, position);
         if (size != 0) {
             readRecord(handle, start, design, record, scope);
-            passPadding(handle, start, size, scope);
+            passPadding(handle, start, size);
         }
         return record;
     });
@@ -94,7 +93,7 @@ EMANTLE_API Emsc_Boolean ehfa_FileHostDataWrite(Ehfa_File* file, long position, 
         Handle& handle = opened(file);
         require(design != nullptr && record != nullptr, "Design fetch failed");
         Activity activity(handle, scope);
-        const uint32_t start = positionOf(handle, position, scope);
+        const uint32_t start = positionOf(handle, position);
         const int64_t size = checked(scope, emif_ObjectSize(record, design, scope), "emif_ObjectSize failed");
         require(isInside(handle, start, static_cast<uint64_t>(size)), "%ld bytes at %ld do not lie in file %s",
                 static_cast<long>(size), long{start}, handle.nameText.c_str());

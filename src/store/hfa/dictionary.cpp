@@ -4,13 +4,33 @@
 #include "store/hfa/activity.h"
 #include "store/hfa/bytes.h"
 #include "store/hfa/space.h"
+#include "store/mif/decode.h"
 
-#include <emantle/files/efio.h>
+#include <algorithm>
 #include <cstring>
 
 namespace emantle::hfa {
 
 namespace {
+
+/* The text from a position to the end of the file. */
+class TextFrom final : public mif::Characters {
+public:
+    TextFrom(Handle& handle, uint32_t position) : mif::Characters({}), handle_(handle), position_(position) {}
+
+private:
+    std::string_view refill(EerrException& scope) override
+    {
+        const auto size = std::min<std::size_t>(sizeof piece_, handle_.fileEnd - position_);
+        readBytes(handle_, position_, piece_, size, scope);
+        position_ += static_cast<uint32_t>(size);
+        return {piece_, size};
+    }
+
+    Handle& handle_;
+    uint32_t position_;
+    char piece_[1024];
+};
 
 /* Whether a dictionary text ends here, and not where its decoder met damage. */
 bool endsProperly(Handle& handle, uint32_t start, uint32_t end, EerrException& scope)
@@ -31,17 +51,19 @@ Emif_Dictionary* readDictionary(Handle& handle, Emif_Dictionary* into, uint32_t 
 {
     require(position >= kTagSize && position < handle.fileEnd, "The dictionary at %ld is not within the %ld bytes of %s",
             static_cast<long>(position), static_cast<long>(handle.fileEnd), handle.nameText.c_str());
-    checked(scope, efio_Seek(handle.file, position, EFIO_SEEK_SET, scope), "efio_Seek failed");
     EmifDictionaryT<Etxt_TextA> own;
-    Emif_Dictionary* read =
-        checked(scope, emif_DecodeDictionary(handle.file, into, scope), "emif_DecodeDictionary failed");
     if (into == nullptr) {
-        own = read;
+        own = checked(scope, emif_DictionaryCreate(scope), "Dictionary create fail");
+        into = own;
     }
-    const long end = checked(scope, efio_Tell(handle.file, scope));
-    length = endsProperly(handle, position, static_cast<uint32_t>(end), scope) ? static_cast<int32_t>(end - position) : 0;
+    TextFrom text(handle, position);
+    asFunction(scope, "emif_DecodeDictionary", "emif_DecodeDictionary failed", [&] {
+        asFunction(scope, "emif_DictionaryDecode", [&] { mif::decode(scope, text, *into); });
+    });
+    const auto end = position + static_cast<uint32_t>(text.consumed());
+    length = endsProperly(handle, position, end, scope) ? static_cast<int32_t>(end - position) : 0;
     own.Release();
-    return read;
+    return into;
 }
 
 void writeDictionary(Handle& handle, Emif_Dictionary* dictionary, uint32_t& position, int32_t& length, bool reuse,
@@ -74,7 +96,7 @@ void writeOwnDictionary(Handle& handle, EerrException& scope)
         asFunction(scope, "ehfa_DictionaryWrite", "ehfa_DictionaryWrite failed", [&] {
             writeDictionary(handle, handle.dictionary, handle.dictionaryPtr, handle.dictionaryLength, true, scope);
         });
-        asFunction(scope, "ehfa_HeaderReWrite", "Header rewrite failed", [&] { writeHeader(handle, scope); });
+        asFunction(scope, "ehfa_HeaderReWrite", "Header rewrite failed", [&] { writeHeader(handle); });
     } catch (...) {
         handle.dictionary->changed = 1;
         handle.dictionaryPtr = oldPosition;

@@ -9,7 +9,7 @@ void writeTreeEntry(Handle& handle, long method, const char* name, const char* t
 void deleteCurrent(Handle& handle, EerrException& scope);
 
 /* Starts batch mode at the current entry, and ends it there. */
-void beginBatch(Handle& handle, EerrException& scope);
+void beginBatch(Handle& handle);
 void endBatch(Handle& handle, EerrException& scope);
 
 /* Writes the current entry as it is held. */

@@ -61,8 +61,9 @@ void deleteLeaf(Handle& handle, EerrException& scope)
     const uint32_t position = handle.entryPtr;
     const Ehfa_Entry gone = handle.currentEntry;
     unlinkCurrent(handle, scope);
-    handle.paths.remove(handle.pathOfCurrent, position, gone, scope);
-    handle.paths.dropEntry(position, scope);
+    handle.children.noteRemoved(gone.parent, gone.name, position, gone.prev);
+    handle.children.forget(position);
+    handle.mended.erase(position);
     popName(handle);
 
     Ehfa_Entry found;
@@ -162,7 +163,7 @@ void linkAsLastChild(Handle& handle, uint32_t position, Ehfa_Entry moved, EerrEx
     }
     pushName(handle, moved.name);
     setCurrent(handle, position, moved);
-    indexCurrent(handle, scope);
+    noteInserted(handle, position, moved, scope);
 }
 
 void moveEntry(Handle& handle, const char* source, const char* destination, EerrException& scope)
@@ -170,7 +171,6 @@ void moveEntry(Handle& handle, const char* source, const char* destination, Eerr
     const Move move = planMove(handle, source, destination, scope);
     const uint32_t position = handle.entryPtr;
     const Ehfa_Entry entry = handle.currentEntry;
-    const Path path = handle.pathOfCurrent;
     require(!goToPath(handle, (move.parent + move.name).c_str(), scope), "%s|Node already exists for file %s", destination,
             handle.nameText.c_str());
     require(goToPath(handle, move.parent.c_str(), scope) && move.parent.compare(0, move.source.size(), move.source) != 0,
@@ -184,8 +184,7 @@ void moveEntry(Handle& handle, const char* source, const char* destination, Eerr
     handle.entryPtr = position;
     handle.currentEntry = entry;
     unlinkCurrent(handle, scope);
-    handle.paths.remove(path, position, entry, scope);
-    handle.paths.removeBelow(path.text(), scope);
+    handle.children.noteRemoved(entry.parent, entry.name, position, entry.prev);
 
     Ehfa_Entry above;
     require(readEntry(handle, parent, above, scope), "File may be corrupt");

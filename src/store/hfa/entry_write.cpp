@@ -56,18 +56,17 @@ void becomeCurrent(Handle& handle, uint32_t position, const Ehfa_Entry& entry, b
         popName(handle);
     }
     pushName(handle, entry.name);
-    indexCurrent(handle, scope);
+    handle.children.forget(position); /* what lay there before may have had some */
+    noteInserted(handle, position, entry, scope);
 }
 
-void rename(Handle& handle, const char* name, EerrException& scope)
+void rename(Handle& handle, const char* name)
 {
     const bool isNew = name != nullptr && std::strcmp(name, handle.currentEntry.name) != 0;
     if (!isNew) {
         return;
     }
     if (!inBatchMode(handle)) {
-        handle.paths.remove(handle.pathOfCurrent, handle.entryPtr, handle.currentEntry, scope);
-        handle.paths.removeBelow(handle.pathOfCurrent.text(), scope);
         popName(handle);
         pushName(handle, name);
     } else {
@@ -81,7 +80,7 @@ void rewrite(Handle& handle, const char* name, const char* type, EerrException& 
 {
     const Cursor before = cursorOf(handle);
     try {
-        rename(handle, name, scope);
+        rename(handle, name);
         if (type != nullptr) {
             setType(handle.currentEntry, type);
         }
@@ -90,8 +89,8 @@ void rewrite(Handle& handle, const char* name, const char* type, EerrException& 
         restore(handle, Cursor(before));
         throw;
     }
-    if (!inBatchMode(handle) && std::strcmp(before.entry.name, handle.currentEntry.name) != 0) {
-        indexCurrent(handle, scope);
+    if (std::strcmp(before.entry.name, handle.currentEntry.name) != 0) {
+        noteRenamed(handle, before.entry.name, scope);
     }
 }
 
@@ -219,14 +218,12 @@ void writeTreeEntry(Handle& handle, long method, const char* name, const char* t
     }
 }
 
-void beginBatch(Handle& handle, EerrException& scope)
+void beginBatch(Handle& handle)
 {
     if (inBatchMode(handle)) {
         return;
     }
-    handle.paths.removeBelow(handle.pathOfCurrent.text(), scope);
-    handle.paths.remove(handle.pathOfCurrent, handle.entryPtr, handle.currentEntry, scope);
-    handle.paths.dropEntry(handle.entryPtr, scope);
+    handle.children.clear();
     handle.batchStart = handle.entryPtr;
     handle.flags |= EHFA_FLAG_BATCH;
 }
@@ -237,6 +234,7 @@ void endBatch(Handle& handle, EerrException& scope)
         return;
     }
     handle.flags &= ~static_cast<uint32_t>(EHFA_FLAG_BATCH);
+    handle.children.clear();
     handle.entryPtr = handle.batchStart;
     require(seekEntry(handle, EHFA_SEEK_BACK, nullptr, scope), "Can't relocate entrypath");
 }

@@ -6,6 +6,7 @@
 #include "store/hfa/options.h"
 #include "store/hfa/tree.h"
 
+#include "files/efio/record.h"
 #include "frame/memory/heap_ptr.h"
 #include "frame/guard/plain_scope.h"
 
@@ -65,9 +66,11 @@ bool makeWritable(Handle& handle)
     if (!file) {
         return false;
     }
+    handle.lock.acquire(file.get(), handle.name);
     efio_Close(handle.file, nullptr);
     handle.file = file.release();
     handle.readOnly = 0;
+    handle.activity = -1; /* another process may have written up to now */
     return true;
 }
 
@@ -129,6 +132,34 @@ Ehfa_File* enterList(OwnedHandle handle, const Options& options, EerrException& 
     return handle.release();
 }
 
+/* Whether an open file holds a store, which nothing but a whole new one may replace. */
+bool holdsStore(Efio_File* file, EerrException& scope)
+{
+    const int64_t size = checked(scope, efio_FileSizeGetByHandle(file, scope));
+    uint32_t headerPtr = 0;
+    return size >= kTagSize + kHeaderSize && readTag(file, headerPtr, scope);
+}
+
+/* Removes a file that was made in vain. */
+class FreshFile {
+public:
+    explicit FreshFile(const char* name) : name_(name) {}
+    ~FreshFile()
+    {
+        if (name_ != nullptr) {
+            Eerr_ErrorReport* unheard = nullptr;
+            efio_FileUnlink(name_, &unheard);
+            eerr_DeleteErrorReportEx(&unheard);
+        }
+    }
+    FreshFile(const FreshFile&) = delete;
+    FreshFile& operator=(const FreshFile&) = delete;
+    void keep() { name_ = nullptr; }
+
+private:
+    const char* name_;
+};
+
 Ehfa_File* createFile(const char* name, Eint_InitToolkitData* context, const Options& options, EerrException& scope)
 {
     start(context, scope);
@@ -136,23 +167,30 @@ Ehfa_File* createFile(const char* name, Eint_InitToolkitData* context, const Opt
     if (Handle* open = found(scope, [&] { return findOpenFile(context, name, false); })) {
         return withReference(*open, options, scope);
     }
-    OpenFile file(checked(scope, efio_Open(name, "w+b", scope), "Error on opening file \"%s\"", name));
-    try {
-        OwnedHandle handle = newHandle(name, std::move(file), false, context);
-        handle->dictionary = checked(scope, emif_DictionaryDecodeFromString(kOwnDesigns, scope), "EMIF_DESIGN_FETCH failed");
-        Handle& fresh = *handle;
-        return enterList(std::move(handle), options, scope, "ehfa_HeaderWrite", [&] {
-            writeNewFile(fresh, scope);
-            fresh.dictionary->changed = 1;
-            asFunction(scope, "ehfa_FileFlush", "File flush failed", [&] { flush(fresh, scope); });
-            fresh.activity = 0;
-        });
-    } catch (...) {
-        EerrException unheard;
-        efio_FileUnlink(name, unheard);
-        unheard.Clear();
-        throw;
+    /* A file that is there keeps its bytes until it is certain that nobody else writes it. */
+    OpenFile file(checked(scope, efio_Open(name, "a+b", scope), "Error on opening file \"%s\"", name));
+    WriterLock lock;
+    lock.acquire(file.get(), name);
+    FreshFile fresh(name);
+    const bool replaces = holdsStore(file.get(), scope);
+    if (replaces) {
+        fresh.keep();
+    } else {
+        require(efio_ftruncate(file.get(), 0) == 0, "Error on opening file \"%s\"", name);
     }
+    OwnedHandle handle = newHandle(name, std::move(file), false, context);
+    handle->lock = std::move(lock);
+    handle->dictionary = checked(scope, emif_DictionaryDecodeFromString(kOwnDesigns, scope), "EMIF_DESIGN_FETCH failed");
+    Handle& made = *handle;
+    Ehfa_File* result = enterList(std::move(handle), options, scope, "ehfa_HeaderWrite", [&] {
+        made.journal.start(made, scope);
+        writeNewFile(made, scope);
+        made.dictionary->changed = 1;
+        asFunction(scope, "ehfa_FileFlush", "File flush failed", [&] { flush(made, scope); });
+        made.activity = 0;
+    });
+    fresh.keep();
+    return result;
 }
 
 /* Keeps the number that the open of a file left in errno. */
@@ -179,7 +217,7 @@ Ehfa_File* openFile(const char* name, const char* mode, Eint_InitToolkitData* co
         return nullptr;
     };
     if (Handle* writer = findOpenFile(context, name, false)) {
-        checked(scope, efio_Flush(writer->file, scope), "File flush failed");
+        commitGathered(*writer, scope);
     }
     ErrnoKeeper number;
     OpenFile file(efio_Open(name, mode != nullptr ? mode : "r", scope));
@@ -195,6 +233,9 @@ Ehfa_File* openFile(const char* name, const char* mode, Eint_InitToolkitData* co
     }
     OwnedHandle handle = newHandle(name, std::move(file), asksToRead(mode), context);
     Handle& fresh = *handle;
+    if (!fresh.readOnly) {
+        fresh.lock.acquire(fresh.file, name);
+    }
     return enterList(std::move(handle), options, scope, "ehfa_HeaderRead", [&] { readHeader(fresh, scope); });
 }
 
@@ -231,34 +272,29 @@ void closeHandle(Handle& file, EerrException& scope)
         return;
     }
     Activity activity(*handle, scope);
+    handle->flags &= ~static_cast<uint32_t>(EHFA_FLAG_NO_FLUSH | EHFA_FLAG_BATCH);
+    handle->gathering = 0;
     asFunction(scope, "ehfa_FileFlush", "File flush failed", [&] {
-        writeHeldBack(*handle, scope);
         flush(*handle, scope);
+        handle->journal.trim(*handle, scope);
     });
 }
 
 }  // namespace
 
-void writeHeldBack(Handle& handle, EerrException& scope)
-{
-    handle.flags &= ~static_cast<uint32_t>(EHFA_FLAG_NO_FLUSH);
-    asFunction(scope, "freeListCacheFlush", "Error in ehfa_FileHostDataWrite",
-               [&] { handle.freeBlocks.writeAll(handle, scope); });
-    if (handle.headerHeldBack) {
-        asFunction(scope, "ehfa_HeaderReWrite", "Header rewrite failed", [&] { writeHeader(handle, scope); });
-    }
-}
-
 void flush(Handle& handle, EerrException& scope)
 {
-    checked(scope, efio_Flush(handle.file, scope), "File flush failed");
     if (handle.readOnly) {
         return;
     }
     handle.activity = 2;
-    if (!heldBack(handle) && handle.dictionary->changed != 0) {
+    if (!heldBack(handle)) {
         writeOwnDictionary(handle, scope);
-        checked(scope, efio_Flush(handle.file, scope), "File flush failed");
+    }
+    /* Where only the free list has changed, no-flush mode keeps it. Within another call that one's end does the rest. */
+    const bool isDue = !heldBack(handle) || handle.pages.changedBytes() > 0;
+    if (isDue && handle.depth <= 1) {
+        commit(handle, scope);
     }
 }
 
@@ -364,6 +400,18 @@ EMANTLE_API Emsc_Boolean ehfa_FileFlush(Ehfa_File* file, Eerr_ErrorReport** err)
         Handle& handle = opened(file, "Invalid file handle!");
         Activity activity(handle, scope);
         flush(handle, scope);
+        return 1;
+    });
+}
+
+EMANTLE_API Emsc_Boolean ehfa_FileSync(Ehfa_File* file, Eerr_ErrorReport** err)
+{
+    return guarded<Emsc_Boolean>(err, "ehfa_FileSync", 0, [&](EerrException& scope) {
+        Handle& handle = opened(file, "Invalid file handle!");
+        Activity activity(handle, scope);
+        flush(handle, scope);
+        const int failure = files::opened(handle.file)->system.sync();
+        require(failure == 0, "Could not bring %s to the disk\nError %d", handle.nameText.c_str(), failure);
         return 1;
     });
 }

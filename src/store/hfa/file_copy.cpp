@@ -146,6 +146,7 @@ private:
                     source_.path, target_.name);
         }
         if (row.keepModTime != 0) {
+            const Activity writing(target_, scope_);
             target_.currentEntry.modTime = source_.currentEntry.modTime;
             rewriteCurrent(target_, scope_);
         }
@@ -262,8 +263,7 @@ void copyFile(const char* sourceName, const char* destination, Eint_InitToolkitD
     require(!checked(scope, ehfa_FileIsOpen(destination, context, scope), "Cannot determine if >%s< is open", destination),
             "Cannot copy to >%s< when it is already open", destination);
     if (Handle* writer = findOpenFile(context, sourceName, false)) {
-        Activity activity(*writer, scope);
-        asFunction(scope, "ehfa_FileFlush", "File flush failed", [&] { flush(*writer, scope); });
+        commitGathered(*writer, scope);
     }
     OpenStore sourceStore(
         checked(scope, ehfa_FileOpen(sourceName, "r", context, scope), "Error opening file %s", sourceName));
@@ -280,8 +280,8 @@ void copyFile(const char* sourceName, const char* destination, Eint_InitToolkitD
                                   "Cannot create ehfa_File file >%s<", temporary.name()));
     {
         Handle& target = opened(targetStore.get());
+        target.gathering = 1;
         Activity reading(source, scope);
-        Activity writing(target, scope);
         const PlaceKeeper keeper =
             asFunction(scope, "ehfa_EntryPathSave", "Can't save entry path", [&] { return PlaceKeeper(source); });
         asFunction(scope, "ehfa_EntrySeek", "Can't find root", [&] { goToRoot(source, scope); });
@@ -290,9 +290,7 @@ void copyFile(const char* sourceName, const char* destination, Eint_InitToolkitD
     checked(scope, ehfa_FileClose(targetStore.release(), scope), "Unable to copy >%s< to >%s<", sourceName, destination);
     sourceStore.reset();
     copyTimes(sourceName, temporary.name(), scope);
-    if (efio_FileExists(destination, nullptr) != 0) {
-        checked(scope, efio_FileUnlink(destination, scope), "Unable to unlink >%s<", destination);
-    }
+    /* In place of what is there, in one step. */
     checked(scope, efio_FileNameChange(temporary.name(), destination, scope), "efio_FileNameChange failure");
     temporary.keep();
 }

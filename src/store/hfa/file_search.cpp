@@ -34,7 +34,7 @@ EMANTLE_API Emsc_Boolean ehfa_HeaderReWrite(Ehfa_File* file, Eerr_ErrorReport** 
         Handle& handle = opened(file);
         Activity activity(handle, scope);
         asFunction(scope, "ehfa_FileHostDataWrite", "ehfa_FileHostDataWrite failed",
-                   [&] { writeHeader(handle, scope); });
+                   [&] { writeHeader(handle); });
         return 1;
     });
 }

@@ -1,16 +1,14 @@
 #include "store/hfa/free_list.h"
 
 #include "frame/guard/plain_scope.h"
+#include "store/hfa/activity.h"
 #include "store/hfa/bytes.h"
 
 #include <algorithm>
 
 namespace emantle::hfa {
 
-constexpr FreeList::Texts FreeList::kTaking{"freeListItemSet fail", "ehfa_HeaderReWrite fail"};
-constexpr FreeList::Texts FreeList::kChanging{"freeListItemSet failed", "ehfa_HeaderReWrite failed"};
-
-void FreeList::forget()
+void FreeList::forget() noexcept
 {
     *this = FreeList();
 }
@@ -29,7 +27,8 @@ void FreeList::load(Handle& handle, Teller teller, EerrException& scope)
 
 void FreeList::read(Handle& handle, EerrException& scope)
 {
-    blocks_.clear();
+    leaves_.clear();
+    count_ = 0;
     damaged_ = false;
     /* Each link lies behind the last block, so the walk ends. */
     uint64_t least = 0;
@@ -48,7 +47,7 @@ void FreeList::read(Handle& handle, EerrException& scope)
             damaged_ = true;
             break;
         }
-        blocks_.push_back({position, static_cast<uint32_t>(node.freeSize)});
+        append({position, static_cast<uint32_t>(node.freeSize), 0});
         least = uint64_t{position} + static_cast<uint32_t>(node.freeSize);
         position = node.freeList;
     }
@@ -66,131 +65,319 @@ void FreeList::tell(const Handle& handle, Teller teller)
     told = true;
 }
 
-void FreeList::writeNode(Handle& handle, std::size_t index, const Texts& texts, EerrException& scope)
+void FreeList::append(Block block)
 {
-    const uint32_t link = index + 1 < blocks_.size() ? blocks_[index + 1].position : 0;
-    const auto bytes = encoded(Ehfa_FreeListNode{link, static_cast<int32_t>(blocks_[index].size)});
-    asFunction(scope, "freeListItemSet", texts.node,
-               [&] { writeBytes(handle, blocks_[index].position, bytes.data(), bytes.size(), scope); });
+    if (leaves_.empty() || leaves_.back()->count == kLeaf / 2) {
+        leaves_.push_back(std::make_unique<Leaf>());
+    }
+    Leaf& leaf = *leaves_.back();
+    leaf.blocks[leaf.count++] = block;
+    leaf.largest = std::max<uint32_t>(leaf.largest, block.size);
+    ++count_;
 }
 
-void FreeList::writeLinkTo(Handle& handle, std::size_t index, const Texts& texts, EerrException& scope)
+FreeBlock FreeList::firstFit(uint32_t size) const
 {
-    if (index > 0) {
-        writeNode(handle, index - 1, texts, scope);
-        return;
-    }
-    const uint32_t first = blocks_.empty() ? 0 : blocks_[0].position;
-    if (handle.freeList != first || heldBack(handle)) {
-        handle.freeList = first;
-        asFunction(scope, "ehfa_HeaderReWrite", texts.header, [&] { writeHeader(handle, scope); });
-    }
-}
-
-/* Makes a change in memory and then in the file. A change that the file refused is not known to have reached it, so the
- * list is read again before its next use. */
-template <class Change>
-void FreeList::change(Handle& handle, EerrException& scope, Change&& body)
-{
-    const uint32_t head = handle.freeList;
-    try {
-        body();
-    } catch (...) {
-        if (!heldBack_) {
-            handle.freeList = head;
-            forget();
+    for (const auto& leaf : leaves_) {
+        if (leaf->largest < size) {
+            continue;
         }
-        throw;
+        for (uint32_t i = 0; i < leaf->count; ++i) {
+            const Block& block = leaf->blocks[i];
+            if (block.size == size || block.size >= uint64_t{size} + kNodeSize) {
+                return {block.position, block.size};
+            }
+        }
     }
-    if (heldBack(handle)) {
-        heldBack_ = true;
-        handle.freeList = blocks_.empty() ? 0 : blocks_[0].position;
-        writeHeader(handle, scope);
-    }
+    return {0, 0};
 }
 
-void FreeList::take(Handle& handle, std::size_t index, uint32_t size, EerrException& scope)
+FreeBlock FreeList::last() const
 {
-    if (size == blocks_[index].size) {
-        removeAs(handle, index, kTaking, scope);
-        return;
-    }
-    change(handle, scope, [&] {
-        blocks_[index].position += size;
-        blocks_[index].size -= size;
-        if (!heldBack(handle)) {
-            writeNode(handle, index, kTaking, scope);
-            writeLinkTo(handle, index, kTaking, scope);
+    for (auto leaf = leaves_.rbegin(); leaf != leaves_.rend(); ++leaf) {
+        if ((*leaf)->count > 0) {
+            const Block& block = (*leaf)->blocks[(*leaf)->count - 1];
+            return {block.position, block.size};
         }
+    }
+    return {0, 0};
+}
+
+uint32_t FreeList::idleBytes(uint32_t size) const
+{
+    for (const auto& leaf : leaves_) {
+        for (uint32_t i = 0; leaf->largest >= size && i < leaf->count; ++i) {
+            const Block& block = leaf->blocks[i];
+            if (block.isNew == 0 && block.size >= uint64_t{size} + kNodeSize) {
+                return block.position + kNodeSize;
+            }
+        }
+    }
+    return 0;
+}
+
+FreeList::Place FreeList::placeOf(uint32_t position) const
+{
+    const auto leaf = std::partition_point(leaves_.begin(), leaves_.end(), [&](const auto& each) {
+        return each->blocks[each->count - 1].position < position;
     });
+    if (leaf == leaves_.end()) {
+        return leaves_.empty() ? Place{0, 0} : Place{leaves_.size() - 1, leaves_.back()->count};
+    }
+    const Block* first = (*leaf)->blocks;
+    const Block* found = std::partition_point(first, first + (*leaf)->count,
+                                              [&](const Block& block) { return block.position < position; });
+    return {static_cast<std::size_t>(leaf - leaves_.begin()), static_cast<uint32_t>(found - first)};
 }
 
-void FreeList::remove(Handle& handle, std::size_t index, EerrException& scope)
+const FreeList::Block* FreeList::blockAt(Place place) const
 {
-    removeAs(handle, index, kChanging, scope);
+    if (place.leaf < leaves_.size() && place.index == leaves_[place.leaf]->count) {
+        place = {place.leaf + 1, 0};
+    }
+    return place.leaf < leaves_.size() ? &leaves_[place.leaf]->blocks[place.index] : nullptr;
 }
 
-void FreeList::removeAs(Handle& handle, std::size_t index, const Texts& texts, EerrException& scope)
+const FreeList::Block* FreeList::blockBefore(Place place) const
 {
-    change(handle, scope, [&] {
-        blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(index));
-        if (!heldBack(handle)) {
-            writeLinkTo(handle, index, texts, scope);
+    if (place.index == 0 && place.leaf > 0) {
+        --place.leaf;
+        place.index = leaves_[place.leaf]->count;
+    }
+    return place.index > 0 ? &leaves_[place.leaf]->blocks[place.index - 1] : nullptr;
+}
+
+/* Memory for the largest change: two blocks taken out, one put in. After this no part of it can fail, nor its undoing. */
+void FreeList::reserveForChange()
+{
+    const auto reserve = [](auto& list, std::size_t more) {
+        if (list.capacity() - list.size() < more) {
+            list.reserve(2 * list.size() + 16);
         }
-    });
+    };
+    reserve(changes_, 4);
+    reserve(touched_, 8);
+    reserve(taken_, 4);
+    reserve(leaves_, 4);
+    reserve(spares_, 8);
+    while (spares_.size() < 2) {
+        spares_.push_back(std::make_unique<Leaf>());
+    }
+}
+
+void FreeList::putIn(Block block) noexcept
+{
+    Place place = placeOf(block.position);
+    if (leaves_.empty()) {
+        leaves_.push_back(std::move(spares_.back()));
+        spares_.pop_back();
+    } else if (leaves_[place.leaf]->count == kLeaf) {
+        Leaf& full = *leaves_[place.leaf];
+        std::unique_ptr<Leaf> half = std::move(spares_.back());
+        spares_.pop_back();
+        half->count = kLeaf / 2;
+        std::copy_n(full.blocks + kLeaf / 2, kLeaf / 2, half->blocks);
+        full.count = kLeaf / 2;
+        measure(full);
+        measure(*half);
+        leaves_.insert(leaves_.begin() + static_cast<std::ptrdiff_t>(place.leaf) + 1, std::move(half));
+        if (place.index > kLeaf / 2) {
+            place = {place.leaf + 1, place.index - kLeaf / 2};
+        }
+    }
+    Leaf& leaf = *leaves_[place.leaf];
+    std::copy_backward(leaf.blocks + place.index, leaf.blocks + leaf.count, leaf.blocks + leaf.count + 1);
+    leaf.blocks[place.index] = block;
+    ++leaf.count;
+    leaf.largest = std::max<uint32_t>(leaf.largest, block.size);
+    ++count_;
+}
+
+void FreeList::takeOut(uint32_t position) noexcept
+{
+    const Place place = placeOf(position);
+    Leaf& leaf = *leaves_[place.leaf];
+    const uint32_t size = leaf.blocks[place.index].size;
+    std::copy(leaf.blocks + place.index + 1, leaf.blocks + leaf.count, leaf.blocks + place.index);
+    --leaf.count;
+    --count_;
+    if (leaf.count == 0) {
+        leaf.largest = 0;
+        spares_.push_back(std::move(leaves_[place.leaf]));
+        leaves_.erase(leaves_.begin() + static_cast<std::ptrdiff_t>(place.leaf));
+    } else if (size == leaf.largest) {
+        measure(leaf);
+    }
+}
+
+void FreeList::measure(Leaf& leaf) noexcept
+{
+    leaf.largest = 0;
+    for (uint32_t i = 0; i < leaf.count; ++i) {
+        leaf.largest = std::max<uint32_t>(leaf.largest, leaf.blocks[i].size);
+    }
+}
+
+/* The block before a position holds the link to what lies there. */
+void FreeList::touchBefore(uint32_t position)
+{
+    if (const Block* before = blockBefore(placeOf(position))) {
+        touched_.push_back(before->position);
+    }
+}
+
+void FreeList::insert(Block block)
+{
+    putIn(block);
+    changes_.push_back({block, true});
+    touched_.push_back(block.position);
+    touchBefore(block.position);
+}
+
+void FreeList::erase(Block block)
+{
+    takeOut(block.position);
+    changes_.push_back({block, false});
+    if (block.isNew == 0) {
+        taken_.push_back({block.position, block.size});
+    }
+    touchBefore(block.position);
+    touched_.push_back(block.position);
+}
+
+void FreeList::noteHead(Handle& handle)
+{
+    const uint32_t head = leaves_.empty() ? 0 : leaves_.front()->blocks[0].position;
+    if (head != handle.freeList) {
+        handle.freeList = head;
+        handle.headerHeldBack = true;
+    }
+    noteChange(handle);
+}
+
+void FreeList::take(Handle& handle, FreeBlock free, uint32_t size)
+{
+    reserveForChange();
+    const Block block = *blockAt(placeOf(free.position));
+    erase(block);
+    if (size < block.size) {
+        insert({block.position + size, block.size - size, 1});
+    }
+    noteHead(handle);
+}
+
+void FreeList::remove(Handle& handle, FreeBlock free)
+{
+    take(handle, free, free.size);
 }
 
 void FreeList::add(Handle& handle, uint32_t position, uint32_t size, EerrException& scope)
 {
-    const auto after = std::lower_bound(blocks_.begin(), blocks_.end(), position,
-                                        [](const FreeBlock& block, uint32_t place) { return block.position < place; });
-    std::size_t index = static_cast<std::size_t>(after - blocks_.begin());
-    const bool overlapsNext = after != blocks_.end() && uint64_t{position} + size > after->position;
-    const bool overlapsPrev =
-        index > 0 && uint64_t{blocks_[index - 1].position} + blocks_[index - 1].size > position;
-    require(!heldBack(handle) || after == blocks_.end() || after->position != position,
+    const Place place = placeOf(position);
+    const Block* next = blockAt(place);
+    const Block* before = blockBefore(place);
+    require(!heldBack(handle) || next == nullptr || next->position != position,
             "Attempting to insert an item that is already in the free list");
-    require(!overlapsNext && !overlapsPrev, "%ld bytes at %ld of %s are free already", static_cast<long>(size),
-            static_cast<long>(position), handle.nameText.c_str());
-
-    if (blocks_.size() == blocks_.capacity()) {
-        asFunction(scope, "freeListCacheInsert", "Unable to allocate new item for free list cache",
-                   [&] { blocks_.reserve(2 * blocks_.capacity() + 16); });
+    require((next == nullptr || uint64_t{position} + size <= next->position) &&
+                (before == nullptr || uint64_t{before->position} + before->size <= position),
+            "%ld bytes at %ld of %s are free already", static_cast<long>(size), static_cast<long>(position),
+            handle.nameText.c_str());
+    asFunction(scope, "freeListCacheInsert", "Unable to allocate new item for free list cache",
+               [&] { reserveForChange(); });
+    Block joined{position, size, 1};
+    const bool joinsNext = next != nullptr && position + size == next->position;
+    const Block behind = joinsNext ? *next : Block{};
+    if (before != nullptr && before->position + before->size == position) {
+        const Block front = *before;
+        erase(front);
+        joined.position = front.position;
+        joined.size += front.size;
     }
-    change(handle, scope, [&] {
-        const auto next = blocks_.begin() + static_cast<std::ptrdiff_t>(index);
-        if (next != blocks_.end() && position + size == next->position) {
-            size += next->size;
-            blocks_.erase(next);
-        }
-        const bool joinsPrev = index > 0 && blocks_[index - 1].position + blocks_[index - 1].size == position;
-        if (joinsPrev) {
-            --index;
-            blocks_[index].size += size;
-        } else {
-            blocks_.insert(blocks_.begin() + static_cast<std::ptrdiff_t>(index), FreeBlock{position, size});
-        }
-        if (!heldBack(handle)) {
-            writeNode(handle, index, kChanging, scope);
-            if (!joinsPrev) {
-                writeLinkTo(handle, index, kChanging, scope);
-            }
-        }
-    });
+    if (joinsNext) {
+        erase(behind);
+        joined.size += behind.size;
+    }
+    insert(joined);
+    noteHead(handle);
 }
 
-void FreeList::writeAll(Handle& handle, EerrException& scope)
+void FreeList::writeNodes(Handle& handle, EerrException& scope)
 {
-    if (!heldBack_) {
+    if (touched_.empty()) {
         return;
     }
-    const uint32_t head = blocks_.empty() ? 0 : blocks_[0].position;
+    const uint32_t head = leaves_.empty() ? 0 : leaves_.front()->blocks[0].position;
     require(head == handle.freeList,
             "Inconsistency detected - position of first cached node not same as free list");
-    for (std::size_t index = 0; index < blocks_.size(); ++index) {
-        writeNode(handle, index, kChanging, scope);
+    std::vector<uint32_t> positions = touched_;
+    std::ranges::sort(positions);
+    positions.erase(std::unique(positions.begin(), positions.end()), positions.end());
+    for (const uint32_t position : positions) {
+        const Block* block = blockAt(placeOf(position));
+        if (block == nullptr || block->position != position) {
+            continue;
+        }
+        const Block* next = blockAt(placeOf(position + 1));
+        const auto bytes = encoded(Ehfa_FreeListNode{next != nullptr ? next->position : 0, static_cast<int32_t>(block->size)});
+        asFunction(scope, "freeListItemSet", "freeListItemSet failed",
+                   [&] { writeBytes(handle, position, bytes.data(), bytes.size(), scope); });
     }
-    heldBack_ = false;
+}
+
+void FreeList::settle() noexcept
+{
+    for (const uint32_t position : touched_) {
+        const Place place = placeOf(position);
+        if (const Block* block = blockAt(place); block != nullptr && block->position == position) {
+            leaves_[place.leaf]->blocks[place.index].isNew = 0;
+        }
+    }
+    touched_.clear();
+    taken_.clear();
+    beginStep();
+}
+
+std::vector<FreeList::Stretch> FreeList::takenBytes() const
+{
+    std::vector<Stretch> stretches;
+    for (const FreeBlock& block : taken_) {
+        if (block.size > kNodeSize) {
+            stretches.push_back({uint64_t{block.position} + kNodeSize, uint64_t{block.position} + block.size});
+        }
+    }
+    std::ranges::sort(stretches, {}, &Stretch::start);
+    return stretches;
+}
+
+bool FreeList::tookSinceStep(uint64_t start, uint64_t end) const
+{
+    for (std::size_t i = takenAtStep_; i < taken_.size(); ++i) {
+        if (start >= uint64_t{taken_[i].position} + kNodeSize && end <= uint64_t{taken_[i].position} + taken_[i].size) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void FreeList::beginStep() noexcept
+{
+    changes_.clear();
+    takenAtStep_ = taken_.size();
+    touchedAtStep_ = touched_.size();
+}
+
+void FreeList::undoStep() noexcept
+{
+    for (; !changes_.empty(); changes_.pop_back()) {
+        const Change& change = changes_.back();
+        if (change.inserted) {
+            takeOut(change.block.position);
+        } else {
+            putIn(change.block);
+        }
+    }
+    taken_.resize(takenAtStep_);
+    touched_.resize(touchedAtStep_);
 }
 
 }  // namespace emantle::hfa

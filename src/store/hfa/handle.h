@@ -1,8 +1,11 @@
 #pragma once
 
 #include "frame/guard/nested.h"
+#include "store/hfa/children.h"
 #include "store/hfa/free_list.h"
+#include "store/hfa/journal.h"
 #include "store/hfa/path.h"
+#include "store/hfa/writer_lock.h"
 
 #include <emantle/store/ehfa.h>
 #include <emantle/store/emif.h>
@@ -23,15 +26,35 @@ inline constexpr uint32_t kFileLimit = 0x7FFFFFFF;
 /* Deeper trees are taken for damage: no path of a file is then out of proportion to it. */
 inline constexpr int kDepthLimit = 1000;
 
+/* What a handle was when its outermost call began. */
+struct Step {
+    Ehfa_File record{}; /* its pointers are not looked at */
+    Path path;
+    int32_t dictionaryChanged = 0;
+    bool headerHeldBack = false;
+    uint64_t changes = 0;
+    uint32_t fileEnd = 0;
+};
+
 struct Handle : Ehfa_File {
     Handle() : Ehfa_File{} { entry = &currentEntry; }
 
     std::string nameText;
     Path pathOfCurrent;
-    PathIndex paths;
+    Children children;
+    /* Entries without the links that lead astray, by position. */
+    std::unordered_map<uint32_t, Ehfa_Entry> mended;
     FreeList freeBlocks;
+    Pages pages;
+    Journal journal;
+    Step step;
+    uint64_t changes = 0;        /* counts what the calls change */
+    int depth = 0;               /* of calls within calls */
+    int gathering = 0;           /* not 0: changes stay in memory beyond the call that makes them */
+    bool isBroken = false;       /* a call within the present one failed half-way */
     bool headerHeldBack = false; /* the file's record lags behind this one */
-    bool entriesLag = false;     /* set while the handle's tables are not to be used */
+    uint32_t cursor = 0;         /* where a read without a position goes on */
+    WriterLock lock;
     Ehfa_Entry peeked{};
 };
 
@@ -43,6 +66,8 @@ inline Handle& opened(Ehfa_File* file, Say text = "Invalid EHFA file handle")
 
 inline bool inBatchMode(const Handle& handle) { return (handle.flags & EHFA_FLAG_BATCH) != 0; }
 inline bool heldBack(const Handle& handle) { return (handle.flags & EHFA_FLAG_NO_FLUSH) != 0; }
+/* Whether changes stay in memory at the end of a call. */
+inline bool gathers(const Handle& handle) { return heldBack(handle) || inBatchMode(handle) || handle.gathering > 0; }
 inline bool isAtRoot(const Handle& handle) { return handle.entryPtr == handle.rootEntryPtr; }
 
 }  // namespace emantle::hfa

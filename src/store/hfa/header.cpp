@@ -44,9 +44,9 @@ void writeNewFile(Handle& handle, EerrException& scope)
     encode32(handle.headerPtr, bytes.data() + sizeof kLabel);
     std::ranges::copy(encodedHeader(handle), bytes.begin() + kHeaderPosition);
     std::ranges::copy(encoded(root), bytes.begin() + handle.rootEntryPtr);
+    handle.fileEnd = static_cast<uint32_t>(bytes.size());
     asFunction(scope, "ehfa_FileHostDataWrite", "ehfa_FileHostDataWrite failed",
                [&] { writeBytes(handle, 0, bytes.data(), bytes.size(), scope); });
-    handle.fileEnd = static_cast<uint32_t>(bytes.size());
 }
 
 uint32_t fileEndOf(int64_t size, const char* name)
@@ -68,10 +68,16 @@ bool readTag(Efio_File* file, uint32_t& headerPtr, EerrException& scope)
 
 void readHeader(Handle& handle, EerrException& scope)
 {
-    const int64_t size = checked(scope, efio_FileSizeGetByHandle(handle.file, scope));
-    handle.fileEnd = fileEndOf(size, handle.name);
-    require(handle.fileEnd >= kTagSize + kHeaderSize && readTag(handle.file, handle.headerPtr, scope), "%s",
-            handle.name != nullptr ? handle.name : "<Name unknown>");
+    handle.freeBlocks.forget();
+    handle.headerHeldBack = false;
+    handle.journal.start(handle, scope);
+    handle.fileEnd = fileEndOf(static_cast<int64_t>(handle.journal.committedEnd()), handle.name);
+    unsigned char tag[kTagSize] = {};
+    if (handle.fileEnd >= kTagSize + kHeaderSize) {
+        handle.pages.read(handle.file, 0, tag, sizeof tag, scope);
+    }
+    handle.headerPtr = decoded32(tag + sizeof kLabel);
+    require(std::memcmp(tag, kLabel, sizeof kLabel) == 0, "%s", handle.name != nullptr ? handle.name : "<Name unknown>");
     require(handle.headerPtr >= kTagSize && isInside(handle, handle.headerPtr, kHeaderSize),
             "The header of %s at %ld is not within its %ld bytes", handle.name, static_cast<long>(handle.headerPtr),
             static_cast<long>(handle.fileEnd));
@@ -89,8 +95,6 @@ void readHeader(Handle& handle, EerrException& scope)
     handle.dictionary = read;
     handle.dictionary->changed = 0;
     handle.dictionaryLength = length;
-    handle.freeBlocks.forget();
-    handle.headerHeldBack = false;
 }
 
 }  // namespace emantle::hfa

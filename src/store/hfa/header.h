@@ -7,7 +7,7 @@ namespace emantle::hfa {
 /* The text of the dictionary of a new store. */
 extern const char kOwnDesigns[];
 
-/* Writes tag, file record and root entry of a new store, which is then 210 bytes long. */
+/* Makes tag, file record and root entry of a new store, which is then 210 bytes long. */
 void writeNewFile(Handle& handle, EerrException& scope);
 
 /* Takes the end of the file, the tag, the file record and the dictionary from the file. */

@@ -1,6 +1,7 @@
 #include "store/hfa/options.h"
 
 #include "frame/guard/plain_scope.h"
+#include "store/hfa/activity.h"
 #include "store/hfa/edit.h"
 
 #include <emantle/files/efio.h>
@@ -35,9 +36,8 @@ void flushOnWrite(Handle& handle, bool atOnce, EerrException& scope)
         return;
     }
     emif_StreamImmediateFlushEnable(nullptr, scope);
-    if (heldBack(handle)) {
-        writeHeldBack(handle, scope);
-    }
+    /* The end of the call writes what was held back. */
+    handle.flags &= ~static_cast<uint32_t>(EHFA_FLAG_NO_FLUSH);
 }
 
 void renameFile(Handle& handle, const char* name, EerrException& scope)
@@ -46,7 +46,7 @@ void renameFile(Handle& handle, const char* name, EerrException& scope)
         warn("ehfa_FileChange", "Destination file name not specified for file rename");
         return;
     }
-    checked(scope, efio_Flush(handle.file, scope), "File flush failed");
+    asFunction(scope, "ehfa_FileFlush", "File flush failed", [&] { commit(handle, scope); });
     efio_Close(handle.file, scope);
     handle.file = nullptr;
     EerrException refused;
@@ -98,10 +98,10 @@ void applyOptions(Handle& handle, const Options& options, EerrException& scope)
         case EHFA_OPTION_MAP_WINDOW: noteMap(handle, option.words[2] == 1, option.words[3], scope); break;
         case EHFA_OPTION_FLUSH_ON_WRITE: flushOnWrite(handle, option.words[0] == 1, scope); break;
         case EHFA_OPTION_ENTRY_CACHING:
-            option.words[0] == 1 ? endBatch(handle, scope) : beginBatch(handle, scope);
+            option.words[0] == 1 ? endBatch(handle, scope) : beginBatch(handle);
             break;
         case EHFA_OPTION_ENTRY_CACHE:
-            option.words[0] == 1 ? handle.paths.createEntries(handle, scope) : handle.paths.destroyEntries(handle);
+            handle.entryCache = option.words[0] == 1 ? 1 : 0;
             break;
         case EHFA_OPTION_RENAME: renameFile(handle, option.text, scope); break;
         case EHFA_OPTION_WORD: handle.option = option.words[0]; break;

@@ -24,9 +24,6 @@ Options optionsFrom(va_list words);
 
 void applyOptions(Handle& handle, const Options& options, EerrException& scope);
 
-/* Writes to the file what no-flush mode held back, and ends that mode. */
-void writeHeldBack(Handle& handle, EerrException& scope);
-
 /* ehfa_FileFlush without its edge. */
 void flush(Handle& handle, EerrException& scope);
 

@@ -12,74 +12,18 @@ namespace emantle::hfa {
 
 namespace {
 
-struct PathPart {
-    std::string raw;
-    std::string name; /* without protection */
-};
-
-std::vector<PathPart> partsOf(const char* path, EerrException& scope)
+/* Down one step, by a part of a path as it stands or without its protection. */
+bool goToPart(Handle& handle, std::string_view part, EerrException& scope)
 {
-    std::vector<PathPart> parts;
-    for (const char* start = path; *start != '\0';) {
-        const std::size_t length = std::strcspn(start, ":");
-        if (length > 0) {
-            PathPart part{std::string(start, length), std::string(start, length)};
-            if (part.raw.find('\\') != std::string::npos) {
-                const HeapPtr<char> name(efnp_NodePathGet(part.raw.c_str(), EFNP_NODE, -1, scope));
-                scope.Clear();
-                part.name = name ? name.get() : part.raw;
-            }
-            parts.push_back(std::move(part));
-        }
-        start += length + (start[length] == ':' ? 1 : 0);
-    }
-    return parts;
-}
-
-/* Goes as far down along the parts as the index knows, and gives the number of parts done. */
-std::size_t goToDeepestKnown(Handle& handle, const std::vector<PathPart>& parts, EerrException& scope)
-{
-    if (!handle.paths.isUsable()) {
-        goToRoot(handle, scope);
-        return 0;
-    }
-    std::vector<std::size_t> ends;
-    std::string text = ":";
-    for (const PathPart& part : parts) {
-        if (part.name.find(':') != std::string::npos || part.name.size() > EHFA_NAME_MAX) {
-            break;
-        }
-        text += part.name + ':';
-        ends.push_back(text.size());
-    }
-    for (std::size_t count = ends.size(); count > 0; --count) {
-        const auto place = handle.paths.find(text.substr(0, ends[count - 1]), scope);
-        Ehfa_Entry found;
-        if (place && readEntry(handle, place->position, found, scope) && parts[count - 1].name == found.name) {
-            handle.pathOfCurrent.clear();
-            for (std::size_t i = 0; i < count; ++i) {
-                pushName(handle, parts[i].name.c_str());
-            }
-            setCurrent(handle, place->position, found);
-            return count;
+    const std::string raw(part);
+    if (raw.find('\\') != std::string::npos) {
+        const HeapPtr<char> name(efnp_NodePathGet(raw.c_str(), EFNP_NODE, -1, scope));
+        scope.Clear();
+        if (name && stepToChild(handle, name.get(), scope)) {
+            return true;
         }
     }
-    goToRoot(handle, scope);
-    return 0;
-}
-
-bool goToPart(Handle& handle, const PathPart& part, EerrException& scope)
-{
-    const Cursor before = cursorOf(handle);
-    if (goToChildNamed(handle, part.name.c_str(), scope)) {
-        return true;
-    }
-    restore(handle, Cursor(before));
-    if (part.raw != part.name && goToChildNamed(handle, part.raw.c_str(), scope)) {
-        return true;
-    }
-    restore(handle, Cursor(before));
-    return false;
+    return stepToChild(handle, raw.c_str(), scope);
 }
 
 /* Back to a path that ehfa_CurrentEntryPath gave; null stands for the handle's own. */
@@ -93,19 +37,18 @@ bool goBack(Handle& handle, const char* path, EerrException& scope)
         return false;
     }
     setCurrent(handle, handle.entryPtr, found);
-    indexCurrent(handle, scope);
     return true;
 }
 
 /* Reads an entry at the file's present position, and makes its path from where the handle stands. */
 bool readNextInFile(Handle& handle, EerrException& scope)
 {
-    const long position = checked(scope, efio_Tell(handle.file, scope));
-    if (position < 0 || !isAllocatable(handle, static_cast<uint64_t>(position), kEntrySize)) {
+    const uint32_t position = handle.cursor;
+    if (!isAllocatable(handle, position, kEntrySize)) {
         return false;
     }
     EntryBytes bytes;
-    readBytes(handle, static_cast<uint32_t>(position), bytes.data(), bytes.size(), scope);
+    readBytes(handle, position, bytes.data(), bytes.size(), scope);
     const Ehfa_Entry found = decodedEntry(bytes.data());
     while (found.parent != handle.entryPtr) {
         Ehfa_Entry above;
@@ -119,9 +62,9 @@ bool readNextInFile(Handle& handle, EerrException& scope)
         return false;
     }
     pushName(handle, found.name);
-    setCurrent(handle, static_cast<uint32_t>(position), found);
+    setCurrent(handle, position, found);
     /* The next read goes on behind the block. */
-    checked(scope, efio_Seek(handle.file, position + entryBlockSize(handle), EFIO_SEEK_SET, scope), "efio_Seek failed");
+    handle.cursor = position + entryBlockSize(handle);
     return true;
 }
 
@@ -179,17 +122,17 @@ bool seekDepthNext(Handle& handle, EerrException& scope)
 
 bool goToPath(Handle& handle, const char* path, EerrException& scope)
 {
-    const std::vector<PathPart> parts = partsOf(path, scope);
-    std::size_t done = 0;
     if (*path == ':') {
-        done = goToDeepestKnown(handle, parts, scope);
+        goToRoot(handle, scope);
     } else {
         goToParent(handle, scope);
     }
-    for (; done < parts.size(); ++done) {
-        if (!goToPart(handle, parts[done], scope)) {
+    while (*path != '\0') {
+        const std::size_t length = std::strcspn(path, ":");
+        if (length > 0 && !goToPart(handle, {path, length}, scope)) {
             return false;
         }
+        path += length + (path[length] == ':' ? 1 : 0);
     }
     return true;
 }

@@ -4,69 +4,43 @@
 #include "store/hfa/bytes.h"
 #include "store/hfa/print.h"
 
-#include <emantle/files/efio.h>
 #include <algorithm>
-#include <optional>
 
 namespace emantle::hfa {
 
-namespace {
-
-/* The file grows by its last four bytes; what lies before them is the file system's zeros. */
-void extendTo(Handle& handle, uint64_t end, EerrException& scope)
-{
-    if (end <= handle.fileEnd) {
-        return;
-    }
-    const unsigned char zeros[4] = {};
-    checked(scope,
-            efio_FileWriteDirect(handle.file, static_cast<long>(end - sizeof zeros), zeros, sizeof zeros, scope),
-            "efio_FileWriteDirect failed");
-    handle.fileEnd = static_cast<uint32_t>(end);
-    handle.activity = 2;
-}
-
-bool fits(const FreeBlock& block, uint32_t size)
-{
-    return block.size == size || block.size >= uint64_t{size} + kNodeSize;
-}
-
-}  // namespace
-
 uint32_t allocateBlock(Handle& handle, int64_t wanted, EerrException& scope)
 {
+    constexpr const char* kBeyondLimit = "Cannot allocate free block; resulting file would exceed the OS or EHFA limit";
     require(wanted >= 1, "Zero or negative size; long integer overflow?");
-    require(wanted <= kFileLimit, "Cannot allocate free block; resulting file would exceed the OS or EHFA limit");
+    require(wanted <= kFileLimit, kBeyondLimit);
+    requireWritable(handle, scope);
     const uint32_t size = std::max<uint32_t>(kNodeSize, static_cast<uint32_t>(wanted));
 
     FreeList& list = handle.freeBlocks;
     asFunction(scope, "freeListItemGet", "freeListItemGet fail", [&] { list.load(handle, Teller::allocation, scope); });
-    const auto& blocks = list.blocks();
-    for (std::size_t index = 0; index < blocks.size(); ++index) {
-        if (fits(blocks[index], size)) {
-            const uint32_t position = blocks[index].position;
-            list.take(handle, index, size, scope);
-            return position;
-        }
+    if (const FreeBlock block = list.firstFit(size); block.size != 0) {
+        list.take(handle, block, size);
+        return block.position;
     }
 
     uint64_t start = handle.fileEnd;
     uint64_t length = size;
-    std::optional<std::size_t> tail;
-    if (!blocks.empty() && uint64_t{blocks.back().position} + blocks.back().size == handle.fileEnd) {
-        tail = blocks.size() - 1;
-        start = blocks.back().position;
-        if (blocks.back().size >= size) {
-            length = 2 * uint64_t{size} + kNodeSize - blocks.back().size;
+    const FreeBlock tail = list.last();
+    const bool extendsTail = tail.size != 0 && uint64_t{tail.position} + tail.size == handle.fileEnd;
+    if (extendsTail) {
+        start = tail.position;
+        if (tail.size >= size) {
+            length = 2 * uint64_t{size} + kNodeSize - tail.size;
         }
     }
-    require(start + length <= kFileLimit,
-            "Cannot allocate free block; resulting file would exceed the OS or EHFA limit");
-    extendTo(handle, start + length, scope);
-    if (tail) {
-        asFunction(scope, "freeListItemRemove", "freeListItemRemove failed",
-                   [&] { list.remove(handle, *tail, scope); });
+    require(start + length <= kFileLimit, kBeyondLimit);
+    if (extendsTail) {
+        asFunction(scope, "freeListItemRemove", "freeListItemRemove failed", [&] { list.remove(handle, tail); });
     }
+    if (start + length > handle.fileEnd) {
+        handle.fileEnd = static_cast<uint32_t>(start + length);
+    }
+    noteChange(handle);
     return static_cast<uint32_t>(start);
 }
 
@@ -75,6 +49,7 @@ void freeBlock(Handle& handle, uint32_t position, int64_t size, EerrException& s
     if (size < kNodeSize) {
         return;
     }
+    requireWritable(handle, scope);
     require(size <= kFileLimit && isAllocatable(handle, position, static_cast<uint64_t>(size)),
             "%ld bytes at %ld cannot be freed: they are no block of %s", static_cast<long>(size),
             static_cast<long>(position), handle.nameText.c_str());
@@ -119,9 +94,7 @@ EMANTLE_API long ehfa_FileFreeSpaceSize(Ehfa_File* file, Eerr_ErrorReport** err)
                    [&] { handle.freeBlocks.load(handle, Teller::nobody, scope); });
         require(!handle.freeBlocks.isDamaged(), "Corrupt free list");
         long sum = 0;
-        for (const FreeBlock& block : handle.freeBlocks.blocks()) {
-            sum += block.size;
-        }
+        handle.freeBlocks.forEach([&](FreeBlock block) { sum += block.size; });
         return sum;
     });
 }
@@ -132,7 +105,8 @@ EMANTLE_API Emsc_Boolean ehfa_ShowFreeSpace(Ehfa_File* file, Eerr_ErrorReport** 
         Handle& handle = opened(file);
         Activity activity(handle, scope);
         handle.freeBlocks.load(handle, Teller::nobody, scope);
-        const auto& blocks = handle.freeBlocks.blocks();
+        std::vector<FreeBlock> blocks;
+        handle.freeBlocks.forEach([&](FreeBlock block) { blocks.push_back(block); });
         for (std::size_t i = 0; i < blocks.size(); ++i) {
             const long next = i + 1 < blocks.size() ? static_cast<long>(blocks[i + 1].position) : 0;
             print("Pointer %ld is %ld bytes...next @%ld\n", static_cast<long>(blocks[i].position),

@@ -9,7 +9,10 @@ namespace emantle::hfa {
 
 void startTree(Handle& handle, EerrException& scope)
 {
-    handle.paths.create(handle, true, scope);
+    handle.children.clear();
+    handle.mended.clear();
+    handle.pathHash = 1;
+    handle.entryCache = 1;
     handle.flags &= ~static_cast<uint32_t>(EHFA_FLAG_BATCH);
     goToRoot(handle, scope);
 }
@@ -34,11 +37,11 @@ void warnOfCorruption(const char* kind, const char* found, const char* from)
 }
 
 /* Takes a link that leads astray out of the entry held, so that walks end there. */
-void dropLink(Handle& handle, uint32_t Ehfa_Entry::*link, EerrException& scope)
+void dropLink(Handle& handle, uint32_t Ehfa_Entry::*link)
 {
     handle.currentEntry.*link = 0;
     if (handle.entryCacheInUse == 1) {
-        handle.paths.keepEntry(handle.entryPtr, handle.currentEntry, scope);
+        handle.mended[handle.entryPtr] = handle.currentEntry;
     }
 }
 
@@ -53,7 +56,7 @@ bool follow(Handle& handle, uint32_t Ehfa_Entry::*link, const char* kind, EerrEx
     Ehfa_Entry found{};
     if (!readEntry(handle, position, found, scope) || !linksBack(found)) {
         warnOfCorruption(kind, found.name, handle.currentEntry.name);
-        dropLink(handle, link, scope);
+        dropLink(handle, link);
         return false;
     }
     if (link != &Ehfa_Entry::child) {
@@ -61,58 +64,101 @@ bool follow(Handle& handle, uint32_t Ehfa_Entry::*link, const char* kind, EerrEx
     }
     pushName(handle, found.name);
     setCurrent(handle, position, found);
-    indexCurrent(handle, scope);
     return true;
 }
 
-/* Goes to the last child, of the entry at the path `parent`, up to which every child is known. False where none is. */
-bool goToLastKnownChild(Handle& handle, const std::string& parent, bool fromParent, EerrException& scope)
+constexpr uint32_t kAtNext = 0, kAtPrev = 4, kAtParent = 8, kAtName = 24; /* in the bytes of an entry */
+
+/* No entry bears it: it is too long. */
+constexpr std::string_view kNoName = "0123456789012345678901234567890123456789012345678901234567890123";
+
+std::string_view nameIn(const unsigned char* entry)
 {
-    const auto place = handle.paths.find(parent, scope);
+    const char* name = reinterpret_cast<const char*>(entry) + kAtName;
+    return {name, strnlen(name, EHFA_NAME_MAX)};
+}
+
+/* Whether the entry at a position is the child of that name. */
+bool isChildNamed(Handle& handle, uint32_t position, uint32_t parent, std::string_view name, EerrException& scope)
+{
+    EntryBytes scratch;
+    const unsigned char* entry = entryBytes(handle, position, scratch, scope);
+    return entry != nullptr && decoded32(entry + kAtParent) == parent && nameIn(entry) == name;
+}
+
+/* Makes known the children behind the last known one, up to the first of `name` or to the end. */
+uint32_t learnUpTo(Handle& handle, Children::Family& family, uint32_t parent, uint32_t firstChild,
+                   std::string_view name, EerrException& scope)
+{
+    EntryBytes scratch;
+    EntryBytes lastScratch;
+    uint32_t position = firstChild;
+    if (family.last != 0) {
+        const unsigned char* entry = entryBytes(handle, family.last, lastScratch, scope);
+        position = entry != nullptr ? decoded32(entry + kAtNext) : 0;
+    }
+    while (position != 0) {
+        const unsigned char* entry = entryBytes(handle, position, scratch, scope);
+        if (entry == nullptr || decoded32(entry + kAtParent) != parent || decoded32(entry + kAtPrev) != family.last) {
+            const std::string found(entry != nullptr ? nameIn(entry) : "");
+            Ehfa_Entry before{};
+            readEntry(handle, family.last != 0 ? family.last : parent, before, scope);
+            warnOfCorruption(family.last != 0 ? "sibling" : "child", found.c_str(), before.name);
+            break;
+        }
+        const uint32_t next = decoded32(entry + kAtNext);
+        const std::string_view its = nameIn(entry);
+        const bool found = its == name;
+        char kept[EHFA_NAME_MAX + 1];
+        std::memcpy(kept, its.data(), its.size());
+        const std::string_view own(kept, its.size());
+        const auto isTwin = [&](uint32_t other) { return isChildNamed(handle, other, parent, own, scope); };
+        family.hasTwins = family.hasTwins || family.find(own, isTwin) != 0;
+        family.add(own, position);
+        family.last = position;
+        if (found) {
+            return position;
+        }
+        position = next;
+    }
+    family.isComplete = true;
+    return 0;
+}
+
+/* The first child of that name; 0 for none. */
+uint32_t childNamed(Handle& handle, uint32_t parent, uint32_t firstChild, const char* name, EerrException& scope)
+{
+    const std::string_view wanted(name);
+    if (firstChild == 0 || wanted.size() > EHFA_NAME_MAX) {
+        return 0;
+    }
+    Children::Family& family = handle.children.of(parent);
+    const auto fits = [&](uint32_t position) { return isChildNamed(handle, position, parent, wanted, scope); };
+    uint32_t position = family.find(wanted, fits);
+    if (position == 0 && !family.isComplete) {
+        position = learnUpTo(handle, family, parent, firstChild, wanted, scope);
+    }
+    if (position == 0 || !family.hasTwins) {
+        return position;
+    }
+    EntryBytes scratch;
+    uint32_t first = firstChild;
+    for (uint32_t left = handle.fileEnd / kEntrySize; left > 0 && !fits(first); --left) {
+        const unsigned char* entry = entryBytes(handle, first, scratch, scope);
+        first = entry != nullptr ? decoded32(entry + kAtNext) : 0;
+    }
+    return first;
+}
+
+bool enterChild(Handle& handle, uint32_t position, EerrException& scope)
+{
     Ehfa_Entry found;
-    if (!place || place->lastChild == 0 || !readEntry(handle, place->lastChild, found, scope)) {
+    if (position == 0 || handle.pathOfCurrent.depth() >= kDepthLimit || !readEntry(handle, position, found, scope)) {
         return false;
-    }
-    const uint32_t parentPosition = fromParent ? handle.entryPtr : handle.currentEntry.parent;
-    if (place->position != parentPosition || found.parent != parentPosition) {
-        return false;
-    }
-    if (!fromParent) {
-        popName(handle);
     }
     pushName(handle, found.name);
-    setCurrent(handle, place->lastChild, found);
+    setCurrent(handle, position, found);
     return true;
-}
-
-/* Goes to the entry that the index has for `name` under the path `parent`. */
-bool goToIndexed(Handle& handle, const std::string& parent, const char* name, bool fromParent, EerrException& scope)
-{
-    const auto place = handle.paths.find(parent + name + ':', scope);
-    Ehfa_Entry found;
-    if (!place || !readEntry(handle, place->position, found, scope)) {
-        return false;
-    }
-    const uint32_t parentPosition = fromParent ? handle.entryPtr : handle.currentEntry.parent;
-    if (found.parent != parentPosition || std::strcmp(found.name, name) != 0) {
-        return false;
-    }
-    if (!fromParent) {
-        popName(handle);
-    }
-    pushName(handle, found.name);
-    setCurrent(handle, place->position, found);
-    return true;
-}
-
-std::string parentPath(const Handle& handle)
-{
-    return handle.pathOfCurrent.text().substr(0, handle.pathOfCurrent.parentLength());
-}
-
-bool isPlainName(const char* name)
-{
-    return *name != '\0' && std::strlen(name) <= EHFA_NAME_MAX && std::strchr(name, ':') == nullptr;
 }
 
 }  // namespace
@@ -142,9 +188,34 @@ void popName(Handle& handle)
     showPath(handle);
 }
 
-void indexCurrent(Handle& handle, EerrException& scope)
+namespace {
+
+void noteTwin(Handle& handle, Children::Family& family, uint32_t parent, const char* name, EerrException& scope)
 {
-    handle.paths.add(handle.pathOfCurrent, handle.entryPtr, handle.currentEntry, scope);
+    const auto isTwin = [&](uint32_t other) { return isChildNamed(handle, other, parent, name, scope); };
+    family.hasTwins = family.hasTwins || family.find(name, isTwin) != 0;
+}
+
+}  // namespace
+
+void noteInserted(Handle& handle, uint32_t position, const Ehfa_Entry& entry, EerrException& scope)
+{
+    if (Children::Family* family = handle.children.find(entry.parent)) {
+        noteTwin(handle, *family, entry.parent, entry.name, scope);
+    }
+    handle.children.noteInserted(entry.parent, entry.name, position, entry.prev, entry.next);
+}
+
+void noteRenamed(Handle& handle, const char* from, EerrException& scope)
+{
+    const Ehfa_Entry& entry = handle.currentEntry;
+    Children::Family* family = handle.children.find(entry.parent);
+    if (family != nullptr && family->hasTwins) {
+        handle.children.forget(entry.parent);
+    } else if (family != nullptr && family->remove(from, handle.entryPtr)) {
+        noteTwin(handle, *family, entry.parent, entry.name, scope);
+        family->add(entry.name, handle.entryPtr);
+    }
 }
 
 void goToRoot(Handle& handle, EerrException& scope)
@@ -154,7 +225,6 @@ void goToRoot(Handle& handle, EerrException& scope)
     handle.pathOfCurrent.clear();
     showPath(handle);
     setCurrent(handle, handle.rootEntryPtr, root);
-    indexCurrent(handle, scope);
 }
 
 bool goToNext(Handle& handle, EerrException& scope)
@@ -189,12 +259,11 @@ bool goToParent(Handle& handle, EerrException& scope)
     const bool lastName = handle.pathOfCurrent.depth() <= 1;
     if (!readEntry(handle, position, found, scope) || lastName != (position == handle.rootEntryPtr)) {
         warnOfCorruption("parent", found.name, handle.currentEntry.name);
-        dropLink(handle, &Ehfa_Entry::parent, scope);
+        dropLink(handle, &Ehfa_Entry::parent);
         return false;
     }
     popName(handle);
     setCurrent(handle, position, found);
-    indexCurrent(handle, scope);
     return true;
 }
 
@@ -211,10 +280,23 @@ void goToLast(Handle& handle, EerrException& scope)
     if (isAtRoot(handle)) {
         return;
     }
-    if (handle.currentEntry.next != 0 && handle.pathOfCurrent.isIndexable()) {
-        goToLastKnownChild(handle, parentPath(handle), false, scope);
-    }
     const uint32_t start = handle.entryPtr;
+    const uint32_t parent = handle.currentEntry.parent;
+    Ehfa_Entry above;
+    if (handle.currentEntry.next != 0 && !inBatchMode(handle) && readEntry(handle, parent, above, scope)) {
+        Children::Family& family = handle.children.of(parent);
+        if (!family.isComplete) {
+            learnUpTo(handle, family, parent, above.child, kNoName, scope);
+        }
+        /* Only a known entry is known to lie in one chain with the last. */
+        const bool isKnown = family.find(handle.currentEntry.name, [&](uint32_t each) { return each == start; }) != 0;
+        Ehfa_Entry last;
+        if (isKnown && readEntry(handle, family.last, last, scope) && last.parent == parent) {
+            popName(handle);
+            pushName(handle, last.name);
+            setCurrent(handle, family.last, last);
+        }
+    }
     while (goToNext(handle, scope) && handle.entryPtr != start) {
     }
 }
@@ -264,36 +346,42 @@ bool goForwardToType(Handle& handle, const char* type, EerrException& scope)
     return goForward(handle, scope, [&](const Ehfa_Entry& entry) { return std::strcmp(entry.type, type) == 0; });
 }
 
+bool stepToChild(Handle& handle, const char* name, EerrException& scope)
+{
+    return enterChild(handle, childNamed(handle, handle.entryPtr, handle.currentEntry.child, name, scope), scope);
+}
+
+bool goToChildNamed(Handle& handle, const char* name, EerrException& scope)
+{
+    if (stepToChild(handle, name, scope)) {
+        return true;
+    }
+    if (const Children::Family* family = handle.children.find(handle.entryPtr)) {
+        enterChild(handle, family->last, scope);
+    }
+    return false;
+}
+
 bool goToSibling(Handle& handle, const char* name, EerrException& scope)
 {
     if (isAtRoot(handle)) {
         return goToChildNamed(handle, name, scope);
     }
-    if (handle.paths.isUsable() && handle.pathOfCurrent.isIndexable() && isPlainName(name)) {
-        const std::string parent = parentPath(handle);
-        if (goToIndexed(handle, parent, name, false, scope)) {
+    Cursor before = cursorOf(handle);
+    Ehfa_Entry above;
+    if (readEntry(handle, handle.currentEntry.parent, above, scope)) {
+        const uint32_t parent = handle.currentEntry.parent;
+        popName(handle);
+        setCurrent(handle, parent, above);
+        if (stepToChild(handle, name, scope)) {
             return true;
         }
-        if (goToLastKnownChild(handle, parent, false, scope)) {
-            return goForwardToName(handle, name, scope);
-        }
+        restore(handle, std::move(before));
+        goToLast(handle, scope);
+        return false;
     }
     goToFirst(handle, scope);
     return goForwardToName(handle, name, scope);
-}
-
-bool goToChildNamed(Handle& handle, const char* name, EerrException& scope)
-{
-    if (handle.paths.isUsable() && handle.pathOfCurrent.isIndexable() && isPlainName(name)) {
-        const std::string here = handle.pathOfCurrent.text();
-        if (goToIndexed(handle, here, name, true, scope)) {
-            return true;
-        }
-        if (goToLastKnownChild(handle, here, true, scope)) {
-            return goForwardToName(handle, name, scope);
-        }
-    }
-    return goToChild(handle, scope) && goForwardToName(handle, name, scope);
 }
 
 }  // namespace emantle::hfa

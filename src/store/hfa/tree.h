@@ -8,7 +8,7 @@ namespace emantle::hfa {
  * are as its comment says. Links are believed only when the entry that they lead to links back, so that no walk comes
  * to an entry twice. */
 
-/* Empties tables and path, and goes to the root. */
+/* Forgets what is known of the tree, and goes to the root. */
 void startTree(Handle& handle, EerrException& scope);
 
 /* Where a handle stands. */
@@ -26,8 +26,9 @@ void setCurrent(Handle& handle, uint32_t position, const Ehfa_Entry& entry);
 void pushName(Handle& handle, const char* name);
 void popName(Handle& handle);
 
-/* Notes path and position of the current entry. */
-void indexCurrent(Handle& handle, EerrException& scope);
+/* Keeps what is known of the tree true when an entry comes to lie where its links say, or the current one was renamed. */
+void noteInserted(Handle& handle, uint32_t position, const Ehfa_Entry& entry, EerrException& scope);
+void noteRenamed(Handle& handle, const char* from, EerrException& scope);
 
 void goToRoot(Handle& handle, EerrException& scope);
 
@@ -48,7 +49,10 @@ bool goToDepthNext(Handle& handle, uint32_t top, EerrException& scope);
 bool goForwardToName(Handle& handle, const char* name, EerrException& scope);
 bool goForwardToType(Handle& handle, const char* type, EerrException& scope);
 
-/* By name among the siblings, and among the children. */
+/* To the first child of that name; false stays where it is. */
+bool stepToChild(Handle& handle, const char* name, EerrException& scope);
+
+/* By name among the siblings, and among the children; false leaves the last of them. */
 bool goToSibling(Handle& handle, const char* name, EerrException& scope);
 bool goToChildNamed(Handle& handle, const char* name, EerrException& scope);
 

@@ -29,6 +29,12 @@ Source::Source(EerrException& scope, Efio_File* file, void* copy)
     at_ = buffer_;
 }
 
+Source::Source(EerrException& scope, Supply& supply) noexcept
+    : scope_(scope), left_(supply.left()), supply_(&supply), buffer_(scratch())
+{
+    at_ = buffer_;
+}
+
 void Source::promise(uint64_t bytes)
 {
     require(bytes <= left_, "%lu bytes are needed, %lu are left", static_cast<unsigned long>(bytes),
@@ -54,7 +60,7 @@ const uint8_t* Source::take(std::size_t count)
 void Source::read(void* target, std::size_t count)
 {
     auto* to = static_cast<uint8_t*>(target);
-    if (file_ == nullptr || count <= kScratchSize / 4) {
+    if (buffer_ == nullptr || count <= kScratchSize / 4) {
         std::memcpy(to, take(count), count);
         return;
     }
@@ -78,6 +84,10 @@ void Source::fill(std::size_t count)
 
 void Source::readFile(void* target, std::size_t count)
 {
+    if (supply_ != nullptr) {
+        supply_->take(target, count, scope_);
+        return;
+    }
     efio_ReadSeq(file_, target, static_cast<long>(count), scope_);
     check(scope_, "Error reported by function efio_ReadSeq");
 }

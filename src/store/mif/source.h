@@ -17,6 +17,8 @@ public:
     /* A file from its position on. Where `copy` is not null it receives each byte. */
     Source(EerrException& scope, Efio_File* file, void* copy);
 
+    Source(EerrException& scope, Supply& supply) noexcept;
+
     void promise(uint64_t bytes);
 
     /* The next `count` bytes, at most kScratchSize, valid until the next call. */
@@ -39,6 +41,7 @@ private:
     uint64_t left_ = 0;            /* not yet promised */
     uint64_t consumed_ = 0;
     Efio_File* file_ = nullptr;
+    Supply* supply_ = nullptr;
     uint8_t* buffer_ = nullptr;
     uint8_t* copy_ = nullptr;
 };

@@ -27,6 +27,19 @@ std::string encodeDictionary(EerrException& scope, const Emif_Dictionary& dictio
  * the bytes consumed. */
 std::size_t convertToHost(EerrException& scope, Bytes bytes, const Emif_Design& design, void* object);
 
+/* Bytes that are read as they are needed: each `take` is for the next ones, of at most `left` in all. */
+class Supply {
+public:
+    explicit Supply(std::uint64_t left) noexcept : left_(left) {}
+    virtual ~Supply() = default;
+    std::uint64_t left() const noexcept { return left_; }
+    virtual void take(void* target, std::size_t count, EerrException& scope) = 0;
+
+private:
+    std::uint64_t left_;
+};
+std::size_t convertToHost(EerrException& scope, Supply& supply, const Emif_Design* design, void* object);
+
 /* Writes the stream form to `bytes`, and fails where it does not fit. Returns the bytes written. */
 std::size_t convertToMIF(EerrException& scope, const void* object, const Emif_Design& design,
                          std::span<std::uint8_t> bytes);

@@ -241,6 +241,12 @@ std::size_t convertToHost(EerrException& scope, Bytes bytes, const Emif_Design& 
     return read(scope, source, &design, object);
 }
 
+std::size_t convertToHost(EerrException& scope, Supply& supply, const Emif_Design* design, void* object)
+{
+    Source source(scope, supply);
+    return read(scope, source, design, object);
+}
+
 }  // namespace emantle::mif
 
 using namespace emantle;

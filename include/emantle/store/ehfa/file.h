@@ -142,6 +142,10 @@ EMANTLE_API Emsc_Boolean ehfa_FileClose(Ehfa_File* file, Eerr_ErrorReport** err)
 /* Writes all that is held back, and the dictionary where it changed. */
 EMANTLE_API Emsc_Boolean ehfa_FileFlush(Ehfa_File* file, Eerr_ErrorReport** err);
 
+/* The same, and returns when the system has put the bytes on the disk: what was written so far survives the end of the
+ * machine too. Without it a store survives the end of its process at any moment. */
+EMANTLE_API Emsc_Boolean ehfa_FileSync(Ehfa_File* file, Eerr_ErrorReport** err);
+
 /* Writes the file record, unless it is held back: then it is written when header and free list are. */
 EMANTLE_API Emsc_Boolean ehfa_HeaderReWrite(Ehfa_File* file, Eerr_ErrorReport** err);
 

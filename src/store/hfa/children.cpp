@@ -1,0 +1,110 @@
+#include "store/hfa/children.h"
+
+namespace emantle::hfa {
+
+void Children::Family::grow()
+{
+    std::vector<Slot> old(std::max<std::size_t>(16, 2 * slots_.size()));
+    old.swap(slots_);
+    taken_ = 0;
+    for (const Slot& slot : old) {
+        if (slot.position > kGone) {
+            std::size_t at = slot.hash & mask();
+            while (slots_[at].position != 0) {
+                at = (at + 1) & mask();
+            }
+            slots_[at] = slot;
+            ++taken_;
+        }
+    }
+}
+
+void Children::Family::add(std::string_view name, uint32_t position)
+{
+    if (2 * (taken_ + 1) > slots_.size()) {
+        grow();
+    }
+    const uint32_t hash = hashOf(name);
+    std::size_t at = hash & mask();
+    while (slots_[at].position != 0) {
+        at = (at + 1) & mask();
+    }
+    slots_[at] = {hash, position};
+    ++taken_;
+}
+
+bool Children::Family::remove(std::string_view name, uint32_t position) noexcept
+{
+    if (slots_.empty()) {
+        return false;
+    }
+    for (std::size_t at = hashOf(name) & mask(); slots_[at].position != 0; at = (at + 1) & mask()) {
+        if (slots_[at].position == position) {
+            slots_[at].position = kGone;
+            return true;
+        }
+    }
+    return false;
+}
+
+Children::Family& Children::of(uint32_t parent)
+{
+    if (recent_ == nullptr || recentParent_ != parent) {
+        recent_ = &families_[parent];
+        recentParent_ = parent;
+    }
+    return *recent_;
+}
+
+Children::Family* Children::find(uint32_t parent) noexcept
+{
+    if (recent_ != nullptr && recentParent_ == parent) {
+        return recent_;
+    }
+    const auto found = families_.find(parent);
+    return found == families_.end() ? nullptr : &found->second;
+}
+
+void Children::forget(uint32_t parent) noexcept
+{
+    recent_ = recentParent_ == parent ? nullptr : recent_;
+    families_.erase(parent);
+}
+
+void Children::noteInserted(uint32_t parent, std::string_view name, uint32_t position, uint32_t prev, uint32_t next)
+{
+    if (prev == 0 && next == 0) {
+        Family& family = of(parent);
+        family = Family();
+        family.isComplete = true;
+        family.add(name, position);
+        family.last = position;
+        return;
+    }
+    Family* family = find(parent);
+    if (family == nullptr) {
+        return;
+    }
+    if (prev == family->last && family->last != 0) {
+        family->add(name, position);
+        family->last = position;
+    } else if (family->isComplete || (prev == 0 && family->last != 0)) {
+        family->add(name, position);
+    } else if (prev != 0) {
+        forget(parent); /* it may lie before or behind the last known child */
+    }
+}
+
+void Children::noteRemoved(uint32_t parent, std::string_view name, uint32_t position, uint32_t prev) noexcept
+{
+    if (Family* family = find(parent)) {
+        if (family->hasTwins) {
+            forget(parent);
+            return;
+        }
+        family->remove(name, position);
+        family->last = family->last == position ? prev : family->last;
+    }
+}
+
+}  // namespace emantle::hfa

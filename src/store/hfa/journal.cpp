@@ -1,0 +1,372 @@
+#include "store/hfa/journal.h"
+
+#include "files/efio/record.h"
+#include "store/hfa/bytes.h"
+#include "store/hfa/checksum.h"
+
+#include <emantle/files/efio.h>
+#include <algorithm>
+#include <cstring>
+
+namespace emantle::hfa {
+
+namespace {
+
+constexpr char kMagic[] = "EHFAREDO";
+constexpr uint32_t kChangeHead = 8; /* position and size of a change, in a record */
+/* Bytes that are written with a record behind them rather than for themselves. */
+constexpr uint64_t kMostJoined = uint64_t{1} << 18;
+/* From this size on bytes do not pass through the pages on their way to new space. */
+constexpr std::size_t kAtOnce = std::size_t{1} << 17;
+
+/* Places of the fields of the gap. */
+enum : std::size_t { kAtPosition = 8, kAtSize = 12, kAtEnd = 16, kAtSum = 20, kAtGapSum = 40 };
+
+}  // namespace
+
+Journal::Gap Journal::gapFor(const Record& record)
+{
+    Gap gap{};
+    std::memcpy(gap.data(), kMagic, kAtPosition);
+    encode32(record.position, gap.data() + kAtPosition);
+    encode32(static_cast<uint32_t>(record.bytes.size()), gap.data() + kAtSize);
+    encode32(record.end, gap.data() + kAtEnd);
+    encode32(checksum(record.bytes.data(), record.bytes.size()), gap.data() + kAtSum);
+    encode32(checksum(gap.data(), kAtGapSum), gap.data() + kAtGapSum);
+    return gap;
+}
+
+/* The changes of a record; false where it cannot be one. */
+bool Journal::parse(const Record& record, std::vector<Change>& changes)
+{
+    const unsigned char* bytes = record.bytes.data();
+    std::size_t left = record.bytes.size();
+    while (left >= kChangeHead) {
+        const Change change{decoded32(bytes), decoded32(bytes + 4), bytes + kChangeHead};
+        const uint64_t end = uint64_t{change.position} + change.size;
+        const bool clearOfGap = end <= kGapPosition || change.position >= kGapPosition + kGapSize;
+        if (change.size > left - kChangeHead || end > record.end || !clearOfGap) {
+            return false;
+        }
+        changes.push_back(change);
+        bytes += kChangeHead + change.size;
+        left -= kChangeHead + change.size;
+    }
+    return left == 0;
+}
+
+/* Reads what the gap leads to. Another process may be emptying the gap at this moment: what is unsound is looked at
+ * again while it changes. */
+bool Journal::readRecord(Handle& handle, Record& record, EerrException& scope)
+{
+    files::OpenFile& file = *files::opened(handle.file);
+    const auto read = [&](void* bytes, uint64_t size, uint64_t position) {
+        int64_t done = 0;
+        files::readSystem(file, bytes, static_cast<int64_t>(size), static_cast<int64_t>(position), done, scope);
+        check(scope, "efio_ReadSeq failed");
+        return static_cast<uint64_t>(done) == size;
+    };
+    Gap before{};
+    for (int turn = 0; turn < 8; ++turn) {
+        Gap gap{};
+        if (!read(gap.data(), gap.size(), kGapPosition) || (turn > 0 && gap == before)) {
+            return false;
+        }
+        before = gap;
+        if (std::memcmp(gap.data(), kMagic, kAtPosition) != 0 ||
+            decoded32(gap.data() + kAtGapSum) != checksum(gap.data(), kAtGapSum)) {
+            continue;
+        }
+        const uint32_t size = decoded32(gap.data() + kAtSize);
+        record.position = decoded32(gap.data() + kAtPosition);
+        record.end = decoded32(gap.data() + kAtEnd);
+        const int64_t there = file.system.size();
+        if (there < 0 || size > static_cast<uint64_t>(there) || record.end > kFileLimit) {
+            continue;
+        }
+        record.bytes.resize(size);
+        std::vector<Change> changes;
+        if (read(record.bytes.data(), size, record.position) &&
+            checksum(record.bytes.data(), size) == decoded32(gap.data() + kAtSum) && parse(record, changes)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void Journal::start(Handle& handle, EerrException& scope)
+{
+    handle.pages.forget();
+    const int64_t size = checked(scope, efio_FileSizeGetByHandle(handle.file, scope));
+    handle.pages.setOnDisk(static_cast<uint64_t>(std::max<int64_t>(0, size)));
+    *this = Journal();
+    unsigned char tag[kTagSize + kGapSize] = {};
+    if (size < int64_t{sizeof tag}) {
+        committedEnd_ = handle.pages.onDisk();
+        return;
+    }
+    handle.pages.read(handle.file, 0, tag, sizeof tag, scope);
+    hasGap_ = decoded32(tag + kTagSize - 4) >= kGapPosition + kGapSize;
+    const bool isIdle = std::all_of(tag + kTagSize, std::end(tag), [](unsigned char byte) { return byte == 0; });
+    Record record;
+    if (!hasGap_ || isIdle || !readRecord(handle, record, scope)) {
+        gapIsDirty_ = hasGap_ && !isIdle;
+        committedEnd_ = handle.pages.onDisk();
+        return;
+    }
+    committedEnd_ = record.end;
+    if (handle.readOnly == 0) {
+        pending_ = std::move(record);
+        finishPending(handle, scope);
+        handle.pages.forget();
+        return;
+    }
+    std::vector<Change> changes;
+    parse(record, changes);
+    handle.pages.setOnDisk(std::min<uint64_t>(handle.pages.onDisk(), record.end));
+    for (const Change& change : changes) {
+        handle.pages.write(handle.file, change.position, change.bytes, change.size, scope);
+    }
+    handle.pages.beginStep();
+}
+
+void Journal::write(Handle& handle, uint64_t position, const unsigned char* bytes, std::size_t size, EerrException& scope)
+{
+    asFunction(scope, "efio_WriteSeq", "efio_WriteSeq failed", [&] {
+        int64_t done = 0;
+        files::writeSystem(*files::opened(handle.file), bytes, static_cast<int64_t>(size),
+                           static_cast<int64_t>(position), done, scope);
+        handle.pages.setOnDisk(std::max<uint64_t>(handle.pages.onDisk(), position + static_cast<uint64_t>(done)));
+        check(scope, "Could not write %ld bytes to %s", static_cast<long>(size), handle.nameText.c_str());
+    });
+}
+
+void Journal::truncate(Handle& handle, uint64_t end, EerrException& scope)
+{
+    if (end == handle.pages.onDisk()) {
+        return;
+    }
+    asFunction(scope, "efio_FileWriteDirect", "efio_FileWriteDirect failed", [&] {
+        const int failure = files::opened(handle.file)->system.truncate(end);
+        require(failure == 0, "Could not bring %s to %ld bytes\nError %d", handle.nameText.c_str(), static_cast<long>(end),
+                failure);
+    });
+    handle.pages.setOnDisk(end);
+}
+
+void Journal::emptyGap(Handle& handle, EerrException& scope)
+{
+    const Gap nothing{};
+    gapIsDirty_ = true;
+    write(handle, kGapPosition, nothing.data(), nothing.size(), scope);
+    gapIsDirty_ = false;
+}
+
+/* Puts what is pending in place. */
+void Journal::finishPending(Handle& handle, EerrException& scope)
+{
+    if (pending_.bytes.empty()) {
+        return;
+    }
+    std::vector<Change> changes;
+    parse(pending_, changes);
+    for (const Change& change : changes) {
+        write(handle, change.position, change.bytes, change.size, scope);
+    }
+    /* The record goes before the gap does: a gap that leads nowhere is no record. */
+    if (pending_.end < handle.pages.onDisk()) {
+        truncate(handle, pending_.end, scope);
+    }
+    emptyGap(handle, scope);
+    pending_ = Record();
+}
+
+void Journal::tidy(Handle& handle, EerrException& scope)
+{
+    finishPending(handle, scope);
+    if (gapIsDirty_) {
+        emptyGap(handle, scope);
+    }
+}
+
+void Journal::trim(Handle& handle, EerrException& scope)
+{
+    const uint64_t end = std::max<uint64_t>(committedEnd_, handle.fileEnd);
+    if (pending_.bytes.empty() && handle.pages.onDisk() > end) {
+        truncate(handle, end, scope);
+    }
+}
+
+bool Journal::writeAtOnce(Handle& handle, uint64_t position, const void* bytes, std::size_t size, EerrException& scope)
+{
+    const bool isNew = position >= std::max<uint64_t>(committedEnd_, handle.step.fileEnd) ||
+                       handle.freeBlocks.tookSinceStep(position, position + size);
+    if (size < kAtOnce || handle.readOnly != 0 || !isNew) {
+        return false;
+    }
+    tidy(handle, scope);
+    write(handle, position, static_cast<const unsigned char*>(bytes), size, scope);
+    handle.pages.noteWritten(position, bytes, size);
+    return true;
+}
+
+/* Tells the changed bytes that no structure of the file leads to from those that one does. */
+void Journal::split(Handle& handle, std::vector<Change>& fresh, std::vector<Change>& inPlace)
+{
+    std::vector<Pages::Piece> pieces;
+    handle.pages.changed(pieces, handle.fileEnd);
+    std::vector<FreeList::Stretch> taken = handle.freeBlocks.takenBytes();
+    if (committedEnd_ < handle.fileEnd) {
+        taken.push_back({committedEnd_, handle.fileEnd});
+    }
+    std::size_t at = 0;
+    const auto put = [](std::vector<Change>& list, const Pages::Piece& piece, uint64_t from, uint64_t to) {
+        if (from < to) {
+            list.push_back({static_cast<uint32_t>(from), static_cast<uint32_t>(to - from), piece.bytes + (from - piece.start)});
+        }
+    };
+    const auto sort = [&](const Pages::Piece& piece, uint64_t from, uint64_t to) {
+        while (from < to) {
+            while (at < taken.size() && taken[at].end <= from) {
+                ++at;
+            }
+            const bool isNew = at < taken.size() && taken[at].start <= from;
+            const uint64_t bound = at == taken.size() ? to : std::min(to, isNew ? taken[at].end : taken[at].start);
+            put(isNew ? fresh : inPlace, piece, from, bound);
+            from = bound;
+        }
+    };
+    for (const Pages::Piece& piece : pieces) {
+        const uint64_t end = piece.start + piece.size;
+        sort(piece, piece.start, std::min<uint64_t>(end, kGapPosition));
+        sort(piece, std::max<uint64_t>(piece.start, hasGap_ ? kGapPosition + kGapSize : kGapPosition), end);
+    }
+}
+
+void Journal::writeFresh(Handle& handle, const std::vector<Change>& fresh, EerrException& scope)
+{
+    /* The tag of a new file goes last: without it the file is no store. */
+    const bool hasTag = !fresh.empty() && fresh.front().position == 0;
+    for (std::size_t i = hasTag ? 1 : 0; i < fresh.size(); ++i) {
+        write(handle, fresh[i].position, fresh[i].bytes, fresh[i].size, scope);
+    }
+    if (handle.pages.onDisk() < handle.fileEnd) {
+        truncate(handle, handle.fileEnd, scope);
+    }
+    if (hasTag) {
+        write(handle, fresh[0].position, fresh[0].bytes, fresh[0].size, scope);
+    }
+}
+
+/* Changes in place of a file without a gap: it keeps no promise but the order. */
+void Journal::writeUnguarded(Handle& handle, const std::vector<Change>& inPlace, EerrException& scope)
+{
+    for (const Change& change : inPlace) {
+        write(handle, change.position, change.bytes, change.size, scope);
+    }
+}
+
+/* Writes the record of the changes, behind the last new bytes where it can, and then the gap that leads to it. */
+void Journal::writeRecord(Handle& handle, std::vector<Change>& fresh, const std::vector<Change>& inPlace,
+                          EerrException& scope)
+{
+    Record record;
+    record.end = handle.fileEnd;
+    std::size_t size = 0;
+    for (const Change& change : inPlace) {
+        size += kChangeHead + change.size;
+    }
+    const auto behind = std::max<uint64_t>(committedEnd_, handle.fileEnd);
+    const uint32_t idle = size <= kFileLimit ? handle.freeBlocks.idleBytes(static_cast<uint32_t>(size)) : 0;
+    require(behind + size <= UINT32_MAX, "The changes of %s take %lu bytes", handle.nameText.c_str(),
+            static_cast<unsigned long>(size));
+    record.position = idle != 0 ? idle : static_cast<uint32_t>(behind);
+
+    const bool joins = !fresh.empty() && fresh.back().size <= kMostJoined && fresh.back().position != 0 &&
+                       uint64_t{fresh.back().position} + fresh.back().size == record.position;
+    std::vector<unsigned char> lead;
+    if (joins) {
+        lead.assign(fresh.back().bytes, fresh.back().bytes + fresh.back().size);
+    }
+    record.bytes.resize(size);
+    unsigned char* to = record.bytes.data();
+    for (const Change& change : inPlace) {
+        encode32(change.position, to);
+        encode32(change.size, to + 4);
+        std::memcpy(to + kChangeHead, change.bytes, change.size);
+        to += kChangeHead + change.size;
+    }
+    if (joins) {
+        const uint32_t position = fresh.back().position;
+        fresh.pop_back();
+        lead.insert(lead.end(), record.bytes.begin(), record.bytes.end());
+        for (const Change& change : fresh) {
+            write(handle, change.position, change.bytes, change.size, scope);
+        }
+        write(handle, position, lead.data(), lead.size(), scope);
+    } else {
+        writeFresh(handle, fresh, scope);
+        write(handle, record.position, record.bytes.data(), record.bytes.size(), scope);
+    }
+
+    const Gap gap = gapFor(record);
+    gapIsDirty_ = true;
+    write(handle, kGapPosition, gap.data(), gap.size(), scope);
+    gapIsDirty_ = false;
+    pending_ = std::move(record);
+}
+
+void Journal::commit(Handle& handle, EerrException& scope)
+{
+    wasMade_ = false;
+    const bool isIdle = handle.pages.changedBytes() == 0 && !handle.freeBlocks.isChanged() && !handle.headerHeldBack &&
+                        handle.fileEnd == committedEnd_ && pending_.bytes.empty();
+    if (isIdle) {
+        return;
+    }
+    tidy(handle, scope);
+    handle.freeBlocks.writeNodes(handle, scope);
+    if (handle.headerHeldBack) {
+        asFunction(scope, "ehfa_HeaderReWrite", "Header rewrite failed", [&] {
+            const auto bytes = encodedHeader(handle);
+            handle.pages.write(handle.file, handle.headerPtr, bytes.data(), bytes.size(), scope);
+        });
+    }
+    std::vector<Change> fresh;
+    std::vector<Change> inPlace;
+    split(handle, fresh, inPlace);
+    if (inPlace.empty() || !hasGap_) {
+        writeFresh(handle, fresh, scope);
+        writeUnguarded(handle, inPlace, scope);
+    } else {
+        try {
+            writeRecord(handle, fresh, inPlace, scope);
+        } catch (...) {
+            giveUp(handle);
+            throw;
+        }
+    }
+    wasMade_ = true;
+    committedEnd_ = handle.fileEnd;
+    handle.headerHeldBack = false;
+    handle.freeBlocks.settle();
+    handle.pages.beginStep();
+    finishPending(handle, scope);
+    handle.pages.settle();
+    wasMade_ = false;
+}
+
+/* Takes back what it can of a record that was not made. */
+void Journal::giveUp(Handle& handle) noexcept
+{
+    EerrException unheard;
+    try {
+        if (gapIsDirty_) {
+            emptyGap(handle, unheard);
+        }
+    } catch (...) {
+        unheard.Clear();
+    }
+}
+
+}  // namespace emantle::hfa

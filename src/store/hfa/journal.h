@@ -1,0 +1,77 @@
+#pragma once
+
+#include "store/hfa/pages.h"
+
+#include <array>
+
+namespace emantle::hfa {
+
+struct Handle;
+
+/* Where a new file keeps the redo record's address: behind the tag, in bytes that no reader looks at. */
+inline constexpr uint32_t kGapPosition = 20;
+inline constexpr uint32_t kGapSize = 44;
+
+/* What makes the changes of a handle reach its file wholly or not at all; docs/store.md has the bytes.
+ *  1. New bytes go to places that no structure of the file leads to, changes of old bytes into a redo record, its address
+ *     into the gap: that is the moment at which the changes are made. Then they are put in place, and the gap is emptied.
+ *  2. A file with a sound record in its gap is read as if its changes were in place. Opening for writing puts them there.
+ *  3. What fails before that moment changed nothing that a reader sees. What fails after it is told, stays made, and is
+ *     put in place at the next chance. */
+class Journal {
+public:
+    /* Takes up what the file has, with the end of the file; where a record is pending it is applied, or laid over the
+     * pages of a read-only handle. */
+    void start(Handle& handle, EerrException& scope);
+
+    /* The length of the file as its structures have it. */
+    uint64_t committedEnd() const { return committedEnd_; }
+
+    /* Writes bytes at once where no structure of the file leads to them; false where one may. */
+    bool writeAtOnce(Handle& handle, uint64_t position, const void* bytes, std::size_t size, EerrException& scope);
+
+    /* Makes every change of the handle one of the file. */
+    void commit(Handle& handle, EerrException& scope);
+    /* Whether the last commit that failed did so behind the moment at which its changes were made. */
+    bool wasMade() const { return wasMade_; }
+
+    /* Gives back what a change that was not made left behind the end of the file. */
+    void trim(Handle& handle, EerrException& scope);
+
+private:
+    using Gap = std::array<unsigned char, kGapSize>;
+    struct Change {
+        uint32_t position;
+        uint32_t size;
+        const unsigned char* bytes;
+    };
+    struct Record {
+        uint32_t position = 0;
+        uint32_t end = 0; /* of the file, once the record is applied */
+        std::vector<unsigned char> bytes;
+        bool operator==(const Record&) const = default;
+    };
+
+    static Gap gapFor(const Record& record);
+    static bool readRecord(Handle& handle, Record& record, EerrException& scope);
+    static bool parse(const Record& record, std::vector<Change>& changes);
+    void split(Handle& handle, std::vector<Change>& fresh, std::vector<Change>& inPlace);
+    void writeFresh(Handle& handle, const std::vector<Change>& fresh, EerrException& scope);
+    void write(Handle& handle, uint64_t position, const unsigned char* bytes, std::size_t size, EerrException& scope);
+    void truncate(Handle& handle, uint64_t end, EerrException& scope);
+    void emptyGap(Handle& handle, EerrException& scope);
+    void finishPending(Handle& handle, EerrException& scope);
+    /* Finishes what a failure left. */
+    void tidy(Handle& handle, EerrException& scope);
+    void giveUp(Handle& handle) noexcept;
+    void writeRecord(Handle& handle, std::vector<Change>& fresh, const std::vector<Change>& inPlace, EerrException& scope);
+    void writeUnguarded(Handle& handle, const std::vector<Change>& inPlace, EerrException& scope);
+
+    uint64_t committedEnd_ = 0;
+    Record pending_;         /* made, but not yet all in place; no bytes for none */
+    bool gapIsDirty_ = false; /* a write to the gap failed: nobody knows what it holds */
+    bool hasGap_ = false;
+    bool wasMade_ = false;
+};
+
+}  // namespace emantle::hfa

@@ -1,0 +1,333 @@
+#include "store/hfa/pages.h"
+
+#include "files/efio/record.h"
+#include "frame/guard/nested.h"
+
+#include <emantle/files/efio.h>
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace emantle::hfa {
+
+namespace {
+
+constexpr uint64_t bit(uint32_t index)
+{
+    return uint64_t{1} << index;
+}
+
+/* The bits `first` to `last`. */
+constexpr uint64_t bits(uint32_t first, uint32_t last)
+{
+    return (~uint64_t{0} >> (63 - (last - first))) << first;
+}
+
+/* Reads what the file has of `size` bytes. */
+std::size_t readUpTo(Efio_File* file, uint64_t position, void* bytes, std::size_t size, EerrException& scope)
+{
+    int64_t done = 0;
+    files::readSystem(*files::opened(file), bytes, static_cast<int64_t>(size), static_cast<int64_t>(position), done, scope);
+    check(scope, "efio_ReadSeq failed");
+    return static_cast<std::size_t>(done);
+}
+
+}  // namespace
+
+Pages::Chunk* Pages::findChunk(uint64_t position) const noexcept
+{
+    const uint64_t number = position / kChunk;
+    return number < chunks_.size() ? chunks_[number].get() : nullptr;
+}
+
+Pages::Chunk& Pages::chunkOf(uint64_t position)
+{
+    const uint64_t number = position / kChunk;
+    if (last_ != nullptr && last_->number == number) {
+        return *last_;
+    }
+    if (number >= chunks_.size()) {
+        chunks_.resize(number + number / 4 + 1);
+    }
+    if (chunks_[number] == nullptr) {
+        makeRoom();
+        if (live_.size() == live_.capacity()) {
+            live_.reserve(2 * live_.size() + 16);
+        }
+        std::unique_ptr<Chunk> chunk = std::move(spare_);
+        if (chunk == nullptr) {
+            chunk = std::make_unique_for_overwrite<Chunk>();
+        }
+        chunk->number = static_cast<uint32_t>(number);
+        chunk->valid = chunk->changed = 0;
+        std::fill_n(chunk->granules, kPagesOfChunk, 0);
+        live_.push_back(chunk.get());
+        chunks_[number] = std::move(chunk);
+    }
+    last_ = chunks_[number].get();
+    last_->used = ++tick_;
+    return *last_;
+}
+
+/* Drops the chunk that was not used for the longest time, if there are too many. */
+void Pages::makeRoom() noexcept
+{
+    while (validPages_ > kMostPages + changedPages_) {
+        Chunk** oldest = nullptr;
+        for (Chunk*& chunk : live_) {
+            if (chunk->changed == 0 && (oldest == nullptr || chunk->used < (*oldest)->used)) {
+                oldest = &chunk;
+            }
+        }
+        if (oldest == nullptr) {
+            return;
+        }
+        Chunk* gone = *oldest;
+        *oldest = live_.back();
+        live_.pop_back();
+        validPages_ -= static_cast<uint32_t>(std::popcount(gone->valid));
+        last_ = last_ == gone ? nullptr : last_;
+        spare_ = std::move(chunks_[gone->number]);
+    }
+}
+
+/* Reads the pages `first` to `last`; up to `wanted` they must be there, behind it they are read ahead. */
+void Pages::readPages(Efio_File* file, Chunk& chunk, uint32_t first, uint32_t last, uint32_t wanted, EerrException& scope)
+{
+    const uint64_t start = uint64_t{chunk.number} * kChunk + uint64_t{first} * kPage;
+    const auto room = static_cast<std::size_t>(last - first + 1) * kPage;
+    const auto size = static_cast<std::size_t>(std::min<uint64_t>(room, onDisk_ > start ? onDisk_ - start : 0));
+    unsigned char* to = chunk.bytes + std::size_t{first} * kPage;
+    const std::size_t done = size > 0 ? readUpTo(file, start, to, size, scope) : 0;
+    if (done == size) {
+        std::memset(to + size, 0, room - size);
+    } else {
+        last = first + static_cast<uint32_t>(done / kPage) - 1; /* the file was cut short behind our back */
+        require(done >= kPage && last >= wanted, "efio_ReadSeq failed");
+    }
+    const uint64_t fresh = bits(first, last) & ~chunk.valid;
+    chunk.valid |= fresh;
+    validPages_ += static_cast<uint32_t>(std::popcount(fresh));
+}
+
+void Pages::load(Efio_File* file, Chunk& chunk, uint32_t first, uint32_t last, EerrException& scope)
+{
+    constexpr uint32_t kFirstWindow = 4;
+    while (const uint64_t missing = ~chunk.valid & bits(first, last)) {
+        const auto from = static_cast<uint32_t>(std::countr_zero(missing));
+        const uint64_t start = uint64_t{chunk.number} * kChunk + uint64_t{from} * kPage;
+        window_ = start == expected_ ? std::min(2 * std::max(window_, kFirstWindow), kPagesOfChunk) : kFirstWindow;
+        /* Up to the next page that is held, and not behind the end of the file without need. */
+        const uint64_t held = chunk.valid & bits(from, kPagesOfChunk - 1);
+        const uint32_t bound = held == 0 ? kPagesOfChunk : static_cast<uint32_t>(std::countr_zero(held));
+        const uint64_t pagesLeft = onDisk_ > start ? (onDisk_ - start + kPage - 1) / kPage : 0;
+        const uint32_t need = std::min(last + 1, bound) - from;
+        const auto count =
+            std::min<uint32_t>(bound - from, std::max<uint32_t>(need, static_cast<uint32_t>(std::min<uint64_t>(window_, pagesLeft))));
+        readPages(file, chunk, from, from + count - 1, from + need - 1, scope);
+        expected_ = start + uint64_t{count} * kPage;
+    }
+}
+
+const unsigned char* Pages::at(Efio_File* file, uint64_t position, std::size_t size, EerrException& scope)
+{
+    const auto offset = static_cast<uint32_t>(position % kChunk);
+    const uint32_t page = offset / kPage;
+    if (offset % kPage + size > kPage) {
+        return nullptr;
+    }
+    Chunk& chunk = chunkOf(position);
+    if ((chunk.valid & bit(page)) == 0) {
+        load(file, chunk, page, page, scope);
+    }
+    return chunk.bytes + offset;
+}
+
+void Pages::readBulk(Efio_File* file, uint64_t position, unsigned char* bytes, std::size_t size, EerrException& scope)
+{
+    const auto there = static_cast<std::size_t>(std::min<uint64_t>(size, onDisk_ > position ? onDisk_ - position : 0));
+    require(readUpTo(file, position, bytes, there, scope) == there, "efio_ReadSeq failed");
+    std::memset(bytes + there, 0, size - there);
+    for (const uint32_t number : changedChunks_) {
+        const Chunk& chunk = *chunks_[number];
+        const uint64_t base = uint64_t{number} * kChunk;
+        for (uint64_t left = chunk.changed; left != 0; left &= left - 1) {
+            const uint64_t start = base + uint64_t(std::countr_zero(left)) * kPage;
+            const uint64_t from = std::max(start, position);
+            const uint64_t to = std::min(start + kPage, position + size);
+            if (from < to) {
+                std::memcpy(bytes + (from - position), chunk.bytes + (from - base), to - from);
+            }
+        }
+    }
+}
+
+void Pages::read(Efio_File* file, uint64_t position, void* bytes, std::size_t size, EerrException& scope)
+{
+    auto* to = static_cast<unsigned char*>(bytes);
+    if (size >= kBulk) {
+        readBulk(file, position, to, size, scope);
+        return;
+    }
+    while (size > 0) {
+        const auto offset = static_cast<uint32_t>(position % kChunk);
+        const std::size_t step = std::min<std::size_t>(size, kChunk - offset);
+        Chunk& chunk = chunkOf(position);
+        const uint32_t first = offset / kPage;
+        const auto last = static_cast<uint32_t>((offset + step - 1) / kPage);
+        if ((~chunk.valid & bits(first, last)) != 0) {
+            load(file, chunk, first, last, scope);
+        }
+        std::memcpy(to, chunk.bytes + offset, step);
+        to += step;
+        position += step;
+        size -= step;
+    }
+}
+
+void Pages::keepForUndo(const Chunk& chunk, uint64_t position, uint32_t size, bool wasValid)
+{
+    const auto offset = static_cast<uint32_t>(position % kChunk);
+    undo_.push_back({position, size, wasValid, chunk.granules[offset / kPage]});
+    if (wasValid) {
+        try {
+            undoBytes_.insert(undoBytes_.end(), chunk.bytes + offset, chunk.bytes + offset + size);
+        } catch (...) {
+            undo_.pop_back();
+            throw;
+        }
+    }
+}
+
+void Pages::setGranules(Chunk& chunk, uint32_t page, uint64_t granules) noexcept
+{
+    chunk.granules[page] = granules;
+    const bool was = (chunk.changed & bit(page)) != 0;
+    if (was != (granules != 0)) {
+        chunk.changed ^= bit(page);
+        changedPages_ += was ? -1u : 1u;
+    }
+}
+
+void Pages::write(Efio_File* file, uint64_t position, const void* bytes, std::size_t size, EerrException& scope)
+{
+    const auto* from = static_cast<const unsigned char*>(bytes);
+    while (size > 0) {
+        const auto offset = static_cast<uint32_t>(position % kChunk);
+        const uint32_t page = offset / kPage;
+        const auto step = static_cast<uint32_t>(std::min<std::size_t>(size, kPage - offset % kPage));
+        Chunk& chunk = chunkOf(position);
+        if ((chunk.valid & bit(page)) == 0 && step < kPage) {
+            load(file, chunk, page, page, scope);
+        }
+        const bool wasValid = (chunk.valid & bit(page)) != 0;
+        if (chunk.changed == 0 && std::ranges::find(changedChunks_, chunk.number) == changedChunks_.end()) {
+            changedChunks_.push_back(chunk.number);
+        }
+        keepForUndo(chunk, position, step, wasValid);
+        std::memcpy(chunk.bytes + offset, from, step);
+        const uint32_t inPage = offset % kPage;
+        setGranules(chunk, page, chunk.granules[page] | bits(inPage / kGranule, (inPage + step - 1) / kGranule));
+        if (!wasValid) {
+            chunk.valid |= bit(page);
+            ++validPages_;
+        }
+        from += step;
+        position += step;
+        size -= step;
+    }
+}
+
+void Pages::noteWritten(uint64_t position, const void* bytes, std::size_t size)
+{
+    onDisk_ = std::max<uint64_t>(onDisk_, position + size);
+    const auto* from = static_cast<const unsigned char*>(bytes);
+    while (size > 0) {
+        const auto offset = static_cast<uint32_t>(position % kChunk);
+        const auto step = static_cast<uint32_t>(std::min<std::size_t>(size, kPage - offset % kPage));
+        if (Chunk* chunk = findChunk(position); chunk != nullptr && (chunk->valid & bit(offset / kPage)) != 0) {
+            std::memcpy(chunk->bytes + offset, from, step);
+        }
+        from += step;
+        position += step;
+        size -= step;
+    }
+}
+
+void Pages::changed(std::vector<Piece>& pieces, uint64_t end)
+{
+    std::ranges::sort(changedChunks_);
+    for (const uint32_t number : changedChunks_) {
+        const Chunk& chunk = *chunks_[number];
+        for (uint64_t left = chunk.changed; left != 0; left &= left - 1) {
+            const auto page = static_cast<uint32_t>(std::countr_zero(left));
+            const uint64_t granules = chunk.granules[page];
+            const uint64_t base = uint64_t{number} * kChunk + uint64_t{page} * kPage;
+            const uint64_t start = base + uint64_t(std::countr_zero(granules)) * kGranule;
+            const uint64_t stop = std::min(end, base + uint64_t(64 - std::countl_zero(granules)) * kGranule);
+            if (start >= stop) {
+                continue;
+            }
+            if (!pieces.empty() && pieces.back().start + pieces.back().size == start && start % kChunk != 0) {
+                pieces.back().size += stop - start;
+            } else {
+                pieces.push_back({start, stop - start, chunk.bytes + start % kChunk});
+            }
+        }
+    }
+}
+
+void Pages::settle() noexcept
+{
+    for (const uint32_t number : changedChunks_) {
+        Chunk& chunk = *chunks_[number];
+        for (uint64_t left = chunk.changed; left != 0; left &= left - 1) {
+            chunk.granules[std::countr_zero(left)] = 0;
+        }
+        chunk.changed = 0;
+    }
+    changedChunks_.clear();
+    changedPages_ = 0;
+}
+
+void Pages::forget() noexcept
+{
+    for (Chunk* chunk : live_) {
+        chunks_[chunk->number].reset();
+    }
+    live_.clear();
+    changedChunks_.clear();
+    undo_.clear();
+    undoBytes_.clear();
+    last_ = nullptr;
+    validPages_ = changedPages_ = 0;
+    expected_ = 0;
+}
+
+void Pages::beginStep() noexcept
+{
+    undo_.clear();
+    undoBytes_.clear();
+}
+
+void Pages::undoStep() noexcept
+{
+    while (!undo_.empty()) {
+        const Undo undo = undo_.back();
+        undo_.pop_back();
+        const auto offset = static_cast<uint32_t>(undo.position % kChunk);
+        const uint32_t page = offset / kPage;
+        Chunk& chunk = *chunks_[undo.position / kChunk];
+        if (undo.wasValid) {
+            std::memcpy(chunk.bytes + offset, undoBytes_.data() + undoBytes_.size() - undo.size, undo.size);
+            undoBytes_.resize(undoBytes_.size() - undo.size);
+        } else {
+            chunk.valid &= ~bit(page);
+            --validPages_;
+        }
+        setGranules(chunk, page, undo.granules);
+    }
+    std::erase_if(changedChunks_, [&](uint32_t number) { return chunks_[number]->changed == 0; });
+}
+
+}  // namespace emantle::hfa
