@@ -140,6 +140,7 @@ void BlockStore::makeSlots()
 {
     ring_.assign(static_cast<std::size_t>(slotCount), Ehfa_CacheSlot{-1, 0, 0, nullptr});
     buffers_.resize(ring_.size());
+    lent_.assign(ring_.size(), false);
     slots = ring_.data();
 }
 
@@ -158,18 +159,17 @@ void BlockStore::setAbove(std::unique_ptr<BlockStore> above)
     parent = above_.get();
     positions_.clear();
     positions_.shrink_to_fit();
-    positionsChanged_ = false;
+    positionsChanged_ = positionsLent_ = false;
     index = nullptr;
     rootPtr = 0;
 }
 
-void BlockStore::writeSlot(Ehfa_CacheSlot& slot, EerrException& scope)
+void BlockStore::writeSlot(const Ehfa_CacheSlot& slot, EerrException& scope)
 {
     if (slot.dirty && slot.position != 0) {
         asFunction(scope, "ehfa_CacheWriteBuffer", "error writing cache buffer!",
                    [&] { access_.write(slot.position, slot.buffer, blockSize, scope); });
     }
-    slot.dirty = 0;
 }
 
 /* The next victim of the ring, written and with a buffer. */
@@ -180,6 +180,7 @@ Ehfa_CacheSlot& BlockStore::emptySlot(EerrException& scope)
     writeSlot(slot, scope);
     buffers_[at].resize(static_cast<std::size_t>(blockSize));
     slot = {-1, 0, 0, buffers_[at].data()};
+    lent_[at] = false;
     nextVictim = (nextVictim + 1) % slotCount;
     return slot;
 }
@@ -312,18 +313,88 @@ void BlockStore::reduce(std::vector<uint32_t>& gone, EerrException& scope)
     gone.push_back(place);
 }
 
-void BlockStore::flush(EerrException& scope)
+void BlockStore::flush(bool keepLent, EerrException& scope)
 {
-    for (Ehfa_CacheSlot& slot : ring_) {
-        writeSlot(slot, scope);
+    for (std::size_t i = 0; i < ring_.size(); ++i) {
+        writeSlot(ring_[i], scope);
+        ring_[i].dirty = keepLent && lent_[i] ? ring_[i].dirty : 0;
     }
     if (above_ != nullptr) {
-        asFunction(scope, "ehfa_CacheFlush", "error flushing cache!", [&] { above_->flush(scope); });
+        asFunction(scope, "ehfa_CacheFlush", "error flushing cache!", [&] { above_->flush(keepLent, scope); });
     } else if (positionsChanged_) {
         asFunction(scope, "ehfa_CacheWriteRoot", "error writing cache to file",
                    [&] { access_.write(rootPtr, positions_.data(), blockSize, scope); });
-        positionsChanged_ = false;
+        positionsChanged_ = keepLent && positionsLent_;
     }
+}
+
+void BlockStore::lendPointer(int32_t number)
+{
+    if (above_ == nullptr) {
+        positionsLent_ = true;
+        return;
+    }
+    for (const Ehfa_CacheSlot& slot : above_->ring_) {
+        if (slot.number == number / perBlock()) {
+            above_->lend(slot);
+        }
+    }
+}
+
+bool BlockStore::isDirty() const
+{
+    return positionsChanged_ || std::ranges::any_of(ring_, [](const Ehfa_CacheSlot& slot) { return slot.dirty != 0; }) ||
+           (above_ != nullptr && above_->isDirty());
+}
+
+BlockStore::BlockStore(const BlockStore& other, Copy)
+    : Ehfa_Cache(other), node(other.node), stored(other.stored), access_(other.access_), positions_(other.positions_),
+      positionsChanged_(other.positionsChanged_), positionsLent_(other.positionsLent_), lent_(other.lent_),
+      ring_(other.ring_), buffers_(other.buffers_)
+{
+    slots = ring_.data();
+    current = other.current != nullptr ? &ring_[static_cast<std::size_t>(other.current - other.ring_.data())] : nullptr;
+    if (other.above_ != nullptr) {
+        above_ = other.above_->copy();
+    }
+}
+
+std::unique_ptr<BlockStore> BlockStore::copy() const { return std::unique_ptr<BlockStore>(new BlockStore(*this, Copy())); }
+
+void BlockStore::takeBack(BlockStore& kept) noexcept
+{
+    blockCount = kept.blockCount;
+    byteCount = kept.byteCount;
+    rootPtr = kept.rootPtr;
+    nextVictim = kept.nextVictim;
+    position = kept.position;
+    stored = kept.stored;
+    positionsChanged_ = kept.positionsChanged_;
+    positionsLent_ = kept.positionsLent_;
+    if (positions_.size() == kept.positions_.size()) {
+        std::ranges::copy(kept.positions_, positions_.begin());
+    } else {
+        positions_.swap(kept.positions_);
+    }
+    current = nullptr;
+    for (std::size_t i = 0; i < ring_.size(); ++i) {
+        if (buffers_[i].size() == kept.buffers_[i].size()) {
+            std::ranges::copy(kept.buffers_[i], buffers_[i].begin());
+        }
+        ring_[i] = kept.ring_[i];
+        ring_[i].buffer = buffers_[i].empty() ? nullptr : buffers_[i].data();
+        lent_[i] = kept.lent_[i];
+        if (kept.current == &kept.ring_[i]) {
+            current = &ring_[i];
+        }
+    }
+    if (above_ != nullptr && kept.above_ != nullptr) {
+        above_->takeBack(*kept.above_);
+    } else {
+        above_ = std::move(kept.above_);
+    }
+    parent = above_.get();
+    index = above_ == nullptr ? positions_.data() : nullptr;
 }
 
 }  // namespace emantle::hfa

@@ -39,7 +39,19 @@ public:
     void extend(EerrException& scope);
     /* Adds what is no longer needed to `gone`; it is still what the file refers to. */
     void reduce(std::vector<uint32_t>& gone, EerrException& scope);
-    void flush(EerrException& scope);
+    /* Writes what is held. With `keepLent` what a caller may still write to stays dirty. */
+    void flush(bool keepLent, EerrException& scope);
+
+    /* Notes that a caller writes to a block, or to the place in the index that leads to it. */
+    void lend(const Ehfa_CacheSlot& slot) { lent_[static_cast<std::size_t>(&slot - ring_.data())] = true; }
+    void lendPointer(int32_t number);
+
+    /* Whether there is anything to write, on any level. */
+    bool isDirty() const;
+
+    /* A copy of all that is held, and the way back to it, which keeps the addresses of buffers. */
+    std::unique_ptr<BlockStore> copy() const;
+    void takeBack(BlockStore& kept) noexcept;
 
     uint32_t root() const { return above_ != nullptr ? above_->root() : rootPtr; }
     int32_t perBlock() const { return blockSize / 4; }
@@ -53,10 +65,12 @@ public:
 private:
     /* A new top above `below`: its root has the root of `below` as the first entry. */
     BlockStore(BlockStore& below, uint32_t root);
+    struct Copy {};
+    BlockStore(const BlockStore& other, Copy);
 
     void makeSlots();
     Ehfa_CacheSlot& emptySlot(EerrException& scope);
-    void writeSlot(Ehfa_CacheSlot& slot, EerrException& scope);
+    void writeSlot(const Ehfa_CacheSlot& slot, EerrException& scope);
     void setTop(std::vector<uint32_t> positions, uint32_t root);
     void setAbove(std::unique_ptr<BlockStore> above);
 
@@ -64,6 +78,8 @@ private:
     std::unique_ptr<BlockStore> above_;
     std::vector<uint32_t> positions_; /* of the blocks, at the top */
     bool positionsChanged_ = false;
+    bool positionsLent_ = false;
+    std::vector<char> lent_; /* of the slots */
     std::vector<Ehfa_CacheSlot> ring_;
     std::vector<std::vector<unsigned char>> buffers_; /* of the slots; empty until they are needed */
 };

@@ -4,6 +4,7 @@
 #include "frame/memory/heap_ptr.h"
 #include "store/hfa/activity.h"
 #include "store/hfa/bytes.h"
+#include "store/hfa/dictionary.h"
 #include "store/hfa/edit.h"
 #include "store/hfa/object.h"
 #include "store/hfa/runs.h"
@@ -125,6 +126,19 @@ Ehfa_CacheNode readHead(Handle& handle, EerrException& scope)
 
 }  // namespace
 
+void writeDesigns(Handle& handle, EerrException& scope)
+{
+    if (heldBack(handle)) {
+        return;
+    }
+    try {
+        writeOwnDictionary(handle, scope);
+    } catch (...) {
+        handle.dictionary->changed = 1;
+        throw;
+    }
+}
+
 void writeNode(BlockStore& store, EerrException& scope)
 {
     const Ehfa_CacheNode head = headOf(store);
@@ -151,11 +165,10 @@ void writeNode(BlockStore& store, EerrException& scope)
 
 namespace {
 
-Ehfa_Cache* createStore(Ehfa_File* file, const char* text, EerrException& scope)
+std::unique_ptr<BlockStore> storeUnder(const NodeName& name, Ehfa_File* file, EerrException& scope)
 {
-    const NodeName name = nodeNameOf(text, file == nullptr, scope);
-    FileReference reference = fileOf(file, name, true, scope);
-    Handle& handle = opened(reference.get());
+    Handle& handle = opened(file);
+    std::unique_ptr<BlockStore> store;
     Activity activity(handle, scope);
     require(!handle.readOnly, "File %s is open for reading only", handle.nameText.c_str());
     const Emif_Design* design = cacheNodeDesign.fetch(scope);
@@ -164,12 +177,12 @@ Ehfa_Cache* createStore(Ehfa_File* file, const char* text, EerrException& scope)
     require(goToObject(handle, name.parent.c_str(), nullptr, EHFA_SEEK_BACK, scope), "nodePath %s not found",
             name.parent.c_str());
     checked(scope, emif_DictionaryAddDesign(handle.dictionary, design, scope), "error adding cache design to dictionary");
-    auto store = asFunction(
+    store = asFunction(
         scope, "ehfa_CacheNew", "error creating the %s cache",
         [&] {
-            auto fresh = std::make_unique<BlockStore>(accessTo(reference.get()), reference.get(), EHFA_CACHE_BLOCK_SIZE,
+            auto fresh = std::make_unique<BlockStore>(accessTo(file), file, EHFA_CACHE_BLOCK_SIZE,
                                                       EHFA_CACHE_SLOTS, 0, 0u, scope);
-            fresh->flush(scope);
+            fresh->flush(false, scope);
             return fresh;
         },
         name.node.c_str());
@@ -177,8 +190,17 @@ Ehfa_Cache* createStore(Ehfa_File* file, const char* text, EerrException& scope)
     asFunction(scope, "ehfa_ObjectWrite", "error writing node to file", [&] {
         writeObject(handle, nullptr, name.node.c_str(), kNodeType, EHFA_WRITE_LAST_CHILD, &head, design, scope);
     });
+    writeDesigns(handle, scope);
     store->node = name.path();
     store->stored = head;
+    return store;
+}
+
+Ehfa_Cache* createStore(Ehfa_File* file, const char* text, EerrException& scope)
+{
+    const NodeName name = nodeNameOf(text, file == nullptr, scope);
+    FileReference reference = fileOf(file, name, true, scope);
+    std::unique_ptr<BlockStore> store = storeUnder(name, reference.get(), scope);
     reference.release();
     return store.release();
 }

@@ -19,6 +19,10 @@ struct NodeName {
 };
 NodeName nodeNameOf(const char* name, bool withFile, EerrException& scope);
 
+/* Writes the dictionary of a file where it has changed, unless that is held back: what is new in the file can be read
+ * by the file alone. */
+void writeDesigns(Handle& handle, EerrException& scope);
+
 /* Writes the head where it has changed; the handle's current entry stays. */
 void writeNode(BlockStore& store, EerrException& scope);
 

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <optional>
+#include <memory>
 
 /* Block stores that are open: their blocks, and the stream over them. */
 
@@ -19,34 +19,44 @@ BlockStore& storeOf(Ehfa_Cache* cache)
     return *static_cast<BlockStore*>(cache);
 }
 
-/* One call on an open block store. */
-class Use {
-public:
-    Use(Ehfa_Cache* cache, EerrException& scope) : store_(storeOf(cache))
-    {
-        if (store_.file != nullptr) {
-            activity_.emplace(opened(store_.file), scope);
-        }
-    }
-    BlockStore* operator->() const { return &store_; }
-    BlockStore& operator*() const { return store_; }
+void flushAll(BlockStore& store, bool keepLent, EerrException& scope)
+{
+    store.flush(keepLent, scope);
+    writeNode(store, scope);
+}
 
-private:
-    BlockStore& store_;
-    std::optional<Activity> activity_;
-};
+/* One call on an open block store. Where it changes the file at all it takes along everything that is held: the file has
+ * the stream as it was behind some call. A call that fails leaves file and block store as they were before it. */
+template <class Body>
+auto inOneCall(Ehfa_Cache* cache, EerrException& scope, Body&& body)
+{
+    BlockStore& store = storeOf(cache);
+    if (store.file == nullptr) {
+        return body(store);
+    }
+    Handle& handle = opened(store.file);
+    const std::unique_ptr<BlockStore> before = handle.readOnly ? nullptr : store.copy();
+    try {
+        Activity activity(handle, scope);
+        const uint64_t changes = handle.changes;
+        auto result = body(store);
+        if (handle.changes != changes && !inBatchMode(handle)) {
+            asFunction(scope, "ehfa_CacheFlush", "error flushing cache!", [&] { flushAll(store, true, scope); });
+        }
+        return result;
+    } catch (...) {
+        if (before != nullptr) {
+            store.takeBack(*before);
+        }
+        throw;
+    }
+}
 
 bool isWritable(const BlockStore& store) { return store.file == nullptr || !store.file->readOnly; }
 
 void requireWritable(const BlockStore& store)
 {
     require(isWritable(store), "File %s is open for reading only", store.file != nullptr ? store.file->name : "");
-}
-
-void flushAll(BlockStore& store, EerrException& scope)
-{
-    store.flush(scope);
-    writeNode(store, scope);
 }
 
 /* Adds blocks until there is one for `position`. */
@@ -129,7 +139,7 @@ void reduceAndRelease(BlockStore& store, EerrException& scope)
     std::vector<uint32_t> gone;
     store.reduce(gone, scope);
     store.position = std::min<int64_t>(store.position, store.byteCount);
-    asFunction(scope, "ehfa_CacheFlush", "error flushing cache!", [&] { flushAll(store, scope); });
+    asFunction(scope, "ehfa_CacheFlush", "error flushing cache!", [&] { flushAll(store, false, scope); });
     for (const uint32_t position : gone) {
         asFunction(scope, "ehfa_CacheFreeSpace", "error occurred in ehfa_CacheFreeSpace",
                    [&] { store.access().release(position, store.blockSize, scope); });
@@ -177,12 +187,12 @@ EMANTLE_API Emsc_Boolean ehfa_CacheClose(Ehfa_Cache* cache, Eerr_ErrorReport** e
         }
         std::unique_ptr<BlockStore> store(&storeOf(cache));
         FileReference reference(store->file);
-        {
-            const Use use(cache, scope);
-            asFunction(scope, "ehfa_CacheFlush", "error flushing cache!", [&] { store->flush(scope); });
+        inOneCall(cache, scope, [&](BlockStore&) {
+            asFunction(scope, "ehfa_CacheFlush", "error flushing cache!", [&] { store->flush(false, scope); });
             checked(scope, ehfa_CacheRootPtr(cache, scope), "error retrieving cache root");
             writeNode(*store, scope);
-        }
+            return 1;
+        });
         checked(scope, ehfa_FileClose(reference.release(), scope));
         return 1;
     });
@@ -191,11 +201,15 @@ EMANTLE_API Emsc_Boolean ehfa_CacheClose(Ehfa_Cache* cache, Eerr_ErrorReport** e
 EMANTLE_API void* ehfa_CacheGetBlock(Ehfa_Cache* cache, int32_t number, Emsc_Boolean write, Eerr_ErrorReport** err)
 {
     return guarded<void*>(err, "ehfa_CacheGetBlock", nullptr, [&](EerrException& scope) {
-        const Use store(cache, scope);
-        if (write != 0) {
-            requireWritable(*store);
-        }
-        return store->fetch(number, write != 0 ? BlockStore::Use::write : BlockStore::Use::read, scope).buffer;
+        return inOneCall(cache, scope, [&](BlockStore& store) {
+            if (write == 0) {
+                return store.fetch(number, BlockStore::Use::read, scope).buffer;
+            }
+            requireWritable(store);
+            const Ehfa_CacheSlot& slot = store.fetch(number, BlockStore::Use::write, scope);
+            store.lend(slot);
+            return slot.buffer;
+        });
     });
 }
 
@@ -203,40 +217,48 @@ EMANTLE_API uint32_t* ehfa_CacheGetBlockPtrAddr(Ehfa_Cache* cache, int32_t numbe
                                                 Eerr_ErrorReport** err)
 {
     return guarded<uint32_t*>(err, "ehfa_CacheGetBlockPtrAddr", nullptr, [&](EerrException& scope) {
-        const Use store(cache, scope);
-        if (write != 0) {
-            requireWritable(*store);
-        }
-        return store->pointerTo(number, write != 0, scope);
+        return inOneCall(cache, scope, [&](BlockStore& store) {
+            if (write != 0) {
+                requireWritable(store);
+            }
+            uint32_t* place = store.pointerTo(number, write != 0, scope);
+            if (write != 0) {
+                store.lendPointer(number);
+            }
+            return place;
+        });
     });
 }
 
 EMANTLE_API Emsc_Boolean ehfa_CacheFlush(Ehfa_Cache* cache, Eerr_ErrorReport** err)
 {
     return guarded<Emsc_Boolean>(err, "ehfa_CacheFlush", 0, [&](EerrException& scope) {
-        const Use store(cache, scope);
-        flushAll(*store, scope);
-        return 1;
+        return inOneCall(cache, scope, [&](BlockStore& store) {
+            flushAll(store, false, scope);
+            return 1;
+        });
     });
 }
 
 EMANTLE_API Emsc_Boolean ehfa_CacheExtend(Ehfa_Cache* cache, Eerr_ErrorReport** err)
 {
     return guarded<Emsc_Boolean>(err, "ehfa_CacheExtend", 0, [&](EerrException& scope) {
-        const Use store(cache, scope);
-        requireWritable(*store);
-        store->extend(scope);
-        return 1;
+        return inOneCall(cache, scope, [&](BlockStore& store) {
+            requireWritable(store);
+            store.extend(scope);
+            return 1;
+        });
     });
 }
 
 EMANTLE_API Emsc_Boolean ehfa_CacheReduce(Ehfa_Cache* cache, Eerr_ErrorReport** err)
 {
     return guarded<Emsc_Boolean>(err, "ehfa_CacheReduce", 0, [&](EerrException& scope) {
-        const Use store(cache, scope);
-        requireWritable(*store);
-        reduceAndRelease(*store, scope);
-        return 1;
+        return inOneCall(cache, scope, [&](BlockStore& store) {
+            requireWritable(store);
+            reduceAndRelease(store, scope);
+            return 1;
+        });
     });
 }
 
@@ -251,27 +273,30 @@ EMANTLE_API uint32_t ehfa_CacheRootPtr(const Ehfa_Cache* cache, Eerr_ErrorReport
 EMANTLE_API Emsc_Boolean ehfa_CacheSeek(Ehfa_Cache* cache, long offset, long whence, Eerr_ErrorReport** err)
 {
     return guarded<Emsc_Boolean>(err, "ehfa_CacheSeek", 0, [&](EerrException& scope) {
-        const Use store(cache, scope);
-        seek(*store, offset, whence, scope);
-        return 1;
+        return inOneCall(cache, scope, [&](BlockStore& store) {
+            seek(store, offset, whence, scope);
+            return 1;
+        });
     });
 }
 
 EMANTLE_API long ehfa_CacheRead(Ehfa_Cache* cache, void* buffer, long size, Eerr_ErrorReport** err)
 {
     return guarded<long>(err, "ehfa_CacheRead", -1, [&](EerrException& scope) {
-        const Use store(cache, scope);
         require(size >= 0 && (buffer != nullptr || size == 0), "Args");
-        return read(*store, static_cast<unsigned char*>(buffer), size, scope);
+        return inOneCall(cache, scope, [&](BlockStore& store) {
+            return read(store, static_cast<unsigned char*>(buffer), size, scope);
+        });
     });
 }
 
 EMANTLE_API long ehfa_CacheWrite(Ehfa_Cache* cache, const void* bytes, long size, Eerr_ErrorReport** err)
 {
     return guarded<long>(err, "ehfa_CacheWrite", -1, [&](EerrException& scope) {
-        const Use store(cache, scope);
         require(size >= 0 && size <= long{kFileLimit} && (bytes != nullptr || size == 0), "Args");
-        return write(*store, static_cast<const unsigned char*>(bytes), size, scope);
+        return inOneCall(cache, scope, [&](BlockStore& store) {
+            return write(store, static_cast<const unsigned char*>(bytes), size, scope);
+        });
     });
 }
 

@@ -1,5 +1,6 @@
 #include "store/hfa/table.h"
 
+#include "store/hfa/activity.h"
 #include "store/hfa/block_store.h"
 #include "store/hfa/block_store_node.h"
 
@@ -98,49 +99,27 @@ void describe(Ehfa_Table& master, const Ehfa_Table& table, int32_t type, Emsc_Bo
     checked(scope, ehfa_CacheFlush(master.data, scope), "Error storing table name");
 }
 
-/* The blocks of a new table, which are gone again unless it is kept. */
-class NewCache {
-public:
-    NewCache(Ehfa_File* file, std::string node, EerrException& scope)
-        : file_(file), node_(std::move(node)),
-          cache_(checked(scope, ehfa_CacheCreate(file, node_.c_str(), scope), "Error creating table cache"))
-    {
-    }
-    ~NewCache()
-    {
-        if (cache_ != nullptr) {
-            ehfa_CacheFree(cache_);
-            Eerr_ErrorReport* unheard = nullptr;
-            ehfa_CacheDelete(file_, node_.c_str(), &unheard);
-            eerr_DeleteErrorReportEx(&unheard);
-        }
-    }
-    NewCache(const NewCache&) = delete;
-    NewCache& operator=(const NewCache&) = delete;
-    Ehfa_Cache* get() const { return cache_; }
-    void keep() { cache_ = nullptr; }
-
-private:
-    Ehfa_File* file_;
-    std::string node_;
-    Ehfa_Cache* cache_;
-};
-
-/* Gives a table its blocks and its design, and has it described. */
+/* Gives a table its blocks and its design, and has it described: all of it or nothing. */
 Ehfa_Table* createIn(Ehfa_File* file, TablePtr table, Ehfa_Table* master, int32_t type, Emsc_Boolean indexed,
                      EerrException& scope)
 {
-    NewCache cache(file, ":" + std::string(table->name), scope);
-    checked(scope, emif_DictionaryAddDesign(file->dictionary, table->design, scope), "Error converting design!");
-    table->file = file;
-    table->data = cache.get();
+    const std::string node = ":" + std::string(table->name);
+    auto* masterStore = master != nullptr ? static_cast<BlockStore*>(master->data) : nullptr;
+    const std::unique_ptr<BlockStore> before = masterStore != nullptr ? masterStore->copy() : nullptr;
     try {
+        Handle& handle = opened(file);
+        Activity activity(handle, scope);
+        table->file = file;
+        table->data = checked(scope, ehfa_CacheCreate(file, node.c_str(), scope), "Error creating table cache");
+        checked(scope, emif_DictionaryAddDesign(file->dictionary, table->design, scope), "Error converting design!");
         describe(master != nullptr ? *master : *table, *table, type, indexed, scope);
+        writeDesigns(handle, scope);
     } catch (...) {
-        table->data = nullptr;
+        if (before != nullptr) {
+            masterStore->takeBack(*before);
+        }
         throw;
     }
-    cache.keep();
     return table.release();
 }
 

@@ -8,13 +8,14 @@
  *  1. A block store is named by a file and a node in it, as in "scene.img(:tables)", or where a handle is given by the path
  *     of the node alone. With a null handle the file is opened by its name, for writing where that is possible. The handle
  *     stays open as long as the block store does.
- *  2. Blocks are held in a ring of slots. What is written to them reaches the file when its slot is needed for another
- *     block, at ehfa_CacheFlush and at ehfa_CacheClose; the head is written at the last two. Bytes behind the length that
- *     the head says, and blocks behind its count, are not there for a reader.
+ *  2. Blocks are held in a ring of slots. What is written to them reaches the file when a slot is needed for another
+ *     block, when blocks are added or taken off, at ehfa_CacheFlush and at ehfa_CacheClose; then all that is held does,
+ *     with the head. So the file always has the stream as it was behind some call.
  *  3. New blocks are zero. A block's buffer belongs to the block store and is valid until as many other blocks as there
  *     are slots have been asked for.
  *  4. The handle's current entry is moved by Create, Open and Delete only.
- *  5. Blocks that a damaged index places outside of the file are reported when they are asked for. */
+ *  5. A call that fails leaves everything as it was.
+ *  6. Blocks that a damaged index places outside of the file are reported when they are asked for. */
 
 enum { EHFA_CACHE_BLOCK_SIZE = 1024, EHFA_CACHE_SLOTS = 2 }; /* of new ones */
 
