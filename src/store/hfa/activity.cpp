@@ -61,6 +61,7 @@ void beginStep(Handle& handle)
     step.fileEnd = handle.fileEnd;
     handle.pages.beginStep();
     handle.freeBlocks.beginStep();
+    handle.journal.beginStep();
     handle.isBroken = false;
 }
 
@@ -158,7 +159,7 @@ void Activity::leave(bool failed)
         return;
     }
     if (failed) {
-        if (changed) {
+        if (changed && !handle_.journal.wasMade()) {
             undoStep(handle_);
         }
         handle_.activity = handle_.activity == -1 ? -1 : 0;

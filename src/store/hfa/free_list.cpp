@@ -337,11 +337,11 @@ void FreeList::settle() noexcept
     beginStep();
 }
 
-std::vector<FreeList::Stretch> FreeList::takenBytes() const
+std::vector<FreeList::Stretch> FreeList::takenBytes(uint32_t least) const
 {
     std::vector<Stretch> stretches;
     for (const FreeBlock& block : taken_) {
-        if (block.size > kNodeSize) {
+        if (block.size >= least + kNodeSize) {
             stretches.push_back({uint64_t{block.position} + kNodeSize, uint64_t{block.position} + block.size});
         }
     }

@@ -60,13 +60,13 @@ public:
     /* The list is in the file as it is here. */
     void settle() noexcept;
 
-    /* What was free in the file at the last `settle` and was taken since, without the heads of the blocks, in order: no
-     * structure of the file leads to these bytes. */
+    /* What was free in the file at the last `settle` and was taken since, without the heads of the blocks, in order, from
+     * `least` bytes on: no structure of the file leads to these. */
     struct Stretch {
         uint64_t start;
         uint64_t end;
     };
-    std::vector<Stretch> takenBytes() const;
+    std::vector<Stretch> takenBytes(uint32_t least) const;
     /* Whether all these bytes are of that kind, and were taken since the step began. */
     bool tookSinceStep(uint64_t start, uint64_t end) const;
 

@@ -16,6 +16,8 @@ constexpr char kMagic[] = "EHFAREDO";
 constexpr uint32_t kChangeHead = 8; /* position and size of a change, in a record */
 /* Bytes that are written with a record behind them rather than for themselves. */
 constexpr uint64_t kMostJoined = uint64_t{1} << 18;
+/* Shorter stretches of free bytes take the way of old bytes: one write more for each would cost more. */
+constexpr uint32_t kLeastStretch = 16384;
 /* From this size on bytes do not pass through the pages on their way to new space. */
 constexpr std::size_t kAtOnce = std::size_t{1} << 17;
 
@@ -215,14 +217,18 @@ void Journal::split(Handle& handle, std::vector<Change>& fresh, std::vector<Chan
 {
     std::vector<Pages::Piece> pieces;
     handle.pages.changed(pieces, handle.fileEnd);
-    std::vector<FreeList::Stretch> taken = handle.freeBlocks.takenBytes();
+    std::vector<FreeList::Stretch> taken = handle.freeBlocks.takenBytes(kLeastStretch);
     if (committedEnd_ < handle.fileEnd) {
         taken.push_back({committedEnd_, handle.fileEnd});
     }
     std::size_t at = 0;
     const auto put = [](std::vector<Change>& list, const Pages::Piece& piece, uint64_t from, uint64_t to) {
-        if (from < to) {
-            list.push_back({static_cast<uint32_t>(from), static_cast<uint32_t>(to - from), piece.bytes + (from - piece.start)});
+        const unsigned char* bytes = piece.bytes + (from - piece.start);
+        if (from < to && !list.empty() && list.back().position + uint64_t{list.back().size} == from &&
+            list.back().bytes + list.back().size == bytes) {
+            list.back().size += static_cast<uint32_t>(to - from);
+        } else if (from < to) {
+            list.push_back({static_cast<uint32_t>(from), static_cast<uint32_t>(to - from), bytes});
         }
     };
     const auto sort = [&](const Pages::Piece& piece, uint64_t from, uint64_t to) {
@@ -353,6 +359,7 @@ void Journal::commit(Handle& handle, EerrException& scope)
     handle.pages.beginStep();
     finishPending(handle, scope);
     handle.pages.settle();
+    hasGap_ = handle.headerPtr >= kGapPosition + kGapSize;
     wasMade_ = false;
 }
 

@@ -34,6 +34,7 @@ public:
     void commit(Handle& handle, EerrException& scope);
     /* Whether the last commit that failed did so behind the moment at which its changes were made. */
     bool wasMade() const { return wasMade_; }
+    void beginStep() { wasMade_ = false; }
 
     /* Gives back what a change that was not made left behind the end of the file. */
     void trim(Handle& handle, EerrException& scope);

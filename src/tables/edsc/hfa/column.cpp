@@ -99,17 +99,13 @@ EMANTLE_API int32_t edsc_HFAColumnCreate(void* table, const char* name, int32_t 
         ColumnRecord header{owner.numRows, 0, type, type == EDSC_COLUMN_STRING ? maxNumChars : 0};
         HFAColumnPtr column = newColumn(scope, owner, name, header);
         const std::int64_t size = runSize(header, header.numRows);
-        if (size > 0) {
-            header.columnDataPtr = checked(scope, ehfa_NextFreePos(owner.file, size, scope));
-        }
-        try {
+        {
+            const WholeChange change(scope, owner.file);
+            if (size > 0) {
+                header.columnDataPtr = checked(scope, ehfa_NextFreePos(owner.file, size, scope));
+            }
             checked(scope, ehfa_ObjectWrite(owner.file, owner.path, name, kColumnType, EHFA_WRITE_LAST_CHILD, &header,
                                             columnDesign(scope), scope));
-        } catch (...) {
-            if (size > 0) {
-                ehfa_FreeSpace(owner.file, header.columnDataPtr, size, nullptr);
-            }
-            throw;
         }
         column->header = header;
         column->columnDataPtr = header.columnDataPtr;
@@ -154,6 +150,7 @@ EMANTLE_API int32_t edsc_HFAColumnDestroy(void* handle, Eerr_ErrorReport** err)
     return guarded<std::int32_t>(err, "edsc_HFAColumnDestroy", -1, [&](EerrException& scope) {
         const HFAColumnPtr column(&columnOf(handle));
         Ehfa_File* file = column->table->file;
+        const WholeChange change(scope, file);
         const std::int64_t size = runSize(column->header, column->header.numRows);
         if (size > 0) {
             checked(scope, ehfa_FreeSpace(file, column->header.columnDataPtr, size, scope));

@@ -138,6 +138,7 @@ EMANTLE_API int32_t edsc_HFAColumnDataWrite(void* handle, int32_t startRow, int3
         OpenHFAColumn& column = columnOf(handle);
         require(data != nullptr || numRows == 0, "Args");
         const Run run = runOf(column, startRow, numRows);
+        const WholeChange change(scope, column.table->file);
         stamp(scope, column);
         if (run.size == 0) {
             return 0;

@@ -117,7 +117,7 @@ void freeRun(EerrException& scope, Ehfa_File* file, std::uint32_t position, std:
     }
 }
 
-/* A longer column: the new run is complete before the header leads to it, and the old one is free only after. */
+/* A longer column, in a new run. */
 void growColumn(EerrException& scope, OpenHFAColumn& column, std::int32_t newCount)
 {
     Ehfa_File* file = column.table->file;
@@ -125,15 +125,10 @@ void growColumn(EerrException& scope, OpenHFAColumn& column, std::int32_t newCou
     const std::int64_t oldSize = runSize(column.header, column.header.numRows);
     const std::uint32_t oldRun = column.header.columnDataPtr;
     const std::uint32_t newRun = checked(scope, ehfa_NextFreePos(file, newSize, scope));
-    try {
-        copyRun(scope, file, oldRun, newRun, oldSize);
-        column.header.columnDataPtr = newRun;
-        column.header.numRows = newCount;
-        writeHeader(scope, column);
-    } catch (...) {
-        ehfa_FreeSpace(file, newRun, newSize, nullptr);
-        throw;
-    }
+    copyRun(scope, file, oldRun, newRun, oldSize);
+    column.header.columnDataPtr = newRun;
+    column.header.numRows = newCount;
+    writeHeader(scope, column);
     freeRun(scope, file, oldRun, oldSize);
 }
 
@@ -191,7 +186,10 @@ EMANTLE_API int32_t edsc_HFATableCreate(void* context, const char* name, int32_t
         *handle = nullptr;
         auto* file = static_cast<Ehfa_File*>(context);
         addDesigns(scope, *file);
-        writeTable(scope, file, name, numRows);
+        {
+            const WholeChange change(scope, file);
+            writeTable(scope, file, name, numRows);
+        }
         const HeapPtr<char> path(checked(scope, ehfa_CurrentEntryPath(file, scope)));
         *handle = newTable(file, path.get(), numRows).release();
         return 0;
@@ -248,6 +246,7 @@ EMANTLE_API int32_t edsc_HFATableDestroy(void* handle, Eerr_ErrorReport** err)
 {
     return guarded<std::int32_t>(err, "edsc_HFATableDestroy", -1, [&](EerrException& scope) {
         const HFATablePtr table(&tableOf(handle));
+        const WholeChange change(scope, table->file);
         EstrStringList paths(columnPaths(scope, *table));
         for (long i = 0; i < estr_StringListCount(paths); ++i) {
             /* A column that does not open is told, and its run is lost to the file; the table goes all the same. */
@@ -270,13 +269,9 @@ EMANTLE_API int32_t edsc_HFATableRowCountSet(void* handle, int32_t count, Eerr_E
     return guarded<std::int32_t>(err, "edsc_HFATableRowCountSet", -1, [&](EerrException& scope) {
         Edsc_HFATable& table = tableOf(handle);
         require(count >= 0, "Invalid row count %d", count);
-        /* At every moment the columns are at least as long as the table says. */
-        const bool grows = count > table.numRows;
-        if (!grows) {
-            writeRowCount(scope, table, count);
-        }
-        resizeColumns(scope, table, count);
-        if (grows) {
+        {
+            const WholeChange change(scope, table.file);
+            resizeColumns(scope, table, count);
             writeRowCount(scope, table, count);
         }
         table.numRows = count;
@@ -313,6 +308,7 @@ EMANTLE_API int32_t edsc_HFATableColumnNamesSet(void* handle, int32_t count, con
         const Edsc_HFATable& table = tableOf(handle);
         require(count >= 0 && (count == 0 || (oldNames != nullptr && newNames != nullptr)), "Args");
         const long end = checked(scope, efnp_NodePathLength(table.path, scope));
+        const WholeChange change(scope, table.file);
         for (std::int32_t i = 0; i < count; ++i) {
             seekNode(scope, table.file, table.path, "Can't find table %s");
             const HeapPtr<char> from(checked(scope, efnp_NodePathSet(table.path, oldNames[i], EFNP_NODE, end, scope)));

@@ -2,6 +2,7 @@
 
 #include "frame/guard/guard.h"
 #include "frame/memory/heap_ptr.h"
+#include "store/hfa/activity.h"
 #include "tables/edsc/hfa/designs.h"
 
 #include <cstdint>
@@ -10,6 +11,15 @@
 #include <memory>
 
 namespace emantle::tables {
+
+/* Several calls on a store that are one change of it: all of them reach the file, or none does. */
+class WholeChange {
+public:
+    WholeChange(EerrException& scope, Ehfa_File* file) : activity_(hfa::opened(file), scope) {}
+
+private:
+    hfa::Activity activity_;
+};
 
 struct HFATableDeleter {
     void operator()(Edsc_HFATable* table) const noexcept { edsc_HFATableClose(table, nullptr); }

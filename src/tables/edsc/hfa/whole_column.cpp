@@ -35,17 +35,11 @@ template <class Fill>
 void writeColumn(EerrException& scope, Ehfa_File* file, ColumnRecord header, Fill&& fill)
 {
     const std::int64_t size = runSize(header, header.numRows);
+    const WholeChange change(scope, file);
     header.columnDataPtr = size == 0 ? 0 : checked(scope, ehfa_NextFreePos(file, size, scope));
-    try {
-        fill(header.columnDataPtr, size);
-        checked(scope, ehfa_ObjectWrite(file, nullptr, nullptr, nullptr, EHFA_WRITE_CURRENT, &header,
-                                        columnDesign(scope), scope));
-    } catch (...) {
-        if (size > 0) {
-            ehfa_FreeSpace(file, header.columnDataPtr, size, nullptr);
-        }
-        throw;
-    }
+    fill(header.columnDataPtr, size);
+    checked(scope, ehfa_ObjectWrite(file, nullptr, nullptr, nullptr, EHFA_WRITE_CURRENT, &header, columnDesign(scope),
+                                    scope));
 }
 
 }  // namespace
@@ -114,6 +108,7 @@ EMANTLE_API Emsc_Boolean edsc_HFAColumnAndMIFDataWrite(Ehfa_File* file, const vo
                     runSize(*whole->column, whole->column->numRows) == whole->data.count,
                 "Args");
         addDesigns(scope, *file);
+        const WholeChange change(scope, file);
         const bool hadRun = file->entry != nullptr && file->entry->dataSize != 0;
         const ColumnRecord before = hadRun ? currentHeader(scope, file) : ColumnRecord{};
         writeColumn(scope, file, *whole->column, [&](std::uint32_t run, std::int64_t size) {

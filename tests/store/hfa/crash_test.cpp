@@ -1,0 +1,336 @@
+#include "store/hfa/store_fixture.h"
+
+#include "platform/faults.h"
+#include "support/captured_stderr.h"
+
+#include <emantle/tables/edsc/hfa.h>
+#include <functional>
+#include <map>
+#include <random>
+#include <set>
+
+namespace {
+
+using emantle::platform::afterWrites;
+using emantle::platform::FaultInjection;
+using emantle::platform::Operation;
+using emantle::platform::Outcome;
+using emantle::platform::RecordedWrite;
+using emantle::platform::Repeat;
+using emantle::platform::WriteRecorder;
+
+/* What a reader sees of a store: each path with its type and data, and the values of columns behind theirs. */
+using Contents = std::map<std::string, std::string>;
+
+Contents contentsOf(Ehfa_File* file)
+{
+    Contents contents;
+    Report report;
+    EstrStringList paths(ehfa_ObjectList(file, ":", nullptr, nullptr, report));
+    for (int i = 0; paths != static_cast<Estr_StringList*>(nullptr) && i < paths->count; ++i) {
+        Report one;
+        void* data = nullptr;
+        int32_t size = 0;
+        const char* type =
+            ehfa_ObjectDataReadIfPresent(file, paths->strings[i], nullptr, EHFA_SEEK_BACK, &data, &size, nullptr, one);
+        std::string& text = contents[paths->strings[i]];
+        text = std::string(type != nullptr ? type : told(one)) + '|';
+        if (data != nullptr) {
+            text.append(static_cast<const char*>(data), static_cast<std::size_t>(size));
+        }
+        if (type != nullptr && std::strcmp(type, "Edsc_Column") == 0 && size >= 8) {
+            const auto* words = static_cast<const int32_t*>(data);
+            std::string values(static_cast<std::size_t>(words[0]) * 8, '\0');
+            Report run;
+            if (words[0] > 0 && ehfa_FileMIFDataRead(file, words[1], long{words[0]} * 8, values.data(), run) != nullptr) {
+                text = "values " + values;
+            }
+        }
+        emsc_HeapFree(data);
+    }
+    for (const Emif_Design* design = file->dictionary->first; design != nullptr; design = design->next) {
+        contents["design " + std::string(design->name)];
+    }
+    return contents;
+}
+
+/* One call, or a few that belong together, with what it is called in a failure. */
+struct Work {
+    const char* name;
+    std::function<void(Ehfa_File*)> run;
+};
+
+void add(Ehfa_File* file, const char* path, const char* name, std::size_t size, long method = EHFA_WRITE_LAST_CHILD)
+{
+    ehfa_ObjectDataWrite(file, path, name, "Raw", method, std::string(size, name[0]).data(), static_cast<long>(size), nullptr);
+}
+
+void rewrite(Ehfa_File* file, const char* path, std::size_t size, char fill)
+{
+    ehfa_ObjectDataWrite(file, path, nullptr, nullptr, EHFA_WRITE_CURRENT, std::string(size, fill).data(), static_cast<long>(size), nullptr);
+}
+
+void remove(Ehfa_File* file, const char* path)
+{
+    ehfa_ObjectDelete(file, path, nullptr, EHFA_SEEK_BACK, nullptr);
+}
+
+void withTable(Ehfa_File* file, const std::function<void(void*)>& use)
+{
+    void* table = nullptr;
+    edsc_HFATableOpen(file, ":Table", &table, nullptr);
+    if (table != nullptr) {
+        use(table);
+        edsc_HFATableClose(table, nullptr);
+    }
+}
+
+void fill(void* table, double first, int count)
+{
+    void* column = nullptr;
+    int32_t type = 0;
+    int32_t width = 0;
+    edsc_HFAColumnOpen(table, "values", &type, &width, &column, nullptr);
+    std::vector<double> values(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        values[static_cast<std::size_t>(i)] = first + i;
+    }
+    edsc_HFAColumnDataWrite(column, 0, count, values.data(), nullptr);
+    edsc_HFAColumnClose(column, nullptr);
+}
+
+/* Uses every call that changes a store. */
+std::vector<Work> workload()
+{
+    return {
+        {"an object", [](Ehfa_File* f) { add(f, ":", "A", 48); }},
+        {"another", [](Ehfa_File* f) { add(f, ":", "B", 200); }},
+        {"one in front", [](Ehfa_File* f) { add(f, ":", "First", 30, EHFA_WRITE_FIRST_CHILD); }},
+        {"one behind", [](Ehfa_File* f) { add(f, ":A", "Behind", 30, EHFA_WRITE_AFTER); }},
+        {"one before", [](Ehfa_File* f) { add(f, ":B", "Ahead", 3000, EHFA_WRITE_BEFORE); }},
+        {"a child", [](Ehfa_File* f) { add(f, ":B", "child", 700); }},
+        {"its child", [](Ehfa_File* f) { add(f, ":B:child", "grandchild", 7); }},
+        {"rewritten in its size", [](Ehfa_File* f) { rewrite(f, ":B", 200, 'x'); }},
+        {"rewritten larger", [](Ehfa_File* f) { rewrite(f, ":A", 5000, 'y'); }},
+        {"rewritten smaller", [](Ehfa_File* f) { rewrite(f, ":Ahead", 600, 'z'); }},
+        {"renamed", [](Ehfa_File* f) { ehfa_EntrySeek(f, EHFA_SEEK_PATH, ":First", nullptr); ehfa_EntryWrite(f, EHFA_WRITE_CURRENT, "Renamed", nullptr, nullptr); }},
+        {"moved", [](Ehfa_File* f) { ehfa_EntryMove(f, ":B:child", ":A:child", nullptr); }},
+        {"deleted", [](Ehfa_File* f) { remove(f, ":Behind"); }},
+        {"a design", [](Ehfa_File* f) { emif_DictionaryAddDesign(f->dictionary, sampleDesign(), nullptr); ehfa_FileFlush(f, nullptr); }},
+        {"an object of it", [](Ehfa_File* f) {
+             char text[] = "a text of some length";
+             Sample sample{1, 2.0, {22, text}};
+             ehfa_ObjectWrite(f, ":", "Sample", "Sample", EHFA_WRITE_LAST_CHILD, &sample, sampleDesign(), nullptr);
+         }},
+        {"copied", [](Ehfa_File* f) { ehfa_ObjectCopy(f, ":", "Sample", EHFA_SEEK_CHILD_NAME, ":A", EHFA_WRITE_LAST_CHILD, nullptr, 0); }},
+        {"the designs of tables", [](Ehfa_File* f) { withTable(f, [](void*) {}); f->dictionary->changed = 1; ehfa_FileFlush(f, nullptr); }},
+        {"a table", [](Ehfa_File* f) {
+             void* table = nullptr;
+             ehfa_EntrySeek(f, EHFA_SEEK_ROOT, nullptr, nullptr);
+             edsc_HFATableArgsSet(f, ":", "Table", EHFA_WRITE_LAST_CHILD, EHFA_SEEK_CHILD_NAME, nullptr);
+             edsc_HFATableCreate(f, "Table", 100, &table, nullptr);
+             edsc_HFATableClose(table, nullptr);
+         }},
+        {"a column", [](Ehfa_File* f) {
+             withTable(f, [](void* table) {
+                 void* column = nullptr;
+                 edsc_HFAColumnCreate(table, "values", EDSC_COLUMN_REAL, 0, &column, nullptr);
+                 edsc_HFAColumnClose(column, nullptr);
+             });
+         }},
+        {"its values", [](Ehfa_File* f) { withTable(f, [](void* table) { fill(table, 1, 100); }); }},
+        {"a longer column", [](Ehfa_File* f) { withTable(f, [](void* table) { edsc_HFATableRowCountSet(table, 700, nullptr); }); }},
+        {"a shorter column", [](Ehfa_File* f) { withTable(f, [](void* table) { edsc_HFATableRowCountSet(table, 50, nullptr); }); }},
+        {"other values", [](Ehfa_File* f) { withTable(f, [](void* table) { fill(table, 1000, 50); }); }},
+        {"without flushing", [](Ehfa_File* f) {
+             ehfa_FileChange(f, nullptr, EHFA_OPTION_FLUSH_ON_WRITE, 0, 0);
+             for (const char* name : {"n1", "n2", "n3", "n4"}) {
+                 add(f, ":A", name, 300);
+             }
+             remove(f, ":A:n2");
+             rewrite(f, ":A:n3", 100, 'q');
+             ehfa_FileChange(f, nullptr, EHFA_OPTION_FLUSH_ON_WRITE, 1, 0);
+         }},
+        {"in batch mode", [](Ehfa_File* f) {
+             ehfa_EntrySeek(f, EHFA_SEEK_PATH, ":Ahead", nullptr);
+             ehfa_FileChange(f, nullptr, EHFA_OPTION_ENTRY_CACHING, 0, 0);
+             ehfa_EntryWrite(f, EHFA_WRITE_FIRST_CHILD, "b1", "T", nullptr);
+             for (const char* name : {"b2", "b3", "b4"}) {
+                 ehfa_EntryWrite(f, EHFA_WRITE_AFTER, name, "T", nullptr);
+             }
+             ehfa_FileChange(f, nullptr, EHFA_OPTION_ENTRY_CACHING, 1, 0);
+         }},
+        {"a large object", [](Ehfa_File* f) { add(f, ":", "Large", 200000); }},
+        {"a large object rewritten", [](Ehfa_File* f) { rewrite(f, ":Large", 200000, 'l'); }},
+        {"a subtree deleted", [](Ehfa_File* f) { remove(f, ":A"); }},
+        {"filled in again", [](Ehfa_File* f) { add(f, ":", "Filler", 150000); }},
+        {"a table deleted", [](Ehfa_File* f) {
+             void* table = nullptr;
+             edsc_HFATableOpen(f, ":Table", &table, nullptr);
+             edsc_HFATableDestroy(table, nullptr);
+         }},
+    };
+}
+
+class ACrash : public StoreTest {
+protected:
+    ACrash() { restored_ = directory_ + "/crashed.img"; }
+
+    Contents read(const std::string& name, const char* mode)
+    {
+        Report report;
+        Ehfa_File* file = ehfa_FileOpen(name.c_str(), mode, eint_GetInit(), report);
+        EXPECT_NE(file, nullptr) << told(report);
+        if (file == nullptr) {
+            return {};
+        }
+        Contents contents = contentsOf(file);
+        Ehfa_CheckTotals totals;
+        std::string findings;
+        ehfa_FileCheck(
+            file,
+            [](const Ehfa_CheckItem* item, void* data) -> Emsc_Boolean {
+                if (item->finding != nullptr && std::strstr(item->finding, "no design") == nullptr) {
+                    *static_cast<std::string*>(data) += std::string(item->path) + " " + item->finding + "\n";
+                }
+                return 1;
+            },
+            &findings, &totals, nullptr);
+        EXPECT_EQ(findings, "");
+        lost_ = totals.lost;
+        Report closing;
+        ehfa_FileClose(file, closing);
+        EXPECT_EQ(told(closing), "");
+        return contents;
+    }
+
+    /* A crash that leaves `bytes`: the store is as it was before the work, or as it is after it. */
+    bool holds(const std::vector<std::byte>& bytes, const Contents& before, const Contents& after)
+    {
+        Bytes plain(bytes.size());
+        std::memcpy(plain.data(), bytes.data(), bytes.size());
+        putBytes(restored_, plain);
+        const Contents seen = read(restored_, "r");
+        const bool unchanged = bytesOf(restored_) == plain;
+        EXPECT_TRUE(unchanged) << "reading changed the file";
+        const Contents opened = read(restored_, "r+b");
+        EXPECT_EQ(seen, opened);
+        return (seen == before || seen == after) && seen == opened && unchanged;
+    }
+
+    std::string restored_;
+    int64_t lost_ = 0;
+};
+
+/* Every prefix of the writes of every call, with the last one whole, and cut at each 512 bytes and in its middle. */
+TEST_F(ACrash, AtAnyMomentLeavesTheStoreBeforeOrAfterTheCall)
+{
+    create();
+    ehfa_FileFlush(file_, expected());
+    Contents before = contentsOf(file_);
+    for (const Work& work : workload()) {
+        ehfa_FileFlush(file_, expected());
+        const Bytes plain = bytesOf(name_);
+        std::vector<std::byte> bytes(plain.size());
+        std::memcpy(bytes.data(), plain.data(), plain.size());
+        std::vector<RecordedWrite> writes;
+        {
+            WriteRecorder recorder(name_);
+            work.run(file_);
+            writes = recorder.writes();
+        }
+        const Contents after = contentsOf(file_);
+        EXPECT_LE(writes.size(), 8u) << work.name;
+        EXPECT_FALSE(writes.empty()) << work.name;
+        for (std::size_t count = 0; count <= writes.size(); ++count) {
+            std::vector<RecordedWrite> prefix(writes.begin(), writes.begin() + static_cast<long>(count));
+            ASSERT_TRUE(holds(afterWrites(bytes, prefix), before, after)) << work.name << " after write " << count;
+            if (count == 0) {
+                continue;
+            }
+            const std::vector<std::byte> whole = prefix.back().bytes;
+            std::set<std::size_t> cuts{whole.size() / 2};
+            /* Of a long write the first and the last few boundaries. */
+            for (std::size_t cut = 512; cut < whole.size(); cut += cut > 4096 && cut + 8192 < whole.size() ? 16384 : 512) {
+                cuts.insert(cut);
+            }
+            for (const std::size_t cut : cuts) {
+                if (cut > 0 && cut < whole.size()) {
+                    prefix.back().bytes.assign(whole.begin(), whole.begin() + static_cast<long>(cut));
+                    ASSERT_TRUE(holds(afterWrites(bytes, prefix), before, after))
+                        << work.name << ": write " << count << " of " << whole.size() << " bytes cut at " << cut;
+                }
+            }
+        }
+        before = after;
+    }
+    close();
+    read(name_, "r");
+    EXPECT_EQ(lost_, 16) << "the blocks of two objects of less than 8 bytes, as ever";
+}
+
+/* Without the designs: a handle has those that no flush has written yet. */
+Contents entriesOf(Contents contents)
+{
+    std::erase_if(contents, [](const auto& each) { return each.first.starts_with("design "); });
+    return contents;
+}
+
+/* The states of a store before and after each step of the workload, told apart by their contents. */
+class AFailure : public ACrash {
+protected:
+    /* Runs the workload with every nth call of a kind failing. After each call the store on disk must be as before or as
+     * after, and say what the handle says; once calls succeed again, the same handle must go on. */
+    void failEach(Operation operation, Outcome outcome, Repeat repeat)
+    {
+        create();
+        int64_t rounds = 0;
+        for (const Work& work : workload()) {
+            ehfa_FileFlush(file_, expected());
+            close();
+            const Bytes bytes = bytesOf(name_);
+            open();
+            const Contents before = contentsOf(file_);
+            bool isDone = false;
+            Contents after;
+            for (std::uint64_t nth = 1; !isDone; ++nth, ++rounds) {
+                ASSERT_LT(nth, 2000u) << work.name;
+                bool fired = false;
+                {
+                    FaultInjection fault(operation, nth, outcome, repeat, operation == Operation::allocate ? "" : name_);
+                    stderrOf([&] { work.run(file_); });
+                    fired = fault.fired();
+                }
+                /* A mode that could not be ended goes on, with all that it gathered. */
+                EXPECT_TRUE(ehfa_FileChange(file_, expected(), EHFA_OPTION_ENTRY_CACHING, 1, EHFA_OPTION_FLUSH_ON_WRITE, 1, 0));
+                const Contents seen = entriesOf(contentsOf(file_));
+                ASSERT_EQ(entriesOf(read(name_, "r")), seen) << work.name << ": handle and disk differ after failure " << nth;
+                if (!fired) {
+                    isDone = true;
+                    after = seen;
+                    continue;
+                }
+                /* The same handle writes on. */
+                add(file_, ":", "Later", 20);
+                const Contents later = entriesOf(contentsOf(file_));
+                ASSERT_EQ(later.count(":Later:"), 1u) << work.name << nth;
+                ASSERT_EQ(entriesOf(read(name_, "r")), later) << work.name << nth;
+                stderrOf([&] { close(); });
+                putBytes(name_, bytes);
+                open();
+            }
+            EXPECT_FALSE(before.empty() || after.empty());
+        }
+        close();
+        RecordProperty("rounds", std::to_string(rounds));
+    }
+};
+
+TEST_F(AFailure, ForWantOfSpaceOnceIsGotOver) { failEach(Operation::write, Outcome::noSpace(), Repeat::once); }
+TEST_F(AFailure, ForWantOfSpaceIsGotOver) { failEach(Operation::write, Outcome::noSpace(10), Repeat::fromThenOn); }
+TEST_F(AFailure, OfTheDiskIsGotOver) { failEach(Operation::write, Outcome::inputOutput(30), Repeat::once); }
+TEST_F(AFailure, OfTheDiskBehindTheLastByteIsGotOver) { failEach(Operation::write, Outcome::inputOutput(1 << 30), Repeat::fromThenOn); }
+TEST_F(AFailure, ToShortenTheFileIsGotOver) { failEach(Operation::truncate, Outcome::inputOutput(), Repeat::once); }
+TEST_F(AFailure, OfMemoryIsGotOver) { failEach(Operation::allocate, Outcome::noMemory(), Repeat::once); }
+
+}  // namespace
