@@ -11,10 +11,12 @@
  *     opened for writing before the first call that writes.
  *  5. Calls that answer with Emsc_Boolean and can fail answer 1 when they succeeded and 0 when they failed. */
 
+#include <emantle/store/ehfa/cache.h>
 #include <emantle/store/ehfa/dictionary.h>
 #include <emantle/store/ehfa/entry.h>
 #include <emantle/store/ehfa/file.h>
 #include <emantle/store/ehfa/object.h>
 #include <emantle/store/ehfa/space.h>
+#include <emantle/store/ehfa/table.h>
 
 #endif

@@ -8,5 +8,6 @@
 #include <emantle/store/emif/design.h>
 #include <emantle/store/emif/dictionary.h>
 #include <emantle/store/emif/object.h>
+#include <emantle/store/emif/property_map.h>
 
 #endif
