@@ -6,6 +6,7 @@
 #include <emantle/data/egda/ascii.h>
 #include <emantle/data/egda/basedata.h>
 #include <emantle/data/egda/matrix.h>
+#include <emantle/data/egda/operations.h>
 #include <emantle/data/egda/stack.h>
 #include <emantle/data/egda/types.h>
 #include <emantle/data/egda/window.h>

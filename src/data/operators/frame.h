@@ -1,0 +1,106 @@
+#pragma once
+
+#include "frame/guard/plain_scope.h"
+#include "platform/cpu.h"
+
+#include <emantle/data/egda/operations.h>
+
+#include <array>
+
+/* What all operators share: finding the layers, walking the lines, masks, overlap, constants, large destinations. It
+ * is compiled once; what differs between operators is a loop over contiguous elements. */
+
+namespace emantle {
+
+/* `count` elements of the result from `count` elements of each operand; `b` is null for operators of one operand. All
+ * are contiguous, and either the same elements or apart. */
+using LineLoop = void (*)(void* dest, const void* a, const void* b, long count);
+
+/* The first of `count` elements of the second operand at which the operator stops and `mask`, where there is one, is
+ * not 0; `count` where there is none. */
+using StopScan = long (*)(const void* b, const std::uint8_t* mask, long count);
+
+/* An operator for one type. */
+struct LineCell {
+    LineLoop loop;
+    /* For passes behind the first of a fold, where the first operand is the destination; null where it is `loop`. */
+    LineLoop next;
+    /* Null for operators that never stop. */
+    StopScan stop;
+    /* What the loop reads. Operands of another type are converted to it; the two sizes tell how they lie in memory. */
+    Egda_PixelType reads;
+    std::uint8_t sizes[2];
+    std::uint8_t destSize;
+    /* The loop leaves a part of each element as it was. */
+    bool keepsPart;
+    /* The destination's elements own something: they are written in place or not at all. */
+    bool owns;
+};
+
+using LineCells = std::array<LineCell, EGDA_NUM_TYPES>;
+
+/* How many sources an operator takes. */
+enum class Arity { one, two, fold };
+
+struct Operator {
+    const char* name;
+    Arity arity;
+    /* Lines are those of the source, and the destination may be larger. */
+    bool walksSource;
+    /* By instruction set. */
+    const LineCells* cells[3];
+};
+
+/* Runs `op` for sources of `type` with the loops of `set`. */
+void runOperator(const Operator& op, Egda_PixelType type, Egda_BaseDataStack* dest,
+                 const Egda_BaseDataStackArray* sources, Eerr_ErrorReport** err, platform::InstructionSet set);
+
+/* The family of a row (row.h): its cells run `op` with the best loops that the machine has. */
+template <const Operator& op>
+struct OperatorFamily {
+    template <Egda_PixelType type>
+    static void run(Egda_BaseDataStack* dest, const Egda_BaseDataStackArray* sources, Eerr_ErrorReport** err)
+    {
+        runOperator(op, type, dest, sources, err, platform::fastestInstructionSet());
+    }
+    template <Egda_PixelType type>
+    static consteval Egda_OperatorRoutine routine()
+    {
+        return run<type>;
+    }
+};
+
+/* The layer that a source contributes to layer `k` of the destination; null where it has none. */
+inline Egda_BaseData* layerFor(const Egda_BaseDataStack& stack, long k) noexcept
+{
+    const long index = stack.numlayers == 1 ? 0 : k;
+    return index < stack.numlayers ? stack.datalayer[index] : nullptr;
+}
+
+/* Lines of a record as operators walk them: runs along the columns of matrices and tables, else along the rows. */
+struct Walk {
+    long lines;
+    long run;
+};
+
+inline Walk walkOf(const Egda_BaseData& base) noexcept
+{
+    const bool byColumns = base.objecttype == EGDA_MATRIX_OBJECT || base.objecttype == EGDA_TABLE_OBJECT;
+    return byColumns ? Walk{base.numcolumns, base.numrows} : Walk{base.numrows, base.numcolumns};
+}
+
+/* Bytes from one line to the next for elements of `size` bytes; 0 for a scalar object. */
+inline long lineStride(const Egda_BaseData& base, long size) noexcept
+{
+    return base.objecttype == EGDA_SCALAR_OBJECT ? 0 : base.pitch / base.numbytes * size;
+}
+
+/* The elements of `to` become those of `from` where `mask` is not 0. `size` is that of an element: 1, 2, 4, 8 or 16. */
+void blend(void* to, const void* from, const std::uint8_t* mask, long count, long size,
+           platform::InstructionSet set) noexcept;
+
+/* What a run of mask bytes asks for. */
+enum class Cover { none, some, every };
+Cover coverOf(const std::uint8_t* mask, long count) noexcept;
+
+}  // namespace emantle
