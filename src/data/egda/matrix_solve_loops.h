@@ -36,13 +36,22 @@ inline T quotient(T a, T b)
     }
 }
 
+/* Keeps the compiler from making one instruction of a complex number's products and their alternating signs: that rounds
+ * once where two roundings are asked for. */
+template <class Part>
+inline Part rounded(Part value)
+{
+    asm("" : "+x"(value));
+    return value;
+}
+
 /* a - b * c */
 template <class T>
 inline T lessProduct(T a, T b, T c)
 {
     if constexpr (isComplexValue<T>) {
-        return {a.real - (b.real * c.real - b.imaginary * c.imaginary),
-                a.imaginary - (b.imaginary * c.real + b.real * c.imaginary)};
+        return {a.real - (rounded(b.real * c.real) - rounded(b.imaginary * c.imaginary)),
+                a.imaginary - (rounded(b.imaginary * c.real) + rounded(b.real * c.imaginary))};
     } else {
         return a - b * c;
     }
