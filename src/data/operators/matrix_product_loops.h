@@ -67,6 +67,14 @@ void pack(typename Summed<Stored>::Part* to, const char* from, long rowStep, lon
     }
 }
 
+template <class Vector>
+inline Vector loaded(const void* from)
+{
+    Vector value;
+    std::memcpy(&value, from, sizeof value);
+    return value;
+}
+
 /* Adds to the sums of a tile, whose columns are `stride` parts apart, or starts them. */
 template <class Stored>
 void sumTile(typename Summed<Stored>::Part* sums, long stride, const typename Summed<Stored>::Part* a,
@@ -74,18 +82,14 @@ void sumTile(typename Summed<Stored>::Part* sums, long stride, const typename Su
 {
     using Tile = Shape<Stored>;
     using Vector = typename Tile::Vector;
-    Vector sum[Tile::columns][2];
+    Vector sum[Tile::columns][2]; /* touched by value alone, so that it lives in registers */
     for (long j = 0; j < Tile::columns; ++j) {
         for (long i = 0; i < 2; ++i) {
-            sum[j][i] = Vector{};
-            if (!isFirst) {
-                std::memcpy(&sum[j][i], sums + j * stride + i * Tile::lanes, sizeof(Vector));
-            }
+            sum[j][i] = isFirst ? Vector{} : loaded<Vector>(sums + j * stride + i * Tile::lanes);
         }
     }
     for (long place = 0; place < depth; ++place) {
-        Vector left[2];
-        std::memcpy(left, a, sizeof left);
+        const Vector left[2] = {loaded<Vector>(a), loaded<Vector>(a + Tile::lanes)};
         for (long j = 0; j < Tile::columns; ++j) {
             if constexpr (Tile::parts == 2) {
                 sum[j][0] += left[0] * b[j] - left[1] * b[Tile::columns + j];
@@ -100,7 +104,8 @@ void sumTile(typename Summed<Stored>::Part* sums, long stride, const typename Su
     }
     for (long j = 0; j < Tile::columns; ++j) {
         for (long i = 0; i < 2; ++i) {
-            std::memcpy(sums + j * stride + i * Tile::lanes, &sum[j][i], sizeof(Vector));
+            const Vector value = sum[j][i];
+            std::memcpy(sums + j * stride + i * Tile::lanes, &value, sizeof value);
         }
     }
 }
