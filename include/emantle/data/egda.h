@@ -5,6 +5,7 @@
 
 #include <emantle/data/egda/ascii.h>
 #include <emantle/data/egda/basedata.h>
+#include <emantle/data/egda/group.h>
 #include <emantle/data/egda/matrix.h>
 #include <emantle/data/egda/operations.h>
 #include <emantle/data/egda/stack.h>
