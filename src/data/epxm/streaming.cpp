@@ -14,16 +14,21 @@ namespace {
 constexpr long kPiece = 4096;
 constexpr long kLine = 64;
 
-/* `dest` is aligned to a line; `bytes` is a multiple of one. */
-void writePast(char* dest, const char* piece, long bytes)
+}  // namespace
+
+void writePast(void* dest, const void* block, long bytes) noexcept
 {
-    for (long i = 0; i < bytes; i += static_cast<long>(sizeof(__m128i))) {
-        _mm_stream_si128(reinterpret_cast<__m128i*>(dest + i),
-                         _mm_load_si128(reinterpret_cast<const __m128i*>(piece + i)));
+    auto* to = static_cast<__m128i*>(dest);
+    const auto* from = static_cast<const __m128i*>(block);
+    for (long i = 0; i < bytes / static_cast<long>(sizeof(__m128i)); ++i) {
+        _mm_stream_si128(to + i, _mm_load_si128(from + i));
     }
 }
 
-}  // namespace
+void finishWritingPast() noexcept
+{
+    _mm_sfence();
+}
 
 bool isStreamed(long bytes) noexcept
 {
@@ -51,7 +56,7 @@ void convertStreaming(Epxm_ConvertRoutine routine, const void* source, long sour
             convertNext(piece, kPiece / destSize);
             writePast(to, piece, kPiece);
         }
-        _mm_sfence();
+        finishWritingPast();
     }
     for (const long most = kNeverStreamed / destSize; count > 0;) {
         convertNext(out, std::min(count, most));

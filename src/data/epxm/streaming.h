@@ -13,6 +13,11 @@ inline constexpr long kNeverStreamed = 1L << 20;
 /* Whether a destination of so many bytes is better written past the caches. */
 bool isStreamed(long bytes) noexcept;
 
+/* Copies `bytes` past the caches. Both are aligned to a line of the cache; `bytes` is a multiple of one. Readers see the
+ * bytes in order only behind finishWritingPast. */
+void writePast(void* dest, const void* block, long bytes) noexcept;
+void finishWritingPast() noexcept;
+
 /* What `routine` would do, in small pieces that pass through a buffer. The sizes are those of an element. */
 void convertStreaming(Epxm_ConvertRoutine routine, const void* source, long sourceSize, void* dest, long destSize,
                       long count);

@@ -20,21 +20,24 @@ using LineLoop = void (*)(void* dest, const void* a, const void* b, long count);
  * not 0; `count` where there is none. */
 using StopScan = long (*)(const void* b, const std::uint8_t* mask, long count);
 
+/* How an operand lies in memory, and as what the loop wants it: where the two differ it is converted by epxm_Convert. */
+struct OperandTypes {
+    Egda_PixelType stored;
+    Egda_PixelType read;
+};
+
 /* An operator for one type. */
 struct LineCell {
+    /* Null where converting the one operand is all there is to do. */
     LineLoop loop;
-    /* For passes behind the first of a fold, where the first operand is the destination; null where it is `loop`. */
+    /* For passes behind the first of a fold, where the first operand is the destination. */
     LineLoop next;
     /* Null for operators that never stop. */
     StopScan stop;
-    /* What the loop reads. Operands of another type are converted to it; the two sizes tell how they lie in memory. */
-    Egda_PixelType reads;
-    std::uint8_t sizes[2];
-    std::uint8_t destSize;
+    OperandTypes operands[2];
+    Egda_PixelType dest;
     /* The loop leaves a part of each element as it was. */
     bool keepsPart;
-    /* The destination's elements own something: they are written in place or not at all. */
-    bool owns;
 };
 
 using LineCells = std::array<LineCell, EGDA_NUM_TYPES>;
@@ -47,6 +50,8 @@ struct Operator {
     Arity arity;
     /* Lines are those of the source, and the destination may be larger. */
     bool walksSource;
+    /* The first element of the source stands for all. */
+    bool fills;
     /* By instruction set. */
     const LineCells* cells[3];
 };
@@ -95,12 +100,14 @@ inline long lineStride(const Egda_BaseData& base, long size) noexcept
     return base.objecttype == EGDA_SCALAR_OBJECT ? 0 : base.pitch / base.numbytes * size;
 }
 
-/* The elements of `to` become those of `from` where `mask` is not 0. `size` is that of an element: 1, 2, 4, 8 or 16. */
-void blend(void* to, const void* from, const std::uint8_t* mask, long count, long size,
-           platform::InstructionSet set) noexcept;
-
 /* What a run of mask bytes asks for. */
 enum class Cover { none, some, every };
-Cover coverOf(const std::uint8_t* mask, long count) noexcept;
+
+struct MaskLoops {
+    Cover (*coverOf)(const std::uint8_t* mask, long count);
+    /* The elements of `to` become those of `from` where `mask` is not 0; by the size of an element: 1, 2, 4, 8, 16. */
+    void (*blend[5])(void* to, const void* from, const std::uint8_t* mask, long count);
+};
+const MaskLoops& maskLoops(platform::InstructionSet set) noexcept;
 
 }  // namespace emantle

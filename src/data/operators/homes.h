@@ -37,6 +37,12 @@
 #ifndef EMANTLE_TABLE_OF_conversion
 #define EMANTLE_TABLE_OF_conversion(table, types)
 #endif
+#ifndef EMANTLE_TABLE_OF_form
+#define EMANTLE_TABLE_OF_form(table, types)
+#endif
+#ifndef EMANTLE_TABLE_OF_search
+#define EMANTLE_TABLE_OF_search(table, types)
+#endif
 #ifndef EMANTLE_TABLE_OF_group
 #define EMANTLE_TABLE_OF_group(table, types)
 #endif

@@ -1,0 +1,7 @@
+#include "data/operators/elements.h"
+
+#define EMANTLE_LOOPS "data/operators/copy_loops.h"
+#include "platform/for_each_target.h"
+
+#define EMANTLE_TABLE_OF_copy(table, types) EMANTLE_ELEMENT_TABLE(table, types)
+#include "data/operators/homes.h"

@@ -1,0 +1,52 @@
+/* Masks over blocks of elements. Compiled once for each instruction set. */
+
+namespace emantle::EMANTLE_TARGET {
+
+inline Cover coverOf(const std::uint8_t* mask, long count)
+{
+    std::uint8_t any = 0;
+    std::uint8_t missing = 0;
+    for (long i = 0; i < count; ++i) {
+        any = static_cast<std::uint8_t>(any | mask[i]);
+        missing = static_cast<std::uint8_t>(missing | (mask[i] == 0 ? 1 : 0));
+    }
+    return any == 0 ? Cover::none : missing == 0 ? Cover::every : Cover::some;
+}
+
+template <class Bits>
+void blend(void* to, const void* from, const std::uint8_t* mask, long count)
+{
+    auto* out = static_cast<Cell<Bits>*>(to);
+    const auto* in = static_cast<const Cell<Bits>*>(from);
+#if !defined(__clang__)
+#pragma GCC ivdep
+#endif
+    for (long i = 0; i < count; ++i) {
+        const Bits old = out[i].value;
+        const Bits fresh = in[i].value;
+        out[i].value = mask[i] != 0 ? fresh : old;
+    }
+}
+
+struct TwoWords {
+    std::uint64_t words[2];
+};
+
+inline void blendTwoWords(void* to, const void* from, const std::uint8_t* mask, long count)
+{
+    auto* out = static_cast<Cell<TwoWords>*>(to);
+    const auto* in = static_cast<const Cell<TwoWords>*>(from);
+    for (long i = 0; i < count; ++i) {
+        const std::uint64_t taken = mask[i] != 0 ? ~std::uint64_t{0} : 0;
+        for (int word = 0; word < 2; ++word) {
+            const std::uint64_t old = out[i].value.words[word];
+            out[i].value.words[word] = old ^ ((old ^ in[i].value.words[word]) & taken);
+        }
+    }
+}
+
+constexpr MaskLoops kMaskLoops{
+    coverOf,
+    {blend<std::uint8_t>, blend<std::uint16_t>, blend<std::uint32_t>, blend<std::uint64_t>, blendTwoWords}};
+
+}  // namespace emantle::EMANTLE_TARGET

@@ -1,0 +1,8 @@
+#include "data/operators/complex_functions.h"
+#include "data/operators/elements.h"
+
+#define EMANTLE_LOOPS "data/operators/parts_loops.h"
+#include "platform/for_each_target.h"
+
+#define EMANTLE_TABLE_OF_parts(table, types) EMANTLE_ELEMENT_TABLE(table, types)
+#include "data/operators/homes.h"
