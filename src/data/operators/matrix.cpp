@@ -7,6 +7,7 @@
 #include <emantle/data/egda/matrix.h>
 
 #include <algorithm>
+#include <bit>
 #include <functional>
 #include <memory>
 
@@ -18,6 +19,13 @@ namespace {
 
 using Record = std::unique_ptr<Egda_BaseData, decltype([](Egda_BaseData* base) { egda_BaseDataDelete(base, nullptr); })>;
 constexpr Say kOutOfMemory{"Out of memory", 5};
+
+/* The elements of `to` become those of `from` where `mask` is not 0. */
+void blendElements(void* to, const void* from, const std::uint8_t* mask, long count, long size)
+{
+    maskLoops(platform::fastestInstructionSet()).blend[std::countr_zero(static_cast<unsigned long>(size))](to, from,
+                                                                                                           mask, count);
+}
 
 const ProductRoutines& productsOf(Egda_PixelType type)
 {
@@ -70,8 +78,8 @@ public:
             if (mask_ == nullptr) {
                 std::memcpy(to, from, static_cast<std::size_t>(run * dest_.numbytes));
             } else {
-                blend(to, from, static_cast<const std::uint8_t*>(mask_->firstelement) + line * mask_->pitch, run,
-                      dest_.numbytes, platform::fastestInstructionSet());
+                blendElements(to, from, static_cast<const std::uint8_t*>(mask_->firstelement) + line * mask_->pitch,
+                              run, dest_.numbytes);
             }
         }
     }
@@ -225,9 +233,9 @@ void sumLayers(const MatrixElements& weights, const Egda_BaseDataStack& layers, 
             if (mask == nullptr) {
                 std::memcpy(at(to, line, first), sums, static_cast<std::size_t>(count * size));
             } else {
-                blend(at(to, line, first), sums,
-                      static_cast<const std::uint8_t*>(mask->firstelement) + line * mask->pitch + first, count, size,
-                      platform::fastestInstructionSet());
+                blendElements(at(to, line, first), sums,
+                              static_cast<const std::uint8_t*>(mask->firstelement) + line * mask->pitch + first, count,
+                              size);
             }
         }
     }

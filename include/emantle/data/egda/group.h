@@ -37,8 +37,8 @@
  *  1. The type is that of the last source. Sources of other types convert to it, and results to the type of the
  *     destination, as epxm_Convert does; fractions, numbers and conditions are read in their own types.
  *  2. Work buffers take their place in the list and are not read or written.
- *  3. Debug builds assert that the list is as above; others leave places as they are for which there is no source.
- *  4. They fail with 5 when memory is out. */
+ *  3. They fail with 1 where sources are missing or strings stand among numbers, and with 5 when memory is out. Debug
+ *     builds assert that the list is as above. Elements that FillArray has no source for stay. */
 
 /* Orders `values`: indices[i] becomes the number, from 0 on, of the value at place i of the ascending order. */
 typedef void (*Egda_OrderRoutine)(int32_t* indices, long count, const void* values);
