@@ -3,6 +3,7 @@
 
 /* The whole exported interface. */
 
+#include <emantle/data/bin_operators.h>
 #include <emantle/data/egda.h>
 #include <emantle/data/epxm.h>
 #include <emantle/files/efio.h>

@@ -17,7 +17,4 @@ constexpr OperatorRows kNothing = TableOf<NoFamily, 0>::rows;
     {                                                           \
         return kNothing.data();                                 \
     }
-#define EMANTLE_TABLE_OF_group(table, types) EMANTLE_TABLE_OF_eigen(table, types)
-#define EMANTLE_TABLE_OF_matrix(table, types) EMANTLE_TABLE_OF_eigen(table, types)
-#define EMANTLE_TABLE_OF_bins(table, types) EMANTLE_TABLE_OF_eigen(table, types)
 #include "data/operators/homes.h"
