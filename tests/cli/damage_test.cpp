@@ -56,7 +56,7 @@ protected:
     static std::vector<std::string> nodesOf(const std::string& store)
     {
         std::vector<std::string> nodes;
-        const nlohmann::json listed = nlohmann::json::parse(runHere({"ls", store, "--json"}).out);
+        const nlohmann::json listed = nlohmann::json::parse(runHere({"ls", "-R", "--json", store}).out);
         for (const auto& node : listed["nodes"]) {
             nodes.push_back(node["path"]);
         }
@@ -170,7 +170,7 @@ TEST_F(Damaged, InOneByteIsReadWithoutHarm)
                                                   static_cast<std::uint8_t>(whole[static_cast<std::size_t>(place)]));
             const std::string damage = "byte " + std::to_string(place) + " is " + std::to_string(byte);
             EXPECT_EQ(pwrite(file, &byte, 1, place), 1);
-            attempt({"ls", store, "--json"}, damage);
+            attempt({"ls", "-R", "--json", store}, damage);
             attempt({"check", store}, damage);
             attempt({"show", store, "--json", nodes[static_cast<std::size_t>(item) % nodes.size()]}, damage);
             attempt({"show", store, nodes[static_cast<std::size_t>(item + 1) % nodes.size()]}, damage);
@@ -198,7 +198,7 @@ TEST_F(Damaged, ByACutIsFoundAndReadWithoutHarm)
         if (attempt({"check", store}, damage).status != 1) {
             complain("is found sound");
         }
-        attempt({"ls", store}, damage);
+        attempt({"ls", "-lR", store}, damage);
         attempt({"show", store, nodes[static_cast<std::size_t>(size) % nodes.size()]}, damage);
     });
 }
@@ -220,7 +220,7 @@ TEST_F(Damaged, KeepsAProcessWithinItsLimits)
                 tellingByte(noise(static_cast<std::uint64_t>(item) + 77), static_cast<std::uint8_t>(whole[place])));
         }
         std::ofstream(path(), std::ios::binary) << bytes;
-        for (const auto& arguments : {std::vector<std::string>{"ls", path()},
+        for (const auto& arguments : {std::vector<std::string>{"ls", "-lR", path()},
                                       {"check", path(), "--json"},
                                       {"show", path(), nodes[static_cast<std::size_t>(item) % nodes.size()]}}) {
             const Outcome outcome = run(arguments, room);

@@ -27,12 +27,26 @@ inline InProcess runHere(const std::vector<std::string>& arguments)
     tool::addList(program, status);
     tool::addShow(program, status);
     tool::addCheck(program, status);
+    tool::addCat(program, status);
+    tool::addCompact(program, status);
+    tool::addCopy(program, status);
+    tool::addDict(program, status);
+    tool::addDiff(program, status);
+    tool::addDump(program, status);
+    tool::addLoad(program, status);
+    tool::addMove(program, status);
+    tool::addRemove(program, status);
+    tool::addSalvage(program, status);
+    tool::addStat(program, status);
     try {
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
         result.status = static_cast<int>(status);
     } catch (const CLI::ParseError& error) {
         result.status = 2;
         result.failure = error.what();
+    } catch (const tool::Failure& failure) {
+        result.status = static_cast<int>(failure.status());
+        result.failure = failure.what();
     } catch (const std::exception& failure) {
         result.status = 1;
         result.failure = failure.what();

@@ -314,7 +314,7 @@ TEST(Usage, WrongArgumentsAreToldWithStatusTwo)
                                               {"show", "only.store"},
                                               {"check"},
                                               {"check", "a", "b"},
-                                              {"ls", "a", "b", "c"},
+                                              {"dict", "a", "b"},
                                               {"describe", "x.tif", "--nonsense"},
                                               {"describe", "x.tif", "-o"},
                                               {"describe", "x.tif", "--bins", "round"},

@@ -44,7 +44,7 @@ std::set<std::string> namesIn(const std::string& folder)
 std::vector<std::string> imagesIn(const std::string& store)
 {
     std::vector<std::string> images;
-    const Outcome outcome = run({"ls", store, "--json"});
+    const Outcome outcome = run({"ls", store, "-R", "--json"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     const json listed = outcome.json();
     for (const json& node : listed["nodes"]) {
@@ -168,7 +168,7 @@ TEST(StoreVerbs, LsShowAndCheckAgreeWithDescribe)
     ASSERT_TRUE(image.is_object());
 
     std::set<std::string> nodes;
-    const json listed = run({"ls", path, "--json"}).json();
+    const json listed = run({"ls", path, "-R", "--json"}).json();
     for (const json& node : listed["nodes"]) {
         nodes.insert(node["path"]);
         const Outcome shown = run({"show", path, node["path"].get<std::string>(), "--json"});
@@ -195,7 +195,7 @@ TEST(StoreVerbs, LsShowAndCheckAgreeWithDescribe)
     EXPECT_EQ(table["bins"]["limits"][0][0], image["layers"][0]["bins"]["minimum"]);
     EXPECT_EQ(run({"show", path, "scene:Layer_1:Descriptor_Table:Histogram", "--json"}).json()["table"], table);
 
-    const json below = run({"ls", path, "scene:Layer_2:", "--json"}).json()["nodes"];
+    const json below = run({"ls", "-R", path, "scene:Layer_2:", "--json"}).json()["nodes"];
     EXPECT_EQ(below[0]["path"], ":scene:Layer_2");
     EXPECT_LT(below.size(), listed["nodes"].size());
     const json checked = run({"check", path, "--json"}).json();

@@ -16,6 +16,17 @@ int run(int argc, char** argv)
     tool::addList(program, status);
     tool::addShow(program, status);
     tool::addCheck(program, status);
+    tool::addCat(program, status);
+    tool::addCompact(program, status);
+    tool::addCopy(program, status);
+    tool::addDict(program, status);
+    tool::addDiff(program, status);
+    tool::addDump(program, status);
+    tool::addLoad(program, status);
+    tool::addMove(program, status);
+    tool::addRemove(program, status);
+    tool::addSalvage(program, status);
+    tool::addStat(program, status);
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -41,6 +52,9 @@ int main(int argc, char** argv)
         return status;
     } catch (const std::bad_alloc&) {
         std::cerr << "emantle: out of memory\n";
+    } catch (const tool::Failure& failure) {
+        std::cerr << "emantle: " << tool::oneLine(failure.what()) << '\n';
+        return static_cast<int>(failure.status());
     } catch (const std::exception& failure) {
         std::cerr << "emantle: " << tool::oneLine(failure.what()) << '\n';
     }

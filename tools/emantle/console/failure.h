@@ -10,10 +10,17 @@ namespace tool {
 /* Exit statuses of every verb. */
 enum class Exit { success = 0, failure = 1, usage = 2 };
 
-/* What ends a verb with one line on standard error and exit status 1. */
+/* What ends a verb with one line on standard error and exit status 1; a verb that has another meaning for that one names
+ * its own. */
 class Failure : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
+    Failure(const std::string& what, Exit status) : std::runtime_error(what), status_(status) {}
+
+    Exit status() const { return status_; }
+
+private:
+    Exit status_ = Exit::failure;
 };
 
 /* The user's interrupt: what was begun is taken back on the way out. */

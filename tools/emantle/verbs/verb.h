@@ -23,5 +23,16 @@ void addDescribe(CLI::App& program, Exit& status);
 void addList(CLI::App& program, Exit& status);
 void addShow(CLI::App& program, Exit& status);
 void addCheck(CLI::App& program, Exit& status);
+void addCat(CLI::App& program, Exit& status);
+void addCompact(CLI::App& program, Exit& status);
+void addCopy(CLI::App& program, Exit& status);
+void addDict(CLI::App& program, Exit& status);
+void addDiff(CLI::App& program, Exit& status);
+void addDump(CLI::App& program, Exit& status);
+void addLoad(CLI::App& program, Exit& status);
+void addMove(CLI::App& program, Exit& status);
+void addRemove(CLI::App& program, Exit& status);
+void addSalvage(CLI::App& program, Exit& status);
+void addStat(CLI::App& program, Exit& status);
 
 }  // namespace tool
