@@ -16,6 +16,9 @@ int run(int argc, char** argv)
     tool::addList(program, status);
     tool::addShow(program, status);
     tool::addCheck(program, status);
+    tool::addTable(program, status);
+    tool::addHist(program, status);
+    tool::addReport(program, status);
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

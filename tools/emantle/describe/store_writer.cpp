@@ -1,14 +1,10 @@
 #include "describe/store_writer.h"
 
-#include <emantle/frame/eint.h>
 #include <emantle/store/emif.h>
 #include <emantle/tables/edsc.h>
 
-#include <cerrno>
 #include <cstdint>
 #include <filesystem>
-#include <system_error>
-#include <unistd.h>
 
 namespace tool {
 
@@ -52,31 +48,6 @@ std::string cutTo(std::string text, std::size_t bytes)
     return text;
 }
 
-std::string temporaryBeside(const std::string& path)
-{
-    const std::filesystem::path target(path);
-    return (target.parent_path() / ("." + target.filename().string() + "." + std::to_string(getpid()) + ".tmp")).string();
-}
-
-void requirePlace(const std::string& path, bool replace)
-{
-    std::error_code error;
-    const std::filesystem::path target(path);
-    const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : ".";
-    if (!std::filesystem::is_directory(folder, error)) {
-        throw Failure(path + ": there is no folder " + folder.string());
-    }
-    if (std::filesystem::is_directory(target, error)) {
-        throw Failure(path + ": is a directory");
-    }
-    if (!replace && std::filesystem::exists(target, error)) {
-        throw Failure(path + ": exists; --force replaces it");
-    }
-    if (access(folder.c_str(), W_OK | X_OK) != 0) {
-        throw Failure(path + ": the folder " + folder.string() + " is not writable");
-    }
-}
-
 Emif_Design* designOfImage(Emif_Dictionary* dictionary, Reports& reports)
 {
     return emif_DesignCreate(dictionary, "Emantle_Image", reports, EMIF_TYPE_LONG, "width", EMIF_TYPE_LONG, "height",
@@ -92,36 +63,17 @@ Emif_Design* designOfLayer(Emif_Dictionary* dictionary, Reports& reports)
 
 }  // namespace
 
-StoreWriter::StoreWriter(const std::string& path, bool replace) : path_(path), temporary_(temporaryBeside(path))
+StoreWriter::StoreWriter(const std::string& path, bool replace) : store_(path, replace), file_(store_.get())
 {
-    requirePlace(path, replace);
-    file_ = ehfa_FileCreate(temporary_.c_str(), eint_InitToolkit(reports_), reports_);
-    try {
-        check();
-        imageDesign_ = designOfImage(file_->dictionary, reports_);
-        check();
-        layerDesign_ = designOfLayer(file_->dictionary, reports_);
-        check();
-    } catch (...) {
-        Reports closing;
-        ehfa_FileClose(file_, closing);
-        unlink(temporary_.c_str());
-        throw;
-    }
-}
-
-StoreWriter::~StoreWriter()
-{
-    if (!temporary_.empty()) {
-        Reports closing;
-        ehfa_FileClose(file_, closing);
-        unlink(temporary_.c_str());
-    }
+    imageDesign_ = designOfImage(file_->dictionary, reports_);
+    check();
+    layerDesign_ = designOfLayer(file_->dictionary, reports_);
+    check();
 }
 
 void StoreWriter::check() const
 {
-    reports_.check(path_ + ": cannot be written");
+    reports_.check(store_.path() + ": cannot be written");
 }
 
 std::string StoreWriter::uniqueNodeName(const std::string& imagePath)
@@ -190,14 +142,7 @@ void StoreWriter::addTable(const std::string& layerNode, const ImageDescription&
 
 void StoreWriter::commit()
 {
-    Ehfa_File* file = file_;
-    file_ = nullptr;
-    ehfa_FileClose(file, reports_);
-    check();
-    if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
-        throw Failure(path_ + ": " + std::generic_category().message(errno));
-    }
-    temporary_.clear();
+    store_.commit();
 }
 
 }  // namespace tool

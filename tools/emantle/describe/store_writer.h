@@ -1,6 +1,7 @@
 #pragma once
 
 #include "describe/description.h"
+#include "store/new_store.h"
 
 #include <emantle/store/ehfa.h>
 #include <set>
@@ -8,15 +9,11 @@
 
 namespace tool {
 
-/* A store in the making. It is written beside its final name and takes that name when it is complete; until then
- * whatever ends the program's work takes it away again. */
+/* The store that keeps what `describe` finds. */
 class StoreWriter {
 public:
     /* With `replace` a file of that name may be there. Fails where the folder is missing or not writable. */
     StoreWriter(const std::string& path, bool replace);
-    ~StoreWriter();
-    StoreWriter(const StoreWriter&) = delete;
-    StoreWriter& operator=(const StoreWriter&) = delete;
 
     /* A node for the image, named after its file, with a child a layer. */
     void add(const ImageDescription& image);
@@ -30,8 +27,7 @@ private:
     void addTable(const std::string& layerNode, const ImageDescription& image, const LayerDescription& layer);
     void check() const;
 
-    std::string path_;
-    std::string temporary_;
+    NewStore store_;
     Ehfa_File* file_ = nullptr;
     Emif_Design* imageDesign_ = nullptr; /* both in the store's dictionary */
     Emif_Design* layerDesign_ = nullptr;

@@ -23,5 +23,8 @@ void addDescribe(CLI::App& program, Exit& status);
 void addList(CLI::App& program, Exit& status);
 void addShow(CLI::App& program, Exit& status);
 void addCheck(CLI::App& program, Exit& status);
+void addTable(CLI::App& program, Exit& status);
+void addHist(CLI::App& program, Exit& status);
+void addReport(CLI::App& program, Exit& status);
 
 }  // namespace tool
