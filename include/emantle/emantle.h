@@ -27,6 +27,7 @@
 #include <emantle/store/emif.h>
 #include <emantle/tables/eahg.h>
 #include <emantle/tables/edsc.h>
+#include <emantle/tables/ehst.h>
 #include <emantle/tables/esta.h>
 
 #endif

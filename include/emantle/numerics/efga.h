@@ -3,6 +3,7 @@
 
 /* efga: geometric analysis on small matrices and vectors. */
 
+#include <emantle/numerics/efga/clip.h>
 #include <emantle/numerics/efga/create.h>
 
 #endif

@@ -11,6 +11,7 @@
  *  6. An accumulator belongs to one scan and is not safe for two threads at once. */
 
 #include <emantle/tables/esta/accumulate.h>
+#include <emantle/tables/esta/columns.h>
 #include <emantle/tables/esta/covariance.h>
 #include <emantle/tables/esta/design.h>
 #include <emantle/tables/esta/feature.h>

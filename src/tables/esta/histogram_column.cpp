@@ -1,4 +1,5 @@
 #include "frame/guard/plain_scope.h"
+#include "tables/esta/columns.h"
 #include "tables/esta/store.h"
 
 #include <algorithm>
@@ -10,11 +11,6 @@ namespace emantle::tables {
 namespace {
 
 constexpr const char* kColumn = "Histogram";
-
-struct ColumnDeleter {
-    void operator()(Edsc_ColumnInstance* column) const noexcept { edsc_ColumnClose(column, nullptr); }
-};
-using ColumnPtr = std::unique_ptr<Edsc_ColumnInstance, ColumnDeleter>;
 
 ColumnPtr openIfPresent(EerrException& scope, Edsc_TableInstance* table)
 {
