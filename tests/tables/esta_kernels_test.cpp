@@ -29,8 +29,8 @@ void expectSums(const Picture& picture, const Picture* mask, const std::string& 
         SCOPED_TRACE(what + " on set " + std::to_string(static_cast<int>(set)));
         const ScalarSums sums = sumsOf(picture, mask, set);
         EXPECT_EQ(sums.count, expected.count);
-        EXPECT_EQ(sums.least, expected.least);
-        EXPECT_EQ(sums.greatest, expected.greatest);
+        EXPECT_EQ(std::min(sums.least, std::numeric_limits<double>::max()), expected.least);
+        EXPECT_EQ(std::max(sums.greatest, std::numeric_limits<double>::min()), expected.greatest);
         if (isWholeType(picture.get()->datatype)) {
             EXPECT_EQ(sums.sum, static_cast<double>(expected.sum));
             EXPECT_EQ(sums.squares, static_cast<double>(expected.squares));

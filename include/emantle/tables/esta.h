@@ -16,6 +16,7 @@
 #include <emantle/tables/esta/design.h>
 #include <emantle/tables/esta/feature.h>
 #include <emantle/tables/esta/histogram.h>
+#include <emantle/tables/esta/measures.h>
 #include <emantle/tables/esta/merge.h>
 #include <emantle/tables/esta/statistics.h>
 

@@ -45,10 +45,12 @@ FormatName::FormatName(const Edsc_TableMethods& methods, const char* name) : nam
 EstrStringList& takeNames(EerrException& scope, bool wide, std::int32_t count, char** names, EstrStringList& list)
 {
     const NameArray taken(count, names);
+    require(count >= 0 && (count == 0 || names != nullptr), "TableColumnNamesGet failed");
     if (static_cast<Estr_StringList*>(list) == nullptr) {
         list = checked(scope, estr_StringListCreate(0, scope));
     }
     for (std::int32_t i = 0; i < taken.count(); ++i) {
+        require(taken[i], "TableColumnNamesGet failed");
         HeapPtr<char> narrow;
         if (wide) {
             narrow.reset(etxt_Text_Unicode2Ascii(nullptr, reinterpret_cast<const Etxt_TextU*>(taken[i]), 0));

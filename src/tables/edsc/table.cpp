@@ -45,6 +45,15 @@ BinFunctionPtr functionForRows(EerrException& scope, const char* function, const
 
 namespace {
 
+/* What the format says; `present` where it does not. */
+std::int32_t rowCountOf(EerrException& scope, const Edsc_TableInstance& table, std::int32_t present)
+{
+    const Edsc_TableMethods& methods = *table.methods;
+    callFormat(scope, methods, "TableRowCountGet failed", methods.TableRowCountGet, table.handle, &present);
+    require(present >= 0, "TableRowCountGet failed");
+    return present;
+}
+
 struct Place {
     void* context;
     const char* dllName;
@@ -159,10 +168,8 @@ EMANTLE_API Emsc_Boolean edsc_TableRowCountGet(Edsc_TableInstance* table, int32_
     return guarded<Emsc_Boolean>(err, "edsc_TableRowCountGet", 0, [&](EerrException& scope) {
         require(table != nullptr, "Table pointer is NULL");
         require(count != nullptr, "Count pointer is NULL");
-        const Edsc_TableMethods& methods = methodsOf(table);
-        std::int32_t rows = table->numRows;
-        callFormat(scope, methods, "TableRowCountGet failed", methods.TableRowCountGet, table->handle, &rows);
-        *count = rows;
+        methodsOf(table);
+        *count = rowCountOf(scope, *table, table->numRows);
         return 1;
     });
 }
@@ -242,8 +249,7 @@ EMANTLE_API Emsc_Boolean edsc_TableBinFunctionSetAndAdjust(Edsc_TableInstance* t
         if (methods.TableRowsAdjustToBinFunction != nullptr) {
             callFormat(scope, methods, "TableRowsAdjustToBinFunction failed", methods.TableRowsAdjustToBinFunction,
                        table->handle, static_cast<const Edsc_BinFunction*>(copy.get()), dataType);
-            callFormat(scope, methods, "TableRowCountGet failed", methods.TableRowCountGet, table->handle,
-                       &table->numRows);
+            table->numRows = rowCountOf(scope, *table, table->numRows);
         } else {
             adjustRows(scope, *table, *copy, dataType);
         }

@@ -2,6 +2,7 @@
 #include "tables/edsc/instance.h"
 #include "tables/edsc/types.h"
 
+#include <algorithm>
 #include <cstring>
 
 /* Opening a table format. */
@@ -58,7 +59,8 @@ void readColumnTypes(EerrException& scope, Edsc_TableMethods& methods)
     constexpr const char* kGarbage = "InstanceColumnTypesGet returning garbage from %s:  DLL ignored";
     check(scope, kGarbage, methods.instanceName);
     const bool garbage = result < 0 || count < 0 || (count > 0 && names == nullptr);
-    require(!garbage, kGarbage, methods.instanceName);
+    require(!garbage && std::none_of(names, names + count, [](const char* name) { return name == nullptr; }), kGarbage,
+            methods.instanceName);
     methods.columnTypes = names;
     methods.columnTypeCount = count;
 }

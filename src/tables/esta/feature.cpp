@@ -1,28 +1,11 @@
+#include "tables/esta/members.h"
 #include "tables/esta/raster.h"
-
-#include <array>
 
 /* The members of the tables. One member serves every type: the loops below it are chosen by the data's own. */
 
 namespace emantle::tables {
 
 namespace {
-
-constexpr int kNumberTypes = EGDA_TYPE_STRING;
-
-template <class Member>
-using Members = std::array<Member, EGDA_NUM_TYPES>;
-
-/* `member` for every number type, and nothing for strings. */
-template <class Member>
-constexpr Members<Member> forNumbers(Member member)
-{
-    Members<Member> members{};
-    for (int type = 0; type < kNumberTypes; ++type) {
-        members[static_cast<std::size_t>(type)] = member;
-    }
-    return members;
-}
 
 Emsc_Boolean statisticsOfAll(Esta_AllStats* allStats, const Egda_BaseData* data, const Egda_BaseData*,
                              Eerr_ErrorReport** err)
@@ -75,10 +58,33 @@ Emsc_Boolean covarianceUnderMask(Esta_AllStatsStack* stack, const Egda_BaseDataS
     });
 }
 
+Emsc_Boolean clearValueOfRectangle(const Egda_BaseData* data, double value, Egda_BaseData* mask,
+                                   Eerr_ErrorReport** err)
+{
+    return guarded<Emsc_Boolean>(err, "esta_AoiFeatIgnoredValueToMaskThrPixelRect", 0, [&](EerrException& scope) {
+        const DataPtr values(checked(scope, egda_BaseDataCreate(1, 1, EGDA_TYPE_F64, EGDA_TABLE_OBJECT, &value, scope)));
+        return checked(scope, esta_FeatureIgnoredValuesToMask(data, values.get(), mask, scope));
+    });
+}
+
+Emsc_Boolean clearValueOfStack(const Egda_BaseDataStack* rectangles, double value, Egda_BaseData* mask,
+                               Eerr_ErrorReport** err)
+{
+    return guarded<Emsc_Boolean>(err, "esta_AoiFeatIgnoredValueToMaskThrStack", 0, [&](EerrException& scope) {
+        require(rectangles != nullptr, "Bad args");
+        for (int layer = 0; layer < rectangles->numlayers; ++layer) {
+            checked(scope, clearValueOfRectangle(rectangles->datalayer[layer], value, mask, scope));
+        }
+        return 1;
+    });
+}
+
 constexpr auto kStatisticsOfAll = forNumbers<Esta_AccumStatsMember>(statisticsOfAll);
 constexpr auto kStatisticsUnderMask = forNumbers<Esta_AccumStatsMember>(statisticsUnderMask);
 constexpr auto kCovarianceOfAll = forNumbers<Esta_AccumCovarianceMember>(covarianceOfAll);
 constexpr auto kCovarianceUnderMask = forNumbers<Esta_AccumCovarianceMember>(covarianceUnderMask);
+constexpr auto kIgnoredValue = forNumbers<Esta_IgnoredValueMember>(clearValueOfRectangle);
+constexpr auto kIgnoredValueOfStack = forNumbers<Esta_IgnoredValueOfStackMember>(clearValueOfStack);
 constexpr auto kIgnoredValues = forNumbers<Esta_IgnoredValuesMember>(esta_FeatureIgnoredValuesToMask);
 
 struct HistogramTable {
@@ -89,7 +95,7 @@ constexpr HistogramTable forKinds(Esta_AccumHistogramMember member)
 {
     HistogramTable table{};
     for (auto& row : table.rows) {
-        for (int type = 0; type < kNumberTypes; ++type) {
+        for (int type = 0; type < EGDA_TYPE_STRING; ++type) {
             row[type] = member;
         }
     }
@@ -159,6 +165,16 @@ EMANTLE_API const Esta_AccumCovarianceMember* emsc_AddressOf_esta_AoiFeatRectAcc
 EMANTLE_API const Esta_IgnoredValuesMember* emsc_AddressOf_esta_FeatureIgnoredValuesToMask(void)
 {
     return kIgnoredValues.data();
+}
+
+EMANTLE_API const Esta_IgnoredValueMember* emsc_AddressOf_esta_AoiFeatIgnoredValueToMaskThrPixelRect(void)
+{
+    return kIgnoredValue.data();
+}
+
+EMANTLE_API const Esta_IgnoredValueOfStackMember* emsc_AddressOf_esta_AoiFeatIgnoredValueToMaskThrStack(void)
+{
+    return kIgnoredValueOfStack.data();
 }
 
 }  // namespace emantle::tables

@@ -8,6 +8,9 @@
 
 namespace emantle::tables {
 
+/* Count, extremes and sums of the pixels under the mask, or of all. */
+ScalarSums sumsOf(const Egda_BaseData& data, const Egda_BaseData* mask);
+
 void accumulateStatistics(Esta_AllStats& allStats, const Egda_BaseData& data, const Egda_BaseData* mask);
 
 void accumulateHistogram(Esta_Histogram& histogram, const Egda_BaseData& data, const Egda_BaseData* mask,

@@ -1,10 +1,14 @@
 #include "tables/esta/raster.h"
 
+#include <algorithm>
 #include <cfloat>
 
 namespace emantle::tables {
 
 namespace {
+
+/* The least double above 0 without loss of precision: where a maximum starts. */
+constexpr double kFirstMaximum = DBL_MIN;
 
 const StatisticsLoops& loops()
 {
@@ -32,6 +36,15 @@ void takeMore(double& greatest, double value)
 
 }  // namespace
 
+ScalarSums sumsOf(const Egda_BaseData& data, const Egda_BaseData* mask)
+{
+    if (data.numelements < 1) {
+        return kNothing;
+    }
+    const auto& members = mask != nullptr ? loops().masked : loops().whole;
+    return members[data.datatype](pixelBlock(data, mask));
+}
+
 /* The maximum starts at the smallest positive double and not at the lowest one, so pixels that are all negative
  * report that. What a NaN may do follows from the comparisons: it changes neither extreme, unless it is the first
  * pixel of a first block without mask, which then stays. */
@@ -41,22 +54,20 @@ void accumulateStatistics(Esta_AllStats& allStats, const Egda_BaseData& data, co
         return;
     }
     Esta_Statistics& statistics = *allStats.statistics;
-    const PixelBlock block = pixelBlock(data, mask);
     if (allStats.count < 1) {
         const double first = mask != nullptr ? 0 : firstPixel(data);
         statistics.minimum = mask != nullptr ? DBL_MAX : first;
         statistics.maximum = mask != nullptr ? kFirstMaximum : first;
     }
-    const auto& members = mask != nullptr ? loops().masked : loops().whole;
-    const ScalarSums sums = members[data.datatype](block);
+    const ScalarSums sums = sumsOf(data, mask);
     allStats.count += sums.count;
     if (allStats.count < 1) {
         statistics.minimum = 0;
         statistics.maximum = 0;
         return;
     }
-    takeLess(statistics.minimum, sums.least);
-    takeMore(statistics.maximum, sums.greatest);
+    takeLess(statistics.minimum, std::min(sums.least, DBL_MAX));
+    takeMore(statistics.maximum, std::max(sums.greatest, kFirstMaximum));
     statistics.mean += sums.sum;
     statistics.stddev += sums.squares;
 }

@@ -3,7 +3,7 @@
 
 #include <emantle/tables/esta/accumulate.h>
 
-/* esta, measures of whole rectangles (Feature) and of the pixels under a mask (AoiFeat).
+/* esta, the accumulation of whole rectangles (Feature) and of the pixels under a mask (AoiFeat).
  *  1. The tables have one cell a pixel type, by type code; the one of EGDA_TYPE_STRING is null. The members of a
  *     Feature table do not look at `mask`, those of an AoiFeat table need it.
  *  2. A caller may pick a member once and use it for a whole run; data of another type than the member's is taken
@@ -30,6 +30,12 @@ typedef Emsc_Boolean (*Esta_AccumCovarianceMember)(Esta_AllStatsStack* stack, co
                                                    const Egda_BaseData* mask, Eerr_ErrorReport** err);
 typedef Emsc_Boolean (*Esta_IgnoredValuesMember)(const Egda_BaseData* data, const Egda_BaseData* values,
                                                  Egda_BaseData* mask, Eerr_ErrorReport** err);
+/* Clear a mask where the pixel of a rectangle, or of any layer of a stack of one size, equals a value, which is
+ * converted to the pixels' type. */
+typedef Emsc_Boolean (*Esta_IgnoredValueMember)(const Egda_BaseData* data, double value, Egda_BaseData* mask,
+                                                Eerr_ErrorReport** err);
+typedef Emsc_Boolean (*Esta_IgnoredValueOfStackMember)(const Egda_BaseDataStack* rectangles, double value,
+                                                       Egda_BaseData* mask, Eerr_ErrorReport** err);
 typedef Esta_AccumHistogramMember Esta_AccumHistogramRow[EGDA_NUM_TYPES];
 
 /* Rows of the histogram tables: the types of edsc_BinFunctionType 0 to 3, and one more for -1. */
@@ -42,5 +48,7 @@ EMANTLE_API const Esta_AccumHistogramRow* emsc_AddressOf_esta_AoiFeatRectAccumHi
 EMANTLE_API const Esta_AccumCovarianceMember* emsc_AddressOf_esta_FeatureRectAccumCovariance(void);
 EMANTLE_API const Esta_AccumCovarianceMember* emsc_AddressOf_esta_AoiFeatRectAccumCovariance(void);
 EMANTLE_API const Esta_IgnoredValuesMember* emsc_AddressOf_esta_FeatureIgnoredValuesToMask(void);
+EMANTLE_API const Esta_IgnoredValueMember* emsc_AddressOf_esta_AoiFeatIgnoredValueToMaskThrPixelRect(void);
+EMANTLE_API const Esta_IgnoredValueOfStackMember* emsc_AddressOf_esta_AoiFeatIgnoredValueToMaskThrStack(void);
 
 #endif

@@ -102,8 +102,7 @@ inline std::int32_t binOf(const Unique& kind, double value)
 /* `kindBin` as a bin of the span that a function shows. */
 inline std::int32_t visibleBin(std::int32_t kindBin, std::int32_t startBin, std::int32_t binCount)
 {
-    std::int32_t bin = kindBin - startBin;
-    bin = bin < 0 ? -1 : bin;
+    const std::int32_t bin = kindBin < startBin ? -1 : kindBin - startBin;
     return bin > binCount ? binCount : bin;
 }
 

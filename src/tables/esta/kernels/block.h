@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <emantle/data/egda/basedata.h>
+#include <limits>
 
 /* What the loops over pixels work on, and the tables of those loops, one for each instruction set.
  *  1. A cell is picked by the pixel type; there is none for strings.
@@ -29,16 +30,16 @@ struct PixelBlock {
 /* The rectangle of a record, as one row where it lies in one piece. */
 PixelBlock pixelBlock(const Egda_BaseData& data, const Egda_BaseData* mask) noexcept;
 
-/* The least double above 0 without loss of precision: where a maximum starts. */
-inline constexpr double kFirstMaximum = 2.2250738585072014e-308;
-
+/* NaN is counted and summed, but is no extreme. */
 struct ScalarSums {
     double count;
-    double least;    /* the largest double where nothing was taken */
-    double greatest; /* kFirstMaximum or more */
+    double least;
+    double greatest;
     double sum;
     double squares;
 };
+inline constexpr ScalarSums kNothing = {0, std::numeric_limits<double>::infinity(),
+                                        -std::numeric_limits<double>::infinity(), 0, 0};
 
 struct StatisticsLoops {
     ScalarSums (*whole[EGDA_NUM_TYPES])(const PixelBlock&);

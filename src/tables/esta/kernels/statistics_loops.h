@@ -307,15 +307,14 @@ struct SumsOf<std::uint32_t> {
 EMANTLE_INLINE ScalarSums moved(const WholeSums& sums, std::uint64_t shift)
 {
     if (sums.count == 0) {
-        return {0, DBL_MAX, kFirstMaximum, 0, 0};
+        return kNothing;
     }
     const Signed128 n = sums.count;
     const Signed128 by = shift;
     const Signed128 sum = (Signed128)sums.sum - n * by;
     const Signed128 squares = (Signed128)sums.squares - 2 * by * (Signed128)sums.sum + n * by * by;
-    const double greatest = (double)((std::int64_t)sums.greatest - (std::int64_t)shift);
     return {(double)sums.count, (double)((std::int64_t)sums.least - (std::int64_t)shift),
-            greatest > kFirstMaximum ? greatest : kFirstMaximum, (double)sum, (double)squares};
+            (double)((std::int64_t)sums.greatest - (std::int64_t)shift), (double)sum, (double)squares};
 }
 
 template <class Unsigned, bool isSigned, bool isMasked>
@@ -387,8 +386,8 @@ typedef double Reals __attribute__((vector_size(kWidth)));
 typedef std::int64_t RealMasks __attribute__((vector_size(kWidth)));
 
 struct RealSums {
-    double least = DBL_MAX;
-    double greatest = kFirstMaximum;
+    double least = kNothing.least;
+    double greatest = kNothing.greatest;
     double sums[kLanesOfReals] = {};
     double squares[kLanesOfReals] = {};
     std::uint64_t count = 0;
@@ -472,8 +471,8 @@ EMANTLE_INLINE void takeRun(RealSums& all, const Real* pixels, const std::uint8_
                 RealMasks set;
                 loadMask(set, mask + at);
                 counts -= set;
-                takeLeast(least[part % 2], set ? value : Reals{} + DBL_MAX);
-                takeGreatest(greatest[part % 2], set ? value : Reals{} + kFirstMaximum);
+                takeLeast(least[part % 2], set ? value : Reals{} + kNothing.least);
+                takeGreatest(greatest[part % 2], set ? value : Reals{} + kNothing.greatest);
                 value = set ? value : Reals{};
             } else {
                 takeLeast(least[part % 2], value);
