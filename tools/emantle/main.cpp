@@ -19,6 +19,7 @@ int run(int argc, char** argv)
     tool::addTable(program, status);
     tool::addHist(program, status);
     tool::addReport(program, status);
+    tool::addMerge(program, status);
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -26,5 +26,6 @@ void addCheck(CLI::App& program, Exit& status);
 void addTable(CLI::App& program, Exit& status);
 void addHist(CLI::App& program, Exit& status);
 void addReport(CLI::App& program, Exit& status);
+void addMerge(CLI::App& program, Exit& status);
 
 }  // namespace tool
