@@ -2,7 +2,7 @@
 
 packages=(
     g++ cmake ninja-build pkg-config ccache
-    libboost-dev libre2-dev libsleef-dev libtiff-dev libcli11-dev nlohmann-json3-dev
+    libboost-dev libre2-dev libsleef-dev libtiff-dev libcairo2-dev libcli11-dev nlohmann-json3-dev
     libgtest-dev libgmock-dev libbenchmark-dev
 )
 

@@ -27,6 +27,10 @@ int run(int argc, char** argv)
     tool::addRemove(program, status);
     tool::addSalvage(program, status);
     tool::addStat(program, status);
+    tool::addTable(program, status);
+    tool::addHist(program, status);
+    tool::addReport(program, status);
+    tool::addMerge(program, status);
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "console/owned.h"
+#include "image/colour_map.h"
 
 #include <emantle/tables/esta.h>
 
@@ -17,7 +18,7 @@ using TablePtr = Owned<Egda_BaseData, egda_BaseDataDelete>;
 struct LayerDescription {
     std::string name;
     Egda_PixelType type = EGDA_TYPE_U8;
-    StackPtr stack; /* one layer, finished */
+    StackPtr stack; /* one layer; finished by finishImage */
 
     const Esta_AllStats& all() const { return *stack->allStats[0]; }
     const Esta_Statistics& statistics() const { return *all().statistics; }
@@ -26,14 +27,23 @@ struct LayerDescription {
     const Esta_Histogram* histogram() const { return all().histogram; }
 };
 
-/* What is known of one image. */
+/* Rows of an image, counted from 0. */
+struct RowRange {
+    std::uint32_t first = 0;
+    std::uint32_t last = 0; /* included */
+};
+
+/* What is known of one image, or of some of its rows. */
 struct ImageDescription {
     std::string path;
+    std::string name; /* of its node in a store */
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     std::vector<LayerDescription> layers;
     StackPtr covariance; /* null for a single layer */
     TablePtr excluded;   /* the values left out; null for none */
+    ColourMap colours;   /* of the first layer; empty for none */
+    RowRange rows;
     int skipX = 1;
     int skipY = 1;
 

@@ -83,6 +83,18 @@ Pixels::Pixels(TiffImage& image, const std::vector<double>& exclude, int skipX, 
     block_.mask.resize(image.layers());
 }
 
+/* The part of a band that lies in the rows; the two have rows in common. */
+TiffImage::Band Pixels::cut(const TiffImage::Band& band, const RowRange& rows) const
+{
+    TiffImage::Band part = band;
+    part.firstRow = std::max(band.firstRow, rows.first);
+    part.rows = std::min(band.firstRow + band.rows - 1, rows.last) - part.firstRow + 1;
+    for (const std::byte*& layer : part.layers) {
+        layer += (part.firstRow - band.firstRow) * static_cast<std::size_t>(image_.width()) * pixelBytes_;
+    }
+    return part;
+}
+
 /* Copies the rows and columns that are looked at, tightly packed. */
 void Pixels::sample(const TiffImage::Band& band)
 {
@@ -132,9 +144,9 @@ void Pixels::makeWhole()
     block_.whole = maskRecords_[0].get();
 }
 
-const Pixels::Block* Pixels::read(std::uint32_t firstRow, bool wantWhole)
+const Pixels::Block* Pixels::read(std::uint32_t firstRow, const RowRange& rows, bool wantWhole)
 {
-    const TiffImage::Band& band = image_.read(firstRow);
+    const TiffImage::Band band = cut(image_.read(firstRow), rows);
     const bool all = skipX_ == 1 && skipY_ == 1;
     rows_ = band.rows;
     if (!all) {

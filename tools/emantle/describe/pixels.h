@@ -22,14 +22,15 @@ public:
         Egda_BaseData* whole = nullptr;   /* where every pixel counts: a mask that says so, for those who need one */
     };
 
-    /* The block of the band that starts at `firstRow`; null when no row of it is looked at. `wantWhole` asks for a mask
-     * where every pixel counts. */
-    const Block* read(std::uint32_t firstRow, bool wantWhole);
+    /* The block of those of `rows` that are in the band that starts at `firstRow`; null when none of them is looked at.
+     * `wantWhole` asks for a mask where every pixel counts. */
+    const Block* read(std::uint32_t firstRow, const RowRange& rows, bool wantWhole);
 
     /* A table of the values to leave out that a layer of this type can hold; null for none. */
     const Egda_BaseData* excluded() const { return excluded_.get(); }
 
 private:
+    TiffImage::Band cut(const TiffImage::Band& band, const RowRange& rows) const;
     void sample(const TiffImage::Band& band);
     void aim(std::vector<TablePtr>& records, std::size_t layer, Egda_PixelType type, void* pixels);
     void mark(std::size_t layer);

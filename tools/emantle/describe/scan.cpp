@@ -1,14 +1,17 @@
 #include "describe/scan.h"
 
 #include "console/progress.h"
+#include "describe/finish.h"
 #include "describe/not_a_number.h"
 #include "describe/pixels.h"
 #include "image/no_data.h"
 #include "image/tiff_image.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <limits>
+#include <utility>
 
 namespace tool {
 
@@ -22,26 +25,32 @@ constexpr double kStartOfMaximum = std::numeric_limits<double>::min();
 /* One reading of an image after another, with the accumulators that it feeds. */
 class Scan {
 public:
-    Scan(const std::string& path, const ScanOptions& options, std::vector<std::string>& remarks);
+    Scan(const std::string& path, const ScanOptions& options);
 
-    ImageDescription describe();
+    /* The image with its accumulations, not finished yet. */
+    ImageDescription whole(std::vector<std::string>& remarks);
+    ImageDescription part(const RowRange& rows);
+    RowRange allRows() const { return {0, image_.height() - 1}; }
 
 private:
-    void forEachBlock(const char* doing, bool wantWhole, const std::function<void(const Pixels::Block&)>& visit);
+    using Visit = std::function<void(const Pixels::Block&)>;
+
+    void forEachBlock(const char* doing, const RowRange& rows, bool wantWhole, const Visit& visit);
     StackPtr makeStack(long layers, const BinFunctionPtr& bins) const;
+    StackPtr makeLayerStack(const BinFunctionPtr& bins) const;
     void accumulate(std::vector<StackPtr>& stacks, const Pixels::Block& block);
     void accumulateCovariance(Esta_AllStatsStack& stack, const Pixels::Block& block);
     void feed(std::size_t layer, Esta_AllStatsStack& stack, const Pixels::Block& block);
     std::vector<Range> findRanges();
-    void correctMaxima(std::vector<StackPtr>& stacks);
+    void correctMaxima(std::vector<StackPtr>& stacks, const RowRange& rows);
     std::vector<StackPtr> makeLayerStacks(const BinSpec& spec);
     void beginUnique(Esta_AllStatsStack& stack, const BinSpec& spec) const;
-    bool endUnique(std::vector<StackPtr>& stacks) const;
-    void scanLayers(ImageDescription& description);
+    std::vector<StackPtr> scanLayers(const BinSpec& spec, const RowRange& rows);
+    ImageDescription described(std::vector<StackPtr> stacks, const RowRange& rows);
+    BinSpec bins() const { return options_.bins.value_or(BinSpec::usualFor(image_.pixelType())); }
     void check(const char* what) const { reports_.check(image_.path() + ": " + what); }
 
     const ScanOptions& options_;
-    std::vector<std::string>& remarks_;
     TiffImage image_;
     std::vector<double> exclude_;
     Pixels pixels_;
@@ -66,8 +75,20 @@ std::vector<double> valuesToLeaveOut(const TiffImage& image, const ScanOptions& 
     return values;
 }
 
-Scan::Scan(const std::string& path, const ScanOptions& options, std::vector<std::string>& remarks)
-    : options_(options), remarks_(remarks), image_(path), exclude_(valuesToLeaveOut(image_, options)),
+/* Whether no layer has met more distinct values than are kept. */
+bool isUniqueThroughout(const std::vector<StackPtr>& stacks)
+{
+    return std::all_of(stacks.begin(), stacks.end(),
+                       [](const StackPtr& stack) { return stack->allStats[0]->uvHistogram != nullptr; });
+}
+
+std::string tooManyValues(const BinSpec& spec)
+{
+    return ": more than " + std::to_string(spec.mostUnique()) + " distinct values";
+}
+
+Scan::Scan(const std::string& path, const ScanOptions& options)
+    : options_(options), image_(path), exclude_(valuesToLeaveOut(image_, options)),
       pixels_(image_, exclude_, options.skipX, options.skipY),
       rectangles_(egda_BaseDataStackDerivedFromDataLayer(image_.layers(), reports_)),
       masks_(egda_BaseDataStackDerivedFromDataLayer(image_.layers(), reports_)),
@@ -79,12 +100,13 @@ Scan::Scan(const std::string& path, const ScanOptions& options, std::vector<std:
     }
 }
 
-void Scan::forEachBlock(const char* doing, bool wantWhole, const std::function<void(const Pixels::Block&)>& visit)
+void Scan::forEachBlock(const char* doing, const RowRange& rows, bool wantWhole, const Visit& visit)
 {
     Progress progress(std::string(doing) + " " + image_.path(), !options_.quiet);
-    for (std::uint64_t row = 0; row < image_.height(); row += image_.bandRows()) {
-        progress.update(static_cast<double>(row), image_.height());
-        if (const Pixels::Block* block = pixels_.read(static_cast<std::uint32_t>(row), wantWhole)) {
+    const std::uint32_t first = rows.first / image_.bandRows() * image_.bandRows();
+    for (std::uint64_t row = first; row <= rows.last; row += image_.bandRows()) {
+        progress.update(static_cast<double>(row - first), rows.last - first + 1.);
+        if (const Pixels::Block* block = pixels_.read(static_cast<std::uint32_t>(row), rows, wantWhole)) {
             visit(*block);
         }
     }
@@ -98,6 +120,16 @@ StackPtr Scan::makeStack(long layers, const BinFunctionPtr& bins) const
     reports.check(image_.path() + ": the statistics cannot be started");
     stack->skipFactorX = options_.skipX;
     stack->skipFactorY = options_.skipY;
+    return stack;
+}
+
+/* A layer alone has no sums of products. */
+StackPtr Scan::makeLayerStack(const BinFunctionPtr& bins) const
+{
+    Reports reports;
+    StackPtr stack = makeStack(1, bins);
+    esta_CovarianceDestroy(&stack->covariance, reports);
+    egda_BaseDataDelete(std::exchange(stack->means, nullptr), reports);
     return stack;
 }
 
@@ -132,7 +164,7 @@ void Scan::accumulateCovariance(Esta_AllStatsStack& stack, const Pixels::Block& 
 }
 
 /* A maximum that still is where the accumulator started says that no pixel lies above it. */
-void Scan::correctMaxima(std::vector<StackPtr>& stacks)
+void Scan::correctMaxima(std::vector<StackPtr>& stacks, const RowRange& rows)
 {
     const auto unknown = [](const StackPtr& stack) {
         const Esta_AllStats& all = *stack->allStats[0];
@@ -143,7 +175,7 @@ void Scan::correctMaxima(std::vector<StackPtr>& stacks)
     }
     constexpr double kNone = -std::numeric_limits<double>::infinity();
     std::vector<double> greatest(stacks.size(), kNone);
-    forEachBlock("Reading again", false, [&](const Pixels::Block& block) {
+    forEachBlock("Reading again", rows, false, [&](const Pixels::Block& block) {
         for (std::size_t layer = 0; layer < stacks.size(); ++layer) {
             const Egda_BaseData& data = *block.data[layer];
             const Egda_BaseData* mask = block.mask[layer];
@@ -166,11 +198,10 @@ std::vector<Range> Scan::findRanges()
 {
     std::vector<StackPtr> stacks;
     for (std::uint32_t layer = 0; layer < image_.layers(); ++layer) {
-        stacks.push_back(makeStack(1, nullptr));
-        esta_CovarianceDestroy(&stacks.back()->covariance, reports_);
+        stacks.push_back(makeLayerStack(nullptr));
     }
-    forEachBlock("Looking through", false, [&](const Pixels::Block& block) { accumulate(stacks, block); });
-    correctMaxima(stacks);
+    forEachBlock("Looking through", allRows(), false, [&](const Pixels::Block& block) { accumulate(stacks, block); });
+    correctMaxima(stacks, allRows());
     std::vector<Range> ranges;
     for (const StackPtr& stack : stacks) {
         const Esta_Statistics& statistics = *stack->allStats[0]->statistics;
@@ -193,8 +224,7 @@ std::vector<StackPtr> Scan::makeLayerStacks(const BinSpec& spec)
         spec.needsRange(image_.pixelType()) ? findRanges() : std::vector<Range>(image_.layers());
     std::vector<StackPtr> stacks;
     for (const Range& range : ranges) {
-        stacks.push_back(makeStack(1, unique ? nullptr : spec.make(image_.pixelType(), range)));
-        esta_CovarianceDestroy(&stacks.back()->covariance, reports_);
+        stacks.push_back(makeLayerStack(unique ? nullptr : spec.make(image_.pixelType(), range)));
         if (unique) {
             beginUnique(*stacks.back(), spec);
         }
@@ -202,64 +232,39 @@ std::vector<StackPtr> Scan::makeLayerStacks(const BinSpec& spec)
     return stacks;
 }
 
-/* Ends the histograms of distinct values; false when one of them had ended before, because there were too many. */
-bool Scan::endUnique(std::vector<StackPtr>& stacks) const
+/* With the sums for the covariance, where there are layers to compare. */
+std::vector<StackPtr> Scan::scanLayers(const BinSpec& spec, const RowRange& rows)
 {
-    bool complete = true;
-    for (const StackPtr& stack : stacks) {
-        Esta_AllStats& all = *stack->allStats[0];
-        complete = complete && all.uvHistogram != nullptr;
-        if (all.uvHistogram != nullptr) {
-            Reports reports;
-            esta_AllStatsUVHistogramEnd(&all, nullptr, reports);
-            reports.check(image_.path() + ": its distinct values cannot be counted");
-        }
-    }
-    return complete;
-}
-
-void Scan::scanLayers(ImageDescription& description)
-{
-    BinSpec spec = options_.bins.value_or(BinSpec::usualFor(image_.pixelType()));
     std::vector<StackPtr> stacks = makeLayerStacks(spec);
     const bool wantCovariance = image_.layers() > 1;
     if (wantCovariance) {
         covariance_ = makeStack(image_.layers(), nullptr);
     }
-    forEachBlock("Reading", wantCovariance, [&](const Pixels::Block& block) {
+    forEachBlock("Reading", rows, wantCovariance, [&](const Pixels::Block& block) {
         accumulate(stacks, block);
         if (wantCovariance) {
             accumulateCovariance(*covariance_, block);
         }
     });
-    if (spec.kind == BinSpec::Kind::unique && !endUnique(stacks)) {
-        remarks_.push_back(image_.path() + ": more than " + std::to_string(spec.mostUnique()) +
-                           " distinct values; counted in linear bins");
-        stacks = makeLayerStacks(BinSpec());
-        forEachBlock("Reading again", false, [&](const Pixels::Block& block) { accumulate(stacks, block); });
-    }
-    correctMaxima(stacks);
-    for (StackPtr& stack : stacks) {
-        esta_AllStatsStackFinish(stack.get(), reports_);
-        check("its statistics cannot be finished");
-        description.layers.push_back({"Layer_" + std::to_string(description.layers.size() + 1), image_.pixelType(),
-                                      std::move(stack)});
-    }
+    return stacks;
 }
 
-ImageDescription Scan::describe()
+ImageDescription Scan::described(std::vector<StackPtr> stacks, const RowRange& rows)
 {
+    correctMaxima(stacks, rows);
     ImageDescription description;
     description.path = image_.path();
+    description.name = std::filesystem::path(image_.path()).stem().string();
     description.width = image_.width();
     description.height = image_.height();
     description.skipX = options_.skipX;
     description.skipY = options_.skipY;
-    scanLayers(description);
-    if (covariance_) {
-        esta_AllStatsStackFinish(covariance_.get(), reports_);
-        check("its covariance cannot be finished");
-        description.covariance = std::move(covariance_);
+    description.rows = rows;
+    description.colours = image_.colours();
+    description.covariance = std::move(covariance_);
+    for (StackPtr& stack : stacks) {
+        description.layers.push_back({"Layer_" + std::to_string(description.layers.size() + 1), image_.pixelType(),
+                                      std::move(stack)});
     }
     if (pixels_.excluded() != nullptr) {
         description.excluded.reset(egda_TableCopy(pixels_.excluded(), nullptr, reports_));
@@ -268,11 +273,43 @@ ImageDescription Scan::describe()
     return description;
 }
 
+ImageDescription Scan::whole(std::vector<std::string>& remarks)
+{
+    std::vector<StackPtr> stacks = scanLayers(bins(), allRows());
+    if (bins().kind == BinSpec::Kind::unique && !isUniqueThroughout(stacks)) {
+        remarks.push_back(image_.path() + tooManyValues(bins()) + "; counted in linear bins");
+        stacks = makeLayerStacks(BinSpec());
+        forEachBlock("Reading again", allRows(), false, [&](const Pixels::Block& block) { accumulate(stacks, block); });
+    }
+    return described(std::move(stacks), allRows());
+}
+
+ImageDescription Scan::part(const RowRange& rows)
+{
+    if (rows.last >= image_.height()) {
+        throw Failure(image_.path() + ": its rows are 0 to " + std::to_string(image_.height() - 1) + ", not " +
+                      std::to_string(rows.first) + " to " + std::to_string(rows.last));
+    }
+    std::vector<StackPtr> stacks = scanLayers(bins(), rows);
+    if (bins().kind == BinSpec::Kind::unique && !isUniqueThroughout(stacks)) {
+        throw Failure(image_.path() + tooManyValues(bins()) + ": parts of it need other bins");
+    }
+    return described(std::move(stacks), rows);
+}
+
 }  // namespace
+
+ImageDescription scanRows(const std::string& path, const ScanOptions& options, const std::optional<RowRange>& rows)
+{
+    Scan scan(path, options);
+    return scan.part(rows.value_or(scan.allRows()));
+}
 
 ImageDescription describeImage(const std::string& path, const ScanOptions& options, std::vector<std::string>& remarks)
 {
-    return Scan(path, options, remarks).describe();
+    ImageDescription image = Scan(path, options).whole(remarks);
+    finishImage(image, remarks);
+    return image;
 }
 
 }  // namespace tool

@@ -17,6 +17,10 @@ struct ScanOptions {
     bool quiet = false;
 };
 
+/* The image with accumulations that are not finished yet: of all rows, or of `rows` alone. Bins that follow the range of
+ * a layer follow that of the whole image, so that those of its parts agree. */
+ImageDescription scanRows(const std::string& path, const ScanOptions& options, const std::optional<RowRange>& rows);
+
 /* Reads an image as often as its bins need, band by band, and says what is in it. A layer with more distinct values than
  * asked for gets the 256 linear bins, and `remarks` a line about it. */
 ImageDescription describeImage(const std::string& path, const ScanOptions& options, std::vector<std::string>& remarks);

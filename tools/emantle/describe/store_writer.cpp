@@ -1,10 +1,11 @@
 #include "describe/store_writer.h"
 
+#include "store/stored_table.h"
+
 #include <emantle/store/emif.h>
 #include <emantle/tables/edsc.h>
 
 #include <cstdint>
-#include <filesystem>
 
 namespace tool {
 
@@ -63,6 +64,17 @@ Emif_Design* designOfLayer(Emif_Dictionary* dictionary, Reports& reports)
 
 }  // namespace
 
+std::string uniqueNodeName(const std::string& name, std::set<std::string>& taken)
+{
+    const std::string plain = asNodeName(name);
+    std::string unique = cutTo(plain, EHFA_NAME_MAX);
+    for (int number = 2; !taken.insert(unique).second; ++number) {
+        const std::string ending = "_" + std::to_string(number);
+        unique = cutTo(plain, EHFA_NAME_MAX - ending.size()) + ending;
+    }
+    return unique;
+}
+
 StoreWriter::StoreWriter(const std::string& path, bool replace) : store_(path, replace), file_(store_.get())
 {
     imageDesign_ = designOfImage(file_->dictionary, reports_);
@@ -76,20 +88,9 @@ void StoreWriter::check() const
     reports_.check(store_.path() + ": cannot be written");
 }
 
-std::string StoreWriter::uniqueNodeName(const std::string& imagePath)
-{
-    const std::string name = asNodeName(std::filesystem::path(imagePath).stem().string());
-    std::string unique = cutTo(name, EHFA_NAME_MAX);
-    for (int number = 2; !names_.insert(unique).second; ++number) {
-        const std::string ending = "_" + std::to_string(number);
-        unique = cutTo(name, EHFA_NAME_MAX - ending.size()) + ending;
-    }
-    return unique;
-}
-
 void StoreWriter::add(const ImageDescription& image)
 {
-    const std::string name = uniqueNodeName(image.path);
+    const std::string name = uniqueNodeName(image.name, names_);
     const ImageRecord record{static_cast<std::int32_t>(image.width), static_cast<std::int32_t>(image.height),
                              static_cast<std::int32_t>(image.layers.size())};
     ehfa_ObjectWrite(file_, ":", name.c_str(), imageDesign_->name, EHFA_WRITE_LAST_CHILD, &record, imageDesign_, reports_);
@@ -136,6 +137,27 @@ void StoreWriter::addTable(const std::string& layerNode, const ImageDescription&
     check();
     if (image.skipX != 1 || image.skipY != 1) {
         esta_HistogramWriteSkipFactors(table.get(), image.skipX, image.skipY, reports_);
+        check();
+    }
+    if (!image.colours.empty() && &layer == &image.layers.front()) {
+        addColours(*table, histogram, image.colours);
+    }
+}
+
+/* Bins of values beyond the map are black. */
+void StoreWriter::addColours(Edsc_TableInstance& table, const Esta_Histogram& histogram, const ColourMap& colours)
+{
+    using ColourTable = Owned<Esta_ColorTable, esta_ColorTableDelete>;
+    for (const std::int32_t component : {ESTA_RED, ESTA_GREEN, ESTA_BLUE}) {
+        const ColourTable column(esta_ColorTableCreate(histogram.numrows, reports_));
+        check();
+        auto* values = static_cast<double*>(column->data);
+        for (std::int32_t bin = 0; bin < histogram.numrows; ++bin) {
+            const double value = limitsOf(*histogram.binfunction, bin).lower;
+            const bool isThere = value >= 0 && value < static_cast<double>(colours.size());
+            values[bin] = isThere ? colours[static_cast<std::size_t>(value)][static_cast<std::size_t>(component)] : 0;
+        }
+        esta_ColorTableWrite(&table, component, column.get(), 0, ESTA_ALL_BINS, reports_);
         check();
     }
 }

@@ -9,6 +9,9 @@
 
 namespace tool {
 
+/* A name for a node, made from `name`: without what paths are made of, and none of those `taken`, which it joins. */
+std::string uniqueNodeName(const std::string& name, std::set<std::string>& taken);
+
 /* The store that keeps what `describe` finds. */
 class StoreWriter {
 public:
@@ -22,9 +25,9 @@ public:
     void commit();
 
 private:
-    std::string uniqueNodeName(const std::string& imagePath);
     void addLayer(const std::string& imageNode, const ImageDescription& image, const LayerDescription& layer);
     void addTable(const std::string& layerNode, const ImageDescription& image, const LayerDescription& layer);
+    void addColours(Edsc_TableInstance& table, const Esta_Histogram& histogram, const ColourMap& colours);
     void check() const;
 
     NewStore store_;

@@ -41,7 +41,8 @@ std::uint32_t rowsOfBand(const TiffLayout& layout)
 
 struct TiffImage::Implementation {
     explicit Implementation(const std::string& path)
-        : file(path), layout(readLayout(file)), noData(noDataText(file.get())), rows(rowsOfBand(layout)),
+        : file(path), layout(readLayout(file)), noData(noDataText(file.get())),
+          colours(colourMapOf(file.get())), rows(rowsOfBand(layout)),
           byRow(!layout.tiled && layout.blockBytes() > kMostStripBytes)
     {
         const std::size_t planeBytes = static_cast<std::size_t>(rows) * layout.width * layout.format.pixelBytes();
@@ -172,6 +173,7 @@ struct TiffImage::Implementation {
     TiffFile file;
     TiffLayout layout;
     std::optional<std::string> noData;
+    ColourMap colours;
     std::uint32_t rows;
     bool byRow;
     std::unique_ptr<std::byte[]> pixels;
@@ -209,6 +211,11 @@ std::uint32_t TiffImage::layers() const
 Egda_PixelType TiffImage::pixelType() const
 {
     return implementation_->layout.format.pixelType();
+}
+
+const ColourMap& TiffImage::colours() const
+{
+    return implementation_->colours;
 }
 
 const std::optional<std::string>& TiffImage::noData() const

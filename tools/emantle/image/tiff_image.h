@@ -9,6 +9,8 @@
 
 #include <emantle/data/egda.h>
 
+#include "image/colour_map.h"
+
 namespace tool {
 
 /* The first directory of a TIFF or BigTIFF file, read in bands of whole rows. Samples are layers.
@@ -32,6 +34,9 @@ public:
 
     /* The text of the no-data tag, where there is one. */
     const std::optional<std::string>& noData() const;
+
+    /* Empty for an image whose pixels are no numbers of colours. */
+    const ColourMap& colours() const;
 
     /* Rows that a band has; the last one may have fewer. */
     std::uint32_t bandRows() const;

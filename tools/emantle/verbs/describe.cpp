@@ -1,3 +1,4 @@
+#include "describe/part_store.h"
 #include "describe/print.h"
 #include "describe/scan.h"
 #include "describe/store_writer.h"
@@ -8,7 +9,6 @@
 #include <iostream>
 #include <memory>
 #include <sstream>
-#include <sstream>
 
 namespace tool {
 
@@ -18,6 +18,8 @@ struct DescribeOptions {
     CommonOptions common;
     std::vector<std::string> images;
     std::string store;
+    std::string state;
+    std::optional<RowRange> rows;
     bool force = false;
     ScanOptions scan;
 };
@@ -60,10 +62,42 @@ void takeExcluded(const std::string& text, ScanOptions& scan)
     }
 }
 
+void takeRows(const std::string& text, std::optional<RowRange>& rows)
+{
+    RowRange range;
+    const char* const end = text.data() + text.size();
+    const auto first = std::from_chars(text.data(), end, range.first);
+    const bool hasBoth = first.ec == std::errc() && first.ptr != end && *first.ptr == ':';
+    const auto last = hasBoth ? std::from_chars(first.ptr + 1, end, range.last) : first;
+    if (!hasBoth || last.ec != std::errc() || last.ptr != end || range.last < range.first) {
+        throw CLI::ValidationError("--rows", "'" + text + "' is not FIRST:LAST, rows counted from 0");
+    }
+    rows = range;
+}
+
+/* The state of each image goes to a store of its own kind; there are no figures yet that could be printed. */
+void describePart(const DescribeOptions& options)
+{
+    PartWriter writer(options.state, options.force);
+    nlohmann::ordered_json document{{"state", options.state}, {"images", nlohmann::ordered_json::array()}};
+    for (const std::string& path : options.images) {
+        const ImageDescription image = scanRows(path, options.scan, options.rows);
+        writer.add(image);
+        document["images"].push_back({{"path", oneLine(path)}, {"rows", {image.rows.first, image.rows.last}}});
+    }
+    writer.commit();
+    if (options.common.json) {
+        std::cout << document.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
+    }
+}
+
 /* With a store, an image is kept in it as soon as it is described; nothing is printed before all is well. */
 void describe(DescribeOptions& options)
 {
     options.scan.quiet = options.common.quiet;
+    if (!options.state.empty()) {
+        return describePart(options);
+    }
     std::unique_ptr<StoreWriter> writer;
     if (!options.store.empty()) {
         writer = std::make_unique<StoreWriter>(options.store, options.force);
@@ -103,7 +137,17 @@ void addDescribe(CLI::App& program, Exit&)
     auto options = std::make_shared<DescribeOptions>();
     CLI::App& verb = *program.add_subcommand("describe", "Statistics, histogram and covariance of TIFF images");
     verb.add_option("images", options->images, "TIFF or BigTIFF files")->required()->type_name("IMAGE");
-    verb.add_option("-o,--output", options->store, "Keep the results in this store")->type_name("STORE");
+    CLI::Option* store =
+        verb.add_option("-o,--output", options->store, "Keep the results in this store")->type_name("STORE");
+    CLI::Option* state =
+        verb.add_option("--partial", options->state, "Keep the sums, for merge to finish, and print nothing")
+            ->type_name("STATE")
+            ->excludes(store);
+    verb.add_option_function<std::string>(
+            "--rows", [options](const std::string& text) { takeRows(text, options->rows); },
+            "With --partial: only the rows FIRST to LAST, counted from 0")
+        ->type_name("FIRST:LAST")
+        ->needs(state);
     verb.add_flag("--force", options->force, "Replace a store that is there");
     verb.add_option_function<std::string>(
             "--bins", [options](const std::string& text) { takeBins(text, options->scan); },

@@ -34,5 +34,9 @@ void addMove(CLI::App& program, Exit& status);
 void addRemove(CLI::App& program, Exit& status);
 void addSalvage(CLI::App& program, Exit& status);
 void addStat(CLI::App& program, Exit& status);
+void addTable(CLI::App& program, Exit& status);
+void addHist(CLI::App& program, Exit& status);
+void addReport(CLI::App& program, Exit& status);
+void addMerge(CLI::App& program, Exit& status);
 
 }  // namespace tool
