@@ -1,13 +1,9 @@
 /* Conversion of runs of elements. Compiled once for each instruction set: nothing here calls an inline function from
  * outside its namespace. */
 
-#include "data/epxm/float_bytes_loops.h"
+#include "data/epxm/float_whole_loops.h"
 
 namespace emantle::EMANTLE_TARGET {
-
-/* The largest float below one half. The sum rounds up wherever the fraction is a half, so adding it in float rounds as
- * adding one half in double does, for types of up to 16 bits. */
-inline constexpr float kBelowHalf = 0x1.fffffep-2f;
 
 /* Adds `half` away from zero; where the limits leave no value below zero the sign is known. */
 template <class To, class Float>
@@ -111,8 +107,10 @@ void convert(const void* source, void* dest, long count)
         const auto* in = static_cast<const Cell<Value>*>(source);
         auto* out = static_cast<Cell<typename To::Storage>*>(dest);
         long first = 0;
-        if constexpr (std::is_same_v<Value, float> && std::is_same_v<typename To::Storage, std::uint8_t>) {
-            first = floatsToBytes(source, dest, count, To::high, kBelowHalf);
+        if constexpr (std::is_floating_point_v<Value> && isWhole<To>) {
+            if constexpr (To::high <= INT32_MAX) {
+                first = floatsToWhole<To, true, Value>(source, dest, count);
+            }
         }
 #if !defined(__clang__) /* which looks for overlap itself, and warns where a promise of none does not help */
 #pragma GCC ivdep

@@ -1,3 +1,4 @@
+#include "data/epxm/float_whole_loops.h"
 #include "data/operators/line_loops.h"
 
 namespace emantle::EMANTLE_TARGET {
@@ -34,6 +35,16 @@ struct Converts : One {
     }
 };
 
+template <class To, class T>
+void truncateFloats(void* dest, const void* a, const void*, long count)
+{
+    const auto* x = static_cast<const Cell<T>*>(a);
+    auto* out = static_cast<Cell<typename To::Storage>*>(dest);
+    for (long i = floatsToWhole<To, false, T>(a, dest, count); i < count; ++i) {
+        out[i].value = truncatedTo<To>(x[i].value);
+    }
+}
+
 template <class To>
 struct Truncates : Converts<typename To::Storage> {
     template <class T>
@@ -52,7 +63,11 @@ struct Truncates : Converts<typename To::Storage> {
     {
         LineCell cell = Converts<typename To::Storage>::template cell<T>();
         if constexpr (!std::is_integral_v<T>) {
-            cell.loop = loopOverOne<Truncates, T>;
+            if constexpr (std::is_floating_point_v<T> && To::high <= INT32_MAX) {
+                cell.loop = truncateFloats<To, T>;
+            } else {
+                cell.loop = loopOverOne<Truncates, T>;
+            }
             cell.operands[0].read = codeOf<T>;
         }
         return cell;

@@ -1,5 +1,5 @@
 /* Reads operations.def for one home: define EMANTLE_TABLE_OF_<home>(table, types), and each table of that home expands
- * it. The tables of the other homes expand to nothing. No guard: each file of a home includes this once. */
+ * it. The tables of the other homes expand to nothing. No guard. */
 
 #ifndef EMANTLE_TABLE_OF_arithmetic
 #define EMANTLE_TABLE_OF_arithmetic(table, types)

@@ -6,7 +6,7 @@ namespace emantle::EMANTLE_TARGET {
 template <class Op, class T>
 inline bool ofBothParts(T a)
 {
-    return static_cast<bool>(Op::apply(a.real) & Op::apply(a.imaginary));
+    return (unsigned{Op::apply(a.real)} & unsigned{Op::apply(a.imaginary)}) != 0;
 }
 
 struct egda_MaoAnd : Two {
@@ -150,7 +150,7 @@ struct egda_MaoSquare : Two {
     template <class T>
     static bool apply(T a, T b)
     {
-        return egda_SaoRect::apply(a) & egda_SaoRect::apply(b);
+        return (unsigned{egda_SaoRect::apply(a)} & unsigned{egda_SaoRect::apply(b)}) != 0;
     }
 };
 

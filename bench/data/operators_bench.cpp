@@ -1,0 +1,400 @@
+/* The operators over records of 256 x 256, which the caches hold, and of 4096 x 4096, against the speed of copying the
+ * same destination and against the peers, all in one run. Destinations and masks are there before the clock starts.
+ * The table at the end is the result; an argument --rows=TEXT runs only rows whose name contains the text. */
+
+#include <emantle/data/egda.h>
+#include <emantle/data/epxm/convert.h>
+
+#include <benchmark/benchmark.h>
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <functional>
+#include <map>
+#include <memory>
+#include <random>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#ifdef EMANTLE_BENCH_EIGEN
+#include <Eigen/Core>
+#endif
+#ifdef EMANTLE_BENCH_OPENCV
+#include <opencv2/core.hpp>
+#endif
+
+namespace {
+
+constexpr long kSides[] = {256, 4096};
+constexpr int kTypes[] = {EGDA_TYPE_U8, EGDA_TYPE_S8, EGDA_TYPE_U16, EGDA_TYPE_S16, EGDA_TYPE_U32, EGDA_TYPE_S32,
+                          EGDA_TYPE_F32, EGDA_TYPE_F64};
+
+/* Seconds by "<row>/<type>/<side>", then by who it was. */
+std::map<std::string, std::map<std::string, double>> results;
+std::vector<std::string> order;
+std::string wanted;
+
+double threadSeconds()
+{
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+/* The best of several runs, each of so many calls that the clock's own cost does not show. */
+double best(const std::function<void()>& call)
+{
+    call();
+    double once = threadSeconds();
+    call();
+    once = threadSeconds() - once;
+    const int calls = static_cast<int>(std::clamp(2e-4 / std::max(once, 1e-9), 1.0, 1000.0));
+    double least = 1e9;
+    double all = 0;
+    for (int run = 0; run < 25 && (run < 4 || all < 0.02); ++run) {
+        const double start = threadSeconds();
+        for (int i = 0; i < calls; ++i) {
+            call();
+            benchmark::ClobberMemory();
+        }
+        const double passed = threadSeconds() - start;
+        all += passed;
+        least = std::min(least, passed / calls);
+    }
+    return least;
+}
+
+void measure(const std::string& row, const std::string& who, const std::function<void()>& call)
+{
+    if (row.find(wanted) == std::string::npos) {
+        return;
+    }
+    if (!results.contains(row)) {
+        order.push_back(row);
+    }
+    results[row][who] = best(call);
+}
+
+/* Operands of both sizes that stay: 1 to 100, so that nothing divides by zero. */
+struct Block {
+    std::vector<char> bytes;
+    Egda_BaseData* record = nullptr;
+
+    Block(long side, int type, unsigned seed)
+        : bytes(static_cast<std::size_t>(side * side * emsc_AddressOf_egda_NumBytesPerPixel()[type]) + 64)
+    {
+        std::mt19937 random(seed);
+        std::vector<double> line(static_cast<std::size_t>(side));
+        char* at = bytes.data() + (-reinterpret_cast<std::uintptr_t>(bytes.data()) & 63);
+        record = egda_BaseDataCreate(side, side, type, EGDA_RASTER_OBJECT, at, nullptr);
+        for (long row = 0; row < side; ++row) {
+            for (double& value : line) {
+                value = 1 + random() % 100;
+            }
+            emsc_AddressOf_epxm_Convert()[EGDA_TYPE_F64][type](line.data(), at + row * record->pitch, side);
+        }
+    }
+    ~Block() { egda_BaseDataDelete(record, nullptr); }
+};
+
+Egda_BaseData* operand(long side, int type, int which)
+{
+    static std::map<std::tuple<long, int, int>, std::unique_ptr<Block>> blocks;
+    auto& block = blocks[{side, type, which}];
+    if (!block) {
+        block = std::make_unique<Block>(side, type, static_cast<unsigned>(which) + 1);
+    }
+    return block->record;
+}
+
+std::string rowName(const std::string& what, int type, long side)
+{
+    return what + '/' + egda_PixelNameFromType(type) + '/' + std::to_string(side);
+}
+
+/* Operands 0 to 5 are sources, 8 the destination, 9 the mask. */
+constexpr int kDest = 8;
+constexpr int kMask = 9;
+
+Egda_BaseData* mask(long side)
+{
+    Egda_BaseData* record = operand(side, EGDA_TYPE_U8, kMask);
+    auto* bytes = static_cast<std::uint8_t*>(record->data);
+    static std::map<long, bool> made;
+    if (!made[side]) {
+        std::mt19937 random(5);
+        std::generate_n(bytes, side * side, [&] { return static_cast<std::uint8_t>(random() >> 31); });
+        made[side] = true;
+    }
+    return record;
+}
+
+/* One operation by number; `destType` as its check wants it. */
+void own(const std::string& row, long op, int type, int destType, long side, int sources, bool masked = false)
+{
+    std::vector<Egda_BaseData*> layers;
+    for (int i = 0; i < sources; ++i) {
+        layers.push_back(operand(side, type, i));
+    }
+    Egda_BaseData* dest = operand(side, destType, kDest);
+    std::vector<Egda_BaseDataStack> stacks;
+    std::vector<Egda_BaseDataStack*> pointers;
+    for (Egda_BaseData*& layer : layers) {
+        stacks.push_back({1, 1, &layer, 0});
+    }
+    for (Egda_BaseDataStack& stack : stacks) {
+        pointers.push_back(&stack);
+    }
+    Egda_BaseDataStack destStack{1, 1, &dest, 0};
+    const Egda_BaseDataStackArray array{sources, pointers.data(), masked ? mask(side) : nullptr};
+    Eerr_ErrorReport* err = nullptr;
+    egda_BaseDataStackOperation(op, &destStack, &array, &err);
+    if (err != nullptr) {
+        eerr_DeleteErrorReportEx(&err);
+        return;
+    }
+    measure(row, "eMantle", [&] { egda_BaseDataStackOperation(op, &destStack, &array, nullptr); });
+    measure(row, "copy", [dest, side, destType] {
+        std::memcpy(dest->data, operand(side, destType, 0)->data, static_cast<std::size_t>(dest->pitch * side));
+    });
+}
+
+#ifdef EMANTLE_BENCH_OPENCV
+cv::Mat matOf(Egda_BaseData* record)
+{
+    static const int depths[] = {CV_8U, CV_8U, CV_8U, CV_8U, CV_8S, CV_16U, CV_16S, -1, CV_32S, CV_32F, CV_64F};
+    return {record->numrows, record->numcolumns, CV_MAKETYPE(depths[record->datatype], 1), record->data};
+}
+
+using OpenCv = std::function<void(const cv::Mat& a, const cv::Mat& b, cv::Mat& out, const cv::Mat& under)>;
+const std::map<long, OpenCv>& openCvOperations()
+{
+    using Mat = const cv::Mat&;
+    static const auto compare = [](int how) {
+        return [how](Mat a, Mat b, cv::Mat& out, Mat) { cv::compare(a, b, out, how); };
+    };
+    static const std::map<long, OpenCv> all{
+        {EGDA_OP_ADD, [](Mat a, Mat b, cv::Mat& out, Mat under) { cv::add(a, b, out, under); }},
+        {EGDA_OP_SUB, [](Mat a, Mat b, cv::Mat& out, Mat under) { cv::subtract(a, b, out, under); }},
+        {EGDA_OP_MUL, [](Mat a, Mat b, cv::Mat& out, Mat) { cv::multiply(a, b, out); }},
+        {EGDA_OP_DIV, [](Mat a, Mat b, cv::Mat& out, Mat) { cv::divide(a, b, out); }},
+        {EGDA_OP_MAX, [](Mat a, Mat b, cv::Mat& out, Mat) { cv::max(a, b, out); }},
+        {EGDA_OP_MIN, [](Mat a, Mat b, cv::Mat& out, Mat) { cv::min(a, b, out); }},
+        {EGDA_OP_EQ, compare(cv::CMP_EQ)},
+        {EGDA_OP_NE, compare(cv::CMP_NE)},
+        {EGDA_OP_GT, compare(cv::CMP_GT)},
+        {EGDA_OP_GE, compare(cv::CMP_GE)},
+        {EGDA_OP_LT, compare(cv::CMP_LT)},
+        {EGDA_OP_LE, compare(cv::CMP_LE)},
+        {EGDA_OP_COPY, [](Mat a, Mat, cv::Mat& out, Mat under) { a.copyTo(out, under); }},
+    };
+    return all;
+}
+
+void openCv(const std::string& row, long op, int type, int destType, long side, bool masked)
+{
+    const auto found = openCvOperations().find(op);
+    const bool hasMask = op == EGDA_OP_ADD || op == EGDA_OP_SUB || op == EGDA_OP_COPY;
+    if (found == openCvOperations().end() || type == EGDA_TYPE_U32 || (masked && !hasMask)) {
+        return;
+    }
+    const cv::Mat a = matOf(operand(side, type, 0));
+    const cv::Mat b = matOf(operand(side, type, 1));
+    const cv::Mat under = masked ? matOf(mask(side)) : cv::Mat();
+    cv::Mat out = matOf(operand(side, destType, kDest));
+    measure(row, "OpenCV", [&] { found->second(a, b, out, under); });
+}
+#endif
+
+#ifdef EMANTLE_BENCH_EIGEN
+template <class T>
+using Array = Eigen::Map<Eigen::Array<T, Eigen::Dynamic, 1>>;
+
+template <class T>
+void eigen(const std::string& row, long op, int type, int destType, long side)
+{
+    const auto at = [side](int of, int which) { return operand(side, of, which)->data; };
+    const Array<T> a(static_cast<T*>(at(type, 0)), side * side);
+    const Array<T> b(static_cast<T*>(at(type, 1)), side * side);
+    Array<T> out(static_cast<T*>(at(type, kDest)), side * side);
+    Array<bool> flags(static_cast<bool*>(at(EGDA_TYPE_U8, kDest)), side * side);
+    const auto run = [&](const std::function<void()>& call) { measure(row, "Eigen", call); };
+    switch (op) {
+    case EGDA_OP_ADD: return run([&] { out = a + b; });
+    case EGDA_OP_SUB: return run([&] { out = a - b; });
+    case EGDA_OP_MUL: return run([&] { out = a * b; });
+    case EGDA_OP_DIV: return run([&] { out = a / b; });
+    case EGDA_OP_MAX: return run([&] { out = a.max(b); });
+    case EGDA_OP_MIN: return run([&] { out = a.min(b); });
+    case EGDA_OP_EQ: return run([&] { flags = a == b; });
+    case EGDA_OP_GT: return run([&] { flags = a > b; });
+    case EGDA_OP_LE: return run([&] { flags = a <= b; });
+    case EGDA_OP_COPY: return run([&] { out = a; });
+    default: break;
+    }
+    if constexpr (std::is_floating_point_v<T>) {
+        Array<double> wide(static_cast<double*>(at(EGDA_TYPE_F64, kDest)), side * side);
+        switch (op) {
+        case EGDA_OP_SQRT: return run([&] { wide = a.template cast<double>().sqrt(); });
+        case EGDA_OP_SIN: return run([&] { wide = a.template cast<double>().sin(); });
+        case EGDA_OP_EXP: return run([&] { wide = a.template cast<double>().exp(); });
+        case EGDA_OP_LOG: return run([&] { wide = a.template cast<double>().log(); });
+        case EGDA_OP_ABS: return run([&] { out = a.abs(); });
+        case EGDA_OP_NEG: return run([&] { out = -a; });
+        default: break;
+        }
+    }
+    (void)destType;
+}
+
+void eigen(const std::string& row, long op, int type, int destType, long side)
+{
+    switch (type) {
+    case EGDA_TYPE_U8: return eigen<std::uint8_t>(row, op, type, destType, side);
+    case EGDA_TYPE_S16: return eigen<std::int16_t>(row, op, type, destType, side);
+    case EGDA_TYPE_S32: return eigen<std::int32_t>(row, op, type, destType, side);
+    case EGDA_TYPE_F32: return eigen<float>(row, op, type, destType, side);
+    case EGDA_TYPE_F64: return eigen<double>(row, op, type, destType, side);
+    default: return;
+    }
+}
+#endif
+
+struct Listed {
+    const char* name;
+    std::string check;
+};
+const Listed kListed[] = {
+#define EGDA_OPERATION(number, symbol, table, check, types, home) {#table, #check},
+#define EGDA_TABLE(table, types, home)
+#include <emantle/data/egda/operations.def>
+};
+
+/* What the check of an operation asks of a destination for real sources of a type. */
+int destTypeFor(long op, int type)
+{
+    const std::string& check = kListed[op].check;
+    const bool floats = type == EGDA_TYPE_F32 || type == EGDA_TYPE_F64;
+    if (op >= EGDA_OP_CONVERT_TO_U8 && op <= EGDA_OP_CONVERT_ROUND_TO_S32) {
+        const std::string name = std::string(kListed[op].name).substr(std::string(kListed[op].name).rfind("To") + 2);
+        return egda_PixelTypeFromName(name.c_str());
+    }
+    return check.find("Itof") != std::string::npos || check == "egda_ThrICtofOpCheck" ? EGDA_TYPE_F64
+           : check.find("LogicOp") != std::string::npos                               ? EGDA_TYPE_U8
+           : check.find("Ftoi") != std::string::npos && floats                        ? EGDA_TYPE_S32
+                                                                                      : type;
+}
+
+int sourcesFor(long op)
+{
+    const std::string& check = kListed[op].check;
+    return check == "egda_ThrICtofOpCheck"            ? 6
+           : check.find("Two") != std::string::npos || check.find("Binary") != std::string::npos ? 2
+                                                                                                 : 1;
+}
+
+void addOperation(long op, int type, long side, bool masked)
+{
+    const int destType = destTypeFor(op, type);
+    const std::string row = rowName(std::string(kListed[op].name) + (masked ? " masked" : ""), type, side);
+    if (row.find(wanted) == std::string::npos) {
+        return;
+    }
+    own(row, op, type, destType, side, sourcesFor(op), masked);
+#ifdef EMANTLE_BENCH_OPENCV
+    openCv(row, op, type, destType, side, masked);
+    if (op >= EGDA_OP_CONVERT_TO_U8 && op <= EGDA_OP_CONVERT_ROUND_TO_S32 && !masked && type != EGDA_TYPE_U32 &&
+        destType != EGDA_TYPE_U32 && destType < EGDA_TYPE_C64) {
+        const cv::Mat from = matOf(operand(side, type, 0));
+        cv::Mat to = matOf(operand(side, destType, kDest));
+        measure(row, "OpenCV", [&] { from.convertTo(to, to.type()); });
+    }
+#endif
+#ifdef EMANTLE_BENCH_EIGEN
+    if (!masked) {
+        eigen(row, op, type, destType, side);
+    }
+#endif
+}
+
+/* NumPy's figures, from the script beside this file, where an interpreter has it. */
+void askNumPy()
+{
+#ifdef EMANTLE_BENCH_PYTHON
+    const std::string script = EMANTLE_BENCH_FOLDER "/data/operators_numpy.py";
+    for (const std::string python : {EMANTLE_BENCH_PYTHON, "/usr/bin/python3"}) {
+        FILE* output = popen(("'" + python + "' '" + script + "' '" + wanted + "' 2>/dev/null").c_str(), "r");
+        if (output == nullptr) {
+            continue;
+        }
+        char name[128];
+        double seconds = 0;
+        bool any = false;
+        while (std::fscanf(output, " %127[^\t] %lf", name, &seconds) == 2) {
+            if (results.contains(name)) {
+                results[name]["NumPy"] = seconds;
+            }
+            any = true;
+        }
+        pclose(output);
+        if (any) {
+            return;
+        }
+    }
+#endif
+}
+
+/* The share of the bandwidth counts the bytes of the destination alone, copied and computed. */
+void printTable()
+{
+    std::printf("%-38s %9s %9s   %s\n", "operator/type/side", "ns/elem", "of copy", "times ahead of");
+    for (const std::string& row : order) {
+        const auto& times = results[row];
+        const double side = std::stod(row.substr(row.rfind('/') + 1));
+        const double seconds = times.at("eMantle");
+        std::printf("%-38s %9.4f %8.0f%%  ", row.c_str(), seconds / (side * side) * 1e9,
+                    100 * times.at("copy") / seconds);
+        for (const auto& [who, time] : times) {
+            if (who != "eMantle" && who != "copy") {
+                std::printf(" %s %.2f", who.c_str(), time / seconds);
+            }
+        }
+        std::printf("\n");
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        if (std::strncmp(argv[i], "--rows=", 7) == 0) {
+            wanted = argv[i] + 7;
+        }
+    }
+#ifdef EMANTLE_BENCH_OPENCV
+    cv::setNumThreads(1);
+#endif
+    for (const long side : kSides) {
+        for (long op = 0; op < EGDA_NUM_OPERATIONS; ++op) {
+            /* What is not checked has operands of its own kind. */
+            if (kListed[op].check == "unchecked" || kListed[op].check.find('(') != std::string::npos) {
+                continue;
+            }
+            for (const int type : kTypes) {
+                addOperation(op, type, side, false);
+            }
+        }
+        for (const long op : {EGDA_OP_ADD, EGDA_OP_SUB, EGDA_OP_MUL, EGDA_OP_DIV, EGDA_OP_GT, EGDA_OP_COPY,
+                              EGDA_OP_SQRT, EGDA_OP_CONVERT_TO_U8}) {
+            for (const int type : kTypes) {
+                addOperation(op, type, side, true);
+            }
+        }
+    }
+    askNumPy();
+    printTable();
+    return 0;
+}
