@@ -1,4 +1,4 @@
-#include "data/egda/operator_support.h"
+#include "data/egda/number_records.h"
 
 #include <emantle/data/egda/group.h>
 
