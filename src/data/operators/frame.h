@@ -82,7 +82,8 @@ inline Egda_BaseData* layerFor(const Egda_BaseDataStack& stack, long k) noexcept
     return index < stack.numlayers ? stack.datalayer[index] : nullptr;
 }
 
-/* Lines of a record as operators walk them: runs along the columns of matrices and tables, else along the rows. */
+/* Lines of a record as operators walk them: runs along the columns of matrices and along the one column of a table, else
+ * along the rows, which is how tables of several columns lie. */
 struct Walk {
     long lines;
     long run;
@@ -90,7 +91,8 @@ struct Walk {
 
 inline Walk walkOf(const Egda_BaseData& base) noexcept
 {
-    const bool byColumns = base.objecttype == EGDA_MATRIX_OBJECT || base.objecttype == EGDA_TABLE_OBJECT;
+    const bool byColumns = base.objecttype == EGDA_MATRIX_OBJECT ||
+                           (base.objecttype == EGDA_TABLE_OBJECT && base.numcolumns == 1);
     return byColumns ? Walk{base.numcolumns, base.numrows} : Walk{base.numrows, base.numcolumns};
 }
 

@@ -212,8 +212,7 @@ void forEachElement(const Group& group, Put put)
 void fillArray(const Group& group, Egda_PixelType)
 {
     const Egda_BaseData& dest = *group.dest;
-    const bool byColumns = walkOf(dest).lines == dest.numcolumns && dest.objecttype != EGDA_RASTER_OBJECT &&
-                           dest.objecttype != EGDA_SCALAR_OBJECT;
+    const bool byColumns = walkOf(dest).run != dest.numcolumns || dest.objecttype == EGDA_MATRIX_OBJECT;
     forEachElement(group, [&](char* element, long line, long place) {
         const long number = byColumns ? line + place * dest.numcolumns : line * dest.numcolumns + place;
         if (number < group.n()) {

@@ -69,7 +69,9 @@ constexpr bool keepsTheRule(const OperatorCells& cells, TypeSet types)
 template <class Family, std::uint16_t bits>
 struct TableOf {
     static constexpr OperatorCells cells = cellsOf<Family, bits>(std::make_integer_sequence<int, EGDA_NUM_TYPES>{});
+#if !defined(__SANITIZE_ADDRESS__) /* with it g++ compares no addresses of functions while it compiles */
     static_assert(keepsTheRule(cells, TypeSet{bits}));
+#endif
     static constexpr OperatorRows rows{cells.data(), cells.data(), cells.data(), cells.data()};
     /* For routines that only tables and matrices may reach. */
     static constexpr OperatorRows rowsOfMatrices{nullptr, cells.data(), cells.data(), nullptr};

@@ -1,11 +1,9 @@
-#include "data/data_support.h"
+#include "data/egda/number_records.h"
 #include "data/operators/matrix_product.h"
 
-#include <emantle/data/epxm/convert.h>
+#include <emantle/data/egda/matrix.h>
 
 #include <cmath>
-#include <complex>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <random>
 
@@ -13,48 +11,10 @@ namespace {
 
 using Complex = std::complex<double>;
 
-char* elementOf(const Egda_BaseData& base, long row, long column)
-{
-    const bool byColumns = base.objecttype == EGDA_MATRIX_OBJECT;
-    return static_cast<char*>(base.data) + (byColumns ? column : row) * base.pitch +
-           (byColumns ? row : column) * base.numbytes;
-}
-
-Complex get(const Egda_BaseData& base, long row, long column)
-{
-    Complex value;
-    emsc_AddressOf_epxm_Convert()[base.datatype][EGDA_TYPE_C128](elementOf(base, row, column), &value, 1);
-    return value;
-}
-
-void set(const Egda_BaseData& base, long row, long column, Complex value)
-{
-    const bool isComplex = base.datatype == EGDA_TYPE_C64 || base.datatype == EGDA_TYPE_C128;
-    const double real = value.real();
-    const auto* convert = emsc_AddressOf_epxm_Convert();
-    isComplex ? convert[EGDA_TYPE_C128][base.datatype](&value, elementOf(base, row, column), 1)
-              : convert[EGDA_TYPE_F64][base.datatype](&real, elementOf(base, row, column), 1);
-}
-
 Base matrix(long rows, long columns, Egda_PixelType type, const std::vector<double>& values = {},
             long object = EGDA_MATRIX_OBJECT)
 {
-    Base base = makeBase(rows, columns, type, object);
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        set(*base, static_cast<long>(i) / columns, static_cast<long>(i) % columns, values[i]);
-    }
-    return base;
-}
-
-std::vector<double> realParts(const Egda_BaseData& base)
-{
-    std::vector<double> values;
-    for (long row = 0; row < base.numrows; ++row) {
-        for (long column = 0; column < base.numcolumns; ++column) {
-            values.push_back(get(base, row, column).real());
-        }
-    }
-    return values;
+    return recordOf(rows, columns, type, values, object);
 }
 
 /* Any bits for whole numbers, numbers of a few digits else. */
@@ -67,29 +27,10 @@ void fillAtRandom(const Egda_BaseData& base, std::mt19937& random)
                 const auto bits = static_cast<std::uint32_t>(random());
                 std::memcpy(elementOf(base, row, column), &bits, static_cast<std::size_t>(base.numbytes));
             } else {
-                set(base, row, column, {real(random), real(random)});
+                setAt(base, row, column, {real(random), real(random)});
             }
         }
     }
-}
-
-/* Runs an operator table on single records. */
-std::string apply(Egda_OperatorTable table, Egda_BaseData* dest, std::vector<Egda_BaseData*> sources,
-                  Egda_BaseData* mask = nullptr)
-{
-    std::vector<Egda_BaseDataStack> stacks;
-    for (Egda_BaseData*& source : sources) {
-        stacks.push_back({1, 1, &source, 0});
-    }
-    std::vector<Egda_BaseDataStack*> list;
-    for (Egda_BaseDataStack& stack : stacks) {
-        list.push_back(&stack);
-    }
-    const Egda_BaseDataStackArray array{static_cast<int32_t>(list.size()), list.data(), mask};
-    Egda_BaseDataStack to{1, 1, &dest, 0};
-    Report report;
-    egda_BaseDataStackFunction(table, &to, &array, report);
-    return report.text();
 }
 
 /* The sum as its definition has it, in the element's type. */
@@ -197,9 +138,9 @@ TEST(MatrixMul, TakesAMaskAndASourceAsItsDestination)
     const Base mask = matrix(2, 2, EGDA_TYPE_U8, {1, 0, 0, 9});
     const Base dest = matrix(2, 2, EGDA_TYPE_S32, {-1, -2, -3, -4});
     EXPECT_EQ(apply(emsc_AddressOf_egda_MaoMatrixMul(), dest.get(), {a.get(), b.get()}, mask.get()), "");
-    EXPECT_EQ(realParts(*dest), (std::vector<double>{19, -2, -3, 50}));
+    EXPECT_EQ(numbersOf(*dest), (std::vector<double>{19, -2, -3, 50}));
     EXPECT_EQ(apply(emsc_AddressOf_egda_MaoMatrixMul(), a.get(), {a.get(), b.get()}), "");
-    EXPECT_EQ(realParts(*a), (std::vector<double>{19, 22, 43, 50}));
+    EXPECT_EQ(numbersOf(*a), (std::vector<double>{19, 22, 43, 50}));
     for (const auto table : {emsc_AddressOf_egda_MaoMatrixMul(), emsc_AddressOf_egda_MaoMatrixDiv(),
                              emsc_AddressOf_egda_SaoMatrixInv(), emsc_AddressOf_egda_SaoMatrixTranspose()}) {
         EXPECT_EQ(table[EGDA_SCALAR_OBJECT], nullptr);
@@ -276,8 +217,8 @@ void expectFactors(Egda_PixelType type, std::mt19937& random)
         for (long row = 0; row < n; ++row) {
             EXPECT_EQ(rows[static_cast<std::size_t>(row)], row);
             for (long column = 0; column < n; ++column) {
-                ASSERT_EQ(get(*upper, row, column), Complex(plain.u(row, column))) << n << ' ' << row << ' ' << column;
-                ASSERT_EQ(get(*lower, row, column), Complex(plain.l(row, column))) << n << ' ' << row << ' ' << column;
+                ASSERT_EQ(complexAt(*upper, row, column), Complex(plain.u(row, column))) << n << ' ' << row << ' ' << column;
+                ASSERT_EQ(complexAt(*lower, row, column), Complex(plain.l(row, column))) << n << ' ' << row << ' ' << column;
             }
         }
     }
@@ -305,11 +246,11 @@ TEST(MatrixLUDecomposition, TheFactorsMakeTheMatrixAgain)
             for (long column = 0; column < n; ++column) {
                 Complex sum = 0;
                 for (long k = 0; k < n; ++k) {
-                    EXPECT_TRUE(k <= row || get(*lower, row, k) == 0.0);
-                    EXPECT_TRUE(k >= row || get(*upper, row, k) == 0.0);
-                    sum += get(*lower, row, k) * get(*upper, k, column);
+                    EXPECT_TRUE(k <= row || complexAt(*lower, row, k) == 0.0);
+                    EXPECT_TRUE(k >= row || complexAt(*upper, row, k) == 0.0);
+                    sum += complexAt(*lower, row, k) * complexAt(*upper, k, column);
                 }
-                EXPECT_LT(std::abs(sum - get(*a, row, columns[column])), type == EGDA_TYPE_C64 ? 1e-4 : 1e-12);
+                EXPECT_LT(std::abs(sum - complexAt(*a, row, columns[column])), type == EGDA_TYPE_C64 ? 1e-4 : 1e-12);
             }
         }
     }
@@ -329,8 +270,8 @@ TEST(MatrixDivide, SolvesKnownSystemsOfEveryType)
         egda_MatrixDivide(a.get(), b.get(), b.get(), report); /* in place */
         EXPECT_EQ(report.text(), "");
         for (long i = 0; i < 6; ++i) {
-            EXPECT_LT(std::abs(get(*x, i / 2, i % 2) - solutions[static_cast<std::size_t>(i)]), 1e-5);
-            EXPECT_EQ(get(*x, i / 2, i % 2), get(*b, i / 2, i % 2));
+            EXPECT_LT(std::abs(complexAt(*x, i / 2, i % 2) - solutions[static_cast<std::size_t>(i)]), 1e-5);
+            EXPECT_EQ(complexAt(*x, i / 2, i % 2), complexAt(*b, i / 2, i % 2));
         }
     }
 }
@@ -343,7 +284,7 @@ TEST(MatrixInvert, TimesTheMatrixIsTheIdentity)
             const Base a = makeBase(n, n, type, EGDA_MATRIX_OBJECT);
             fillAtRandom(*a, random);
             for (long i = 0; i < n; ++i) {
-                set(*a, i, n - 1 - i, 100.0); /* far from singular */
+                setAt(*a, i, n - 1 - i, 100.0); /* far from singular */
             }
             Report report;
             const Base inverse(egda_MatrixInvert(a.get(), nullptr, report));
@@ -354,7 +295,7 @@ TEST(MatrixInvert, TimesTheMatrixIsTheIdentity)
             const Base product = makeBase(n, n, type, EGDA_MATRIX_OBJECT);
             apply(emsc_AddressOf_egda_MaoMatrixMul(), product.get(), {a.get(), inverse.get()});
             for (long i = 0; i < n * n; ++i) {
-                EXPECT_LT(std::abs(get(*product, i / n, i % n) - Complex(i / n == i % n ? 1 : 0)),
+                EXPECT_LT(std::abs(complexAt(*product, i / n, i % n) - Complex(i / n == i % n ? 1 : 0)),
                           a->numbytes == 4 || type == EGDA_TYPE_C64 ? 1e-4 : 1e-12);
             }
         }
@@ -431,12 +372,12 @@ TEST(MatrixOperators, DivideAndInvertInFloatWhateverTheType)
         const Base b = matrix(2, 1, type, {10, 12});
         const Base x = matrix(2, 1, type);
         EXPECT_EQ(apply(emsc_AddressOf_egda_MaoMatrixDiv(), x.get(), {a.get(), b.get()}), "");
-        EXPECT_EQ(realParts(*x), (std::vector<double>{5, 3})) << egda_PixelNameFromType(type);
+        EXPECT_EQ(numbersOf(*x), (std::vector<double>{5, 3})) << egda_PixelNameFromType(type);
     }
     const Base complex = matrix(1, 1, EGDA_TYPE_C128);
-    set(*complex, 0, 0, {3, 4});
+    setAt(*complex, 0, 0, {3, 4});
     EXPECT_EQ(apply(emsc_AddressOf_egda_SaoMatrixInv(), complex.get(), {complex.get()}), "");
-    EXPECT_EQ(get(*complex, 0, 0), Complex(0.2f));
+    EXPECT_EQ(complexAt(*complex, 0, 0), Complex(0.2f));
     const Base zero = matrix(2, 2, EGDA_TYPE_F64);
     EXPECT_EQ(apply(emsc_AddressOf_egda_SaoMatrixInv(), zero.get(), {zero.get()}),
               "egda_BaseDataStackFunction 2 - | egda_SaoMatrixInv 6 - | egda_MatrixInvert 6 - | egda_MatrixDivide 6 - | "
@@ -460,7 +401,7 @@ TEST(MatrixOperators, TransposeSwapsRowsAndColumnsOfEveryType)
     }
     const Base square = matrix(2, 2, EGDA_TYPE_F32, {1, 2, 3, 4});
     EXPECT_EQ(apply(emsc_AddressOf_egda_SaoMatrixTranspose(), square.get(), {square.get()}), "");
-    EXPECT_EQ(realParts(*square), (std::vector<double>{1, 3, 2, 4}));
+    EXPECT_EQ(numbersOf(*square), (std::vector<double>{1, 3, 2, 4}));
 }
 
 /* The weighted sum of a pixel is the product of a row of the matrix and the column of its layers. */
