@@ -55,8 +55,15 @@ struct Names {
     char name[24];
     Names(int index, char kind)
     {
-        std::snprintf(parent, sizeof parent, ":p%02d", index / kEach);
-        std::snprintf(name, sizeof name, "%c%06d", kind, index);
+        std::strcpy(parent, ":p00");
+        std::strcpy(name, "x000000");
+        name[0] = kind;
+        const int of = index / kEach;
+        parent[2] = static_cast<char>('0' + of / 10);
+        parent[3] = static_cast<char>('0' + of % 10);
+        for (int i = 6, left = index; i > 0; --i, left /= 10) {
+            name[i] = static_cast<char>('0' + left % 10);
+        }
     }
     std::string path() const { return std::string(parent) + ':' + name; }
 };
