@@ -4,7 +4,7 @@ namespace emantle::hfa {
 
 void Children::Family::grow()
 {
-    std::vector<Slot> old(std::max<std::size_t>(16, 2 * slots_.size()));
+    std::vector<Slot> old(std::max<std::size_t>(16, 4 * slots_.size()));
     old.swap(slots_);
     taken_ = 0;
     for (const Slot& slot : old) {
