@@ -118,16 +118,20 @@ uint32_t FreeList::idleBytes(uint32_t size) const
 
 FreeList::Place FreeList::placeOf(uint32_t position) const
 {
-    const auto leaf = std::partition_point(leaves_.begin(), leaves_.end(), [&](const auto& each) {
-        return each->blocks[each->count - 1].position < position;
-    });
-    if (leaf == leaves_.end()) {
+    const auto liesBefore = [&](const auto& leaf) { return leaf->blocks[leaf->count - 1].position < position; };
+    /* One place is looked for after another near by. */
+    const bool isNearLast = recent_ < leaves_.size() && !liesBefore(leaves_[recent_]) &&
+                            (recent_ == 0 || liesBefore(leaves_[recent_ - 1]));
+    if (!isNearLast) {
+        recent_ = static_cast<std::size_t>(std::partition_point(leaves_.begin(), leaves_.end(), liesBefore) - leaves_.begin());
+    }
+    if (recent_ == leaves_.size()) {
         return leaves_.empty() ? Place{0, 0} : Place{leaves_.size() - 1, leaves_.back()->count};
     }
-    const Block* first = (*leaf)->blocks;
-    const Block* found = std::partition_point(first, first + (*leaf)->count,
+    const Leaf& leaf = *leaves_[recent_];
+    const Block* found = std::partition_point(leaf.blocks, leaf.blocks + leaf.count,
                                               [&](const Block& block) { return block.position < position; });
-    return {static_cast<std::size_t>(leaf - leaves_.begin()), static_cast<uint32_t>(found - first)};
+    return {recent_, static_cast<uint32_t>(found - leaf.blocks)};
 }
 
 const FreeList::Block* FreeList::blockAt(Place place) const

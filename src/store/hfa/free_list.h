@@ -114,6 +114,7 @@ private:
     std::vector<std::unique_ptr<Leaf>> leaves_; /* none of them empty */
     std::vector<std::unique_ptr<Leaf>> spares_;
     std::size_t count_ = 0;
+    mutable std::size_t recent_ = 0; /* the leaf of the last place looked for */
     std::vector<uint32_t> touched_;  /* positions of nodes to write */
     std::vector<FreeBlock> taken_;   /* blocks of the file's list that are no longer in this one */
     std::vector<Change> changes_;    /* since the step began */

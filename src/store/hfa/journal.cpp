@@ -119,7 +119,7 @@ void Journal::start(Handle& handle, EerrException& scope)
     committedEnd_ = record.end;
     if (handle.readOnly == 0) {
         pending_ = std::move(record);
-        finishPending(handle, scope);
+        tidy(handle, scope);
         handle.pages.forget();
         return;
     }
@@ -164,14 +164,9 @@ void Journal::emptyGap(Handle& handle, EerrException& scope)
     gapIsDirty_ = false;
 }
 
-/* Puts what is pending in place. */
-void Journal::finishPending(Handle& handle, EerrException& scope)
+/* Puts what is pending in place: the changes of its record, or the same ones in larger pieces. */
+void Journal::finishPending(Handle& handle, const std::vector<Change>& changes, EerrException& scope)
 {
-    if (pending_.bytes.empty()) {
-        return;
-    }
-    std::vector<Change> changes;
-    parse(pending_, changes);
     for (const Change& change : changes) {
         write(handle, change.position, change.bytes, change.size, scope);
     }
@@ -185,7 +180,11 @@ void Journal::finishPending(Handle& handle, EerrException& scope)
 
 void Journal::tidy(Handle& handle, EerrException& scope)
 {
-    finishPending(handle, scope);
+    if (!pending_.bytes.empty()) {
+        std::vector<Change> changes;
+        parse(pending_, changes);
+        finishPending(handle, changes, scope);
+    }
     if (gapIsDirty_) {
         emptyGap(handle, scope);
     }
@@ -278,8 +277,12 @@ void Journal::writeRecord(Handle& handle, std::vector<Change>& fresh, const std:
 {
     Record record;
     record.end = handle.fileEnd;
-    std::size_t size = 0;
+    std::vector<Pages::Piece> changes;
     for (const Change& change : inPlace) {
+        handle.pages.changedIn(change.position, uint64_t{change.position} + change.size, changes);
+    }
+    std::size_t size = 0;
+    for (const Pages::Piece& change : changes) {
         size += kChangeHead + change.size;
     }
     const auto behind = std::max<uint64_t>(committedEnd_, handle.fileEnd);
@@ -296,9 +299,9 @@ void Journal::writeRecord(Handle& handle, std::vector<Change>& fresh, const std:
     }
     record.bytes.resize(size);
     unsigned char* to = record.bytes.data();
-    for (const Change& change : inPlace) {
-        encode32(change.position, to);
-        encode32(change.size, to + 4);
+    for (const Pages::Piece& change : changes) {
+        encode32(static_cast<uint32_t>(change.start), to);
+        encode32(static_cast<uint32_t>(change.size), to + 4);
         std::memcpy(to + kChangeHead, change.bytes, change.size);
         to += kChangeHead + change.size;
     }
@@ -313,6 +316,9 @@ void Journal::writeRecord(Handle& handle, std::vector<Change>& fresh, const std:
     } else {
         writeFresh(handle, fresh, scope);
         write(handle, record.position, record.bytes.data(), record.bytes.size(), scope);
+    }
+    if (idle != 0) {
+        handle.pages.noteWritten(record.position, record.bytes.data(), record.bytes.size());
     }
 
     const Gap gap = gapFor(record);
@@ -357,7 +363,9 @@ void Journal::commit(Handle& handle, EerrException& scope)
     handle.headerHeldBack = false;
     handle.freeBlocks.settle();
     handle.pages.beginStep();
-    finishPending(handle, scope);
+    if (!pending_.bytes.empty()) {
+        finishPending(handle, inPlace, scope);
+    }
     handle.pages.settle();
     hasGap_ = handle.headerPtr >= kGapPosition + kGapSize;
     wasMade_ = false;

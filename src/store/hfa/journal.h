@@ -61,7 +61,7 @@ private:
     void write(Handle& handle, uint64_t position, const unsigned char* bytes, std::size_t size, EerrException& scope);
     void truncate(Handle& handle, uint64_t end, EerrException& scope);
     void emptyGap(Handle& handle, EerrException& scope);
-    void finishPending(Handle& handle, EerrException& scope);
+    void finishPending(Handle& handle, const std::vector<Change>& changes, EerrException& scope);
     /* Finishes what a failure left. */
     void tidy(Handle& handle, EerrException& scope);
     void giveUp(Handle& handle) noexcept;

@@ -277,6 +277,34 @@ void Pages::changed(std::vector<Piece>& pieces, uint64_t end)
     }
 }
 
+void Pages::changedIn(uint64_t start, uint64_t end, std::vector<Piece>& pieces) const
+{
+    constexpr uint64_t kLeastGap = 2 * kGranule; /* fewer unchanged bytes are not worth a piece more */
+    const Chunk& chunk = *findChunk(start);
+    const uint64_t base = uint64_t{chunk.number} * kChunk;
+    const auto add = [&](uint64_t from, uint64_t to) {
+        from = std::max(from, start);
+        to = std::min(to, end);
+        if (from >= to) {
+            return;
+        }
+        if (!pieces.empty() && pieces.back().start >= start && from - (pieces.back().start + pieces.back().size) < kLeastGap) {
+            pieces.back().size = to - pieces.back().start;
+        } else {
+            pieces.push_back({from, to - from, chunk.bytes + (from - base)});
+        }
+    };
+    for (uint64_t page = (start - base) / kPage; page <= (end - 1 - base) / kPage; ++page) {
+        uint64_t left = chunk.granules[page];
+        while (left != 0) {
+            const auto first = static_cast<uint32_t>(std::countr_zero(left));
+            const auto count = static_cast<uint32_t>(std::countr_one(left >> first));
+            add(base + page * kPage + first * kGranule, base + page * kPage + (first + count) * kGranule);
+            left &= first + count < 64 ? ~uint64_t{0} << (first + count) : 0;
+        }
+    }
+}
+
 void Pages::settle() noexcept
 {
     for (const uint32_t number : changedChunks_) {

@@ -42,6 +42,8 @@ public:
         const unsigned char* bytes;
     };
     void changed(std::vector<Piece>& pieces, uint64_t end);
+    /* The same of a part of one such piece, in pieces that hold little else. */
+    void changedIn(uint64_t start, uint64_t end, std::vector<Piece>& pieces) const;
     /* All that is changed is in the file. */
     void settle() noexcept;
     /* Nothing is known of the file any more; changes are dropped. */
