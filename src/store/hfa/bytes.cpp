@@ -4,6 +4,7 @@
 #include "store/mif/stream.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace emantle::hfa {
@@ -23,37 +24,21 @@ void encode32(uint32_t value, unsigned char* bytes)
     }
 }
 
+static_assert(std::endian::native == std::endian::little, "entries pass between file and host as they are");
+
 EntryBytes encoded(const Ehfa_Entry& entry)
 {
-    EntryBytes bytes{};
-    const uint32_t words[] = {entry.next,  entry.prev, entry.parent,
-                              entry.child, entry.data, static_cast<uint32_t>(entry.dataSize)};
-    for (std::size_t i = 0; i < std::size(words); ++i) {
-        encode32(words[i], bytes.data() + 4 * i);
-    }
-    std::memcpy(bytes.data() + 24, entry.name, strnlen(entry.name, EHFA_NAME_MAX));
-    std::memcpy(bytes.data() + 88, entry.type, strnlen(entry.type, EHFA_TYPE_MAX));
-    uint64_t time;
-    std::memcpy(&time, &entry.modTime, sizeof time);
-    encode32(static_cast<uint32_t>(time), bytes.data() + 120);
-    encode32(static_cast<uint32_t>(time >> 32), bytes.data() + 124);
+    EntryBytes bytes;
+    std::memcpy(bytes.data(), &entry, kEntrySize);
     return bytes;
 }
 
 Ehfa_Entry decodedEntry(const unsigned char* bytes)
 {
-    Ehfa_Entry entry{};
-    entry.next = decoded32(bytes);
-    entry.prev = decoded32(bytes + 4);
-    entry.parent = decoded32(bytes + 8);
-    entry.child = decoded32(bytes + 12);
-    entry.data = decoded32(bytes + 16);
-    entry.dataSize = static_cast<int32_t>(decoded32(bytes + 20));
-    const auto* texts = reinterpret_cast<const char*>(bytes);
-    std::memcpy(entry.name, texts + 24, strnlen(texts + 24, EHFA_NAME_MAX));
-    std::memcpy(entry.type, texts + 88, strnlen(texts + 88, EHFA_TYPE_MAX));
-    const uint64_t time = decoded32(bytes + 120) | uint64_t(decoded32(bytes + 124)) << 32;
-    std::memcpy(&entry.modTime, &time, sizeof time);
+    Ehfa_Entry entry;
+    std::memcpy(&entry, bytes, kEntrySize);
+    entry.name[EHFA_NAME_MAX] = '\0';
+    entry.type[EHFA_TYPE_MAX] = '\0';
     return entry;
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstring>
+#include <nmmintrin.h>
 
 namespace emantle::hfa {
 
@@ -16,7 +17,7 @@ constexpr Tables makeTables()
     for (uint32_t value = 0; value < 256; ++value) {
         uint32_t sum = value;
         for (int bit = 0; bit < 8; ++bit) {
-            sum = (sum >> 1) ^ (0xEDB88320u & (0u - (sum & 1)));
+            sum = (sum >> 1) ^ (0x82F63B78u & (0u - (sum & 1)));
         }
         tables[0][value] = sum;
     }
@@ -31,11 +32,8 @@ constexpr Tables makeTables()
 
 constexpr Tables kTables = makeTables();
 
-}  // namespace
-
-uint32_t checksum(const unsigned char* bytes, std::size_t size, uint32_t before) noexcept
+uint32_t byTables(const unsigned char* bytes, std::size_t size, uint32_t sum) noexcept
 {
-    uint32_t sum = ~before;
     for (; size >= 8; bytes += 8, size -= 8) {
         uint64_t word;
         std::memcpy(&word, bytes, sizeof word);
@@ -48,7 +46,30 @@ uint32_t checksum(const unsigned char* bytes, std::size_t size, uint32_t before)
     for (; size > 0; ++bytes, --size) {
         sum = (sum >> 8) ^ kTables[0][(sum ^ *bytes) & 0xFF];
     }
-    return ~sum;
+    return sum;
+}
+
+__attribute__((target("sse4.2"))) uint32_t byInstruction(const unsigned char* bytes, std::size_t size, uint32_t sum) noexcept
+{
+    uint64_t wide = sum;
+    for (; size >= 8; bytes += 8, size -= 8) {
+        uint64_t word;
+        std::memcpy(&word, bytes, sizeof word);
+        wide = _mm_crc32_u64(wide, word);
+    }
+    auto narrow = static_cast<uint32_t>(wide);
+    for (; size > 0; ++bytes, --size) {
+        narrow = _mm_crc32_u8(narrow, *bytes);
+    }
+    return narrow;
+}
+
+}  // namespace
+
+uint32_t checksum(const unsigned char* bytes, std::size_t size) noexcept
+{
+    static const bool hasInstruction = __builtin_cpu_supports("sse4.2") != 0;
+    return ~(hasInstruction ? byInstruction : byTables)(bytes, size, ~uint32_t{0});
 }
 
 }  // namespace emantle::hfa

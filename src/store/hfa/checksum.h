@@ -5,8 +5,7 @@
 
 namespace emantle::hfa {
 
-/* CRC-32 as in ISO 3309: the polynomial 0xEDB88320 reflected, start and end inverted. `before` is the checksum of the
- * bytes in front of these. */
-uint32_t checksum(const unsigned char* bytes, std::size_t size, uint32_t before = 0) noexcept;
+/* CRC-32C: the polynomial 0x82F63B78 reflected, start and end inverted. */
+uint32_t checksum(const unsigned char* bytes, std::size_t size) noexcept;
 
 }  // namespace emantle::hfa

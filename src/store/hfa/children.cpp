@@ -19,20 +19,6 @@ void Children::Family::grow()
     }
 }
 
-void Children::Family::add(std::string_view name, uint32_t position)
-{
-    if (2 * (taken_ + 1) > slots_.size()) {
-        grow();
-    }
-    const uint32_t hash = hashOf(name);
-    std::size_t at = hash & mask();
-    while (slots_[at].position != 0) {
-        at = (at + 1) & mask();
-    }
-    slots_[at] = {hash, position};
-    ++taken_;
-}
-
 bool Children::Family::remove(std::string_view name, uint32_t position) noexcept
 {
     if (slots_.empty()) {
@@ -69,30 +55,6 @@ void Children::forget(uint32_t parent) noexcept
 {
     recent_ = recentParent_ == parent ? nullptr : recent_;
     families_.erase(parent);
-}
-
-void Children::noteInserted(uint32_t parent, std::string_view name, uint32_t position, uint32_t prev, uint32_t next)
-{
-    if (prev == 0 && next == 0) {
-        Family& family = of(parent);
-        family = Family();
-        family.isComplete = true;
-        family.add(name, position);
-        family.last = position;
-        return;
-    }
-    Family* family = find(parent);
-    if (family == nullptr) {
-        return;
-    }
-    if (prev == family->last && family->last != 0) {
-        family->add(name, position);
-        family->last = position;
-    } else if (family->isComplete || (prev == 0 && family->last != 0)) {
-        family->add(name, position);
-    } else if (prev != 0) {
-        forget(parent); /* it may lie before or behind the last known child */
-    }
 }
 
 void Children::noteRemoved(uint32_t parent, std::string_view name, uint32_t position, uint32_t prev) noexcept

@@ -22,18 +22,24 @@ public:
         template <class Fits>
         uint32_t find(std::string_view name, Fits&& fits) const
         {
-            if (slots_.empty()) {
-                return 0;
+            return slots_.empty() ? 0 : slots_[probe(hashOf(name), fits)].position;
+        }
+        /* Notes a child. `isTwin` tells whether the one at a position bears the same name. */
+        template <class IsTwin>
+        void add(std::string_view name, uint32_t position, IsTwin&& isTwin)
+        {
+            if (2 * (taken_ + 1) > slots_.size()) {
+                grow();
             }
             const uint32_t hash = hashOf(name);
-            for (std::size_t at = hash & mask(); slots_[at].position != 0; at = (at + 1) & mask()) {
-                if (slots_[at].hash == hash && slots_[at].position != kGone && fits(slots_[at].position)) {
-                    return slots_[at].position;
-                }
+            std::size_t at = probe(hash, isTwin);
+            if (slots_[at].position != 0) {
+                hasTwins = true;
+                at = probe(hash, [](uint32_t) { return false; });
             }
-            return 0;
+            slots_[at] = {hash, position};
+            ++taken_;
         }
-        void add(std::string_view name, uint32_t position);
         /* False where it was not known. */
         bool remove(std::string_view name, uint32_t position) noexcept;
 
@@ -49,6 +55,17 @@ public:
             return static_cast<uint32_t>(std::hash<std::string_view>()(name));
         }
         std::size_t mask() const { return slots_.size() - 1; }
+        /* The slot of the first position that fits, else the empty one behind. */
+        template <class Fits>
+        std::size_t probe(uint32_t hash, Fits&& fits) const
+        {
+            std::size_t at = hash & mask();
+            while (slots_[at].position != 0 &&
+                   (slots_[at].hash != hash || slots_[at].position == kGone || !fits(slots_[at].position))) {
+                at = (at + 1) & mask();
+            }
+            return at;
+        }
         void grow();
 
         std::vector<Slot> slots_; /* a power of two, at most half of them taken; linear probing */
@@ -66,7 +83,26 @@ public:
     void forget(uint32_t parent) noexcept;
 
     /* Keeps the family of `parent` true when a child comes in between `prev` and `next`, or goes. */
-    void noteInserted(uint32_t parent, std::string_view name, uint32_t position, uint32_t prev, uint32_t next);
+    template <class IsTwin>
+    void noteInserted(uint32_t parent, std::string_view name, uint32_t position, uint32_t prev, uint32_t next, IsTwin&& isTwin)
+    {
+        if (prev == 0 && next == 0) {
+            Family& family = of(parent);
+            family = Family();
+            family.isComplete = true;
+            family.add(name, position, isTwin);
+            family.last = position;
+        } else if (Family* family = find(parent)) {
+            if (prev == family->last && prev != 0) {
+                family->add(name, position, isTwin);
+                family->last = position;
+            } else if (family->isComplete || (prev == 0 && family->last != 0)) {
+                family->add(name, position, isTwin);
+            } else if (prev != 0) {
+                forget(parent); /* it may lie before or behind the last known child */
+            }
+        }
+    }
     void noteRemoved(uint32_t parent, std::string_view name, uint32_t position, uint32_t prev) noexcept;
 
 private:

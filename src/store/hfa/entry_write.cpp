@@ -48,16 +48,16 @@ Ehfa_Entry freshEntry(const Handle& handle, const char* name, const char* type)
 /* The new entry is in the file before anything leads to it. */
 void becomeCurrent(Handle& handle, uint32_t position, const Ehfa_Entry& entry, bool sideways, EerrException& scope)
 {
-    setCurrent(handle, position, entry);
     if (inBatchMode(handle)) {
+        setCurrent(handle, position, entry);
         return;
     }
+    noteInserted(handle, position, entry, scope);
     if (sideways) {
         popName(handle);
     }
     pushName(handle, entry.name);
-    handle.children.forget(position); /* what lay there before may have had some */
-    noteInserted(handle, position, entry, scope);
+    setCurrent(handle, position, entry);
 }
 
 void rename(Handle& handle, const char* name)
@@ -159,7 +159,9 @@ void addOnlyChild(Handle& handle, const char* name, const char* type, EerrExcept
 
 void addChild(Handle& handle, bool last, const char* name, const char* type, EerrException& scope)
 {
-    if (!goToChild(handle, scope)) {
+    if (last && goToLastChild(handle, scope)) {
+        insertAfter(handle, name, type, scope);
+    } else if (!goToChild(handle, scope)) {
         addOnlyChild(handle, name, type, scope);
     } else if (last) {
         goToLast(handle, scope);
@@ -204,7 +206,10 @@ void writeTreeEntry(Handle& handle, long method, const char* name, const char* t
         writeInBatchMode(handle, method, name, type, scope);
         return;
     }
-    Cursor before = cursorOf(handle);
+    /* Whatever fails does so before the path of the current entry is changed, but for steps down from it. */
+    const uint32_t position = handle.entryPtr;
+    const Ehfa_Entry entry = handle.currentEntry;
+    const std::size_t depth = handle.pathOfCurrent.depth();
     try {
         switch (method) {
         case EHFA_WRITE_CURRENT: rewrite(handle, name, type, scope); break;
@@ -213,7 +218,10 @@ void writeTreeEntry(Handle& handle, long method, const char* name, const char* t
         default: addChild(handle, method == EHFA_WRITE_LAST_CHILD, name, type, scope); break;
         }
     } catch (...) {
-        restore(handle, std::move(before));
+        while (handle.pathOfCurrent.depth() > depth) {
+            popName(handle);
+        }
+        setCurrent(handle, position, entry);
         throw;
     }
 }

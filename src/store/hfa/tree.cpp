@@ -78,6 +78,17 @@ std::string_view nameIn(const unsigned char* entry)
     return {name, strnlen(name, EHFA_NAME_MAX)};
 }
 
+/* A name of its own. */
+class Name {
+public:
+    explicit Name(std::string_view name) : size_(name.size()) { std::memcpy(bytes_, name.data(), size_); }
+    std::string_view text() const { return {bytes_, size_}; }
+
+private:
+    char bytes_[EHFA_NAME_MAX];
+    std::size_t size_;
+};
+
 /* Whether the entry at a position is the child of that name. */
 bool isChildNamed(Handle& handle, uint32_t position, uint32_t parent, std::string_view name, EerrException& scope)
 {
@@ -109,12 +120,10 @@ uint32_t learnUpTo(Handle& handle, Children::Family& family, uint32_t parent, ui
         const uint32_t next = decoded32(entry + kAtNext);
         const std::string_view its = nameIn(entry);
         const bool found = its == name;
-        char kept[EHFA_NAME_MAX + 1];
-        std::memcpy(kept, its.data(), its.size());
-        const std::string_view own(kept, its.size());
-        const auto isTwin = [&](uint32_t other) { return isChildNamed(handle, other, parent, own, scope); };
-        family.hasTwins = family.hasTwins || family.find(own, isTwin) != 0;
-        family.add(own, position);
+        family.add(its, position, [&](uint32_t other) {
+            const Name own(its); /* the look at the other may take the place of these bytes */
+            return isChildNamed(handle, other, parent, own.text(), scope);
+        });
         family.last = position;
         if (found) {
             return position;
@@ -188,22 +197,11 @@ void popName(Handle& handle)
     showPath(handle);
 }
 
-namespace {
-
-void noteTwin(Handle& handle, Children::Family& family, uint32_t parent, const char* name, EerrException& scope)
-{
-    const auto isTwin = [&](uint32_t other) { return isChildNamed(handle, other, parent, name, scope); };
-    family.hasTwins = family.hasTwins || family.find(name, isTwin) != 0;
-}
-
-}  // namespace
-
 void noteInserted(Handle& handle, uint32_t position, const Ehfa_Entry& entry, EerrException& scope)
 {
-    if (Children::Family* family = handle.children.find(entry.parent)) {
-        noteTwin(handle, *family, entry.parent, entry.name, scope);
-    }
-    handle.children.noteInserted(entry.parent, entry.name, position, entry.prev, entry.next);
+    handle.children.noteInserted(entry.parent, entry.name, position, entry.prev, entry.next, [&](uint32_t other) {
+        return isChildNamed(handle, other, entry.parent, entry.name, scope);
+    });
 }
 
 void noteRenamed(Handle& handle, const char* from, EerrException& scope)
@@ -213,8 +211,9 @@ void noteRenamed(Handle& handle, const char* from, EerrException& scope)
     if (family != nullptr && family->hasTwins) {
         handle.children.forget(entry.parent);
     } else if (family != nullptr && family->remove(from, handle.entryPtr)) {
-        noteTwin(handle, *family, entry.parent, entry.name, scope);
-        family->add(entry.name, handle.entryPtr);
+        family->add(entry.name, handle.entryPtr, [&](uint32_t other) {
+            return isChildNamed(handle, other, entry.parent, entry.name, scope);
+        });
     }
 }
 
@@ -344,6 +343,16 @@ bool goForwardToName(Handle& handle, const char* name, EerrException& scope)
 bool goForwardToType(Handle& handle, const char* type, EerrException& scope)
 {
     return goForward(handle, scope, [&](const Ehfa_Entry& entry) { return std::strcmp(entry.type, type) == 0; });
+}
+
+bool goToLastChild(Handle& handle, EerrException& scope)
+{
+    const uint32_t parent = handle.entryPtr;
+    Children::Family& family = handle.children.of(parent);
+    if (!family.isComplete) {
+        learnUpTo(handle, family, parent, handle.currentEntry.child, kNoName, scope);
+    }
+    return enterChild(handle, family.last, scope);
 }
 
 bool stepToChild(Handle& handle, const char* name, EerrException& scope)

@@ -49,6 +49,9 @@ bool goToDepthNext(Handle& handle, uint32_t top, EerrException& scope);
 bool goForwardToName(Handle& handle, const char* name, EerrException& scope);
 bool goForwardToType(Handle& handle, const char* type, EerrException& scope);
 
+/* To the last child, of those that lie in one chain from the first one on; false where there is none. */
+bool goToLastChild(Handle& handle, EerrException& scope);
+
 /* To the first child of that name; false stays where it is. */
 bool stepToChild(Handle& handle, const char* name, EerrException& scope);
 
