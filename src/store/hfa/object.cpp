@@ -233,7 +233,9 @@ EMANTLE_API Emsc_Boolean ehfa_ObjectDelete(Ehfa_File* file, const char* path, co
     return guarded<Emsc_Boolean>(err, "ehfa_ObjectDelete", 0, [&](EerrException& scope) {
         Handle& handle = opened(file);
         Activity activity(handle, scope);
-        if (goToObject(handle, path, name, method, scope)) {
+        const bool isThere = asFunction(scope, "ehfa_ObjectSeek", "ObjectSeek failure!",
+                                        [&] { return goToObject(handle, path, name, method, scope); });
+        if (isThere) {
             asFunction(scope, "ehfa_EntryDelete", "EntryDelete failure!", [&] { deleteCurrent(handle, scope); });
         }
         return 1;

@@ -107,7 +107,6 @@ TEST_F(BlockStoreCrashes, LeaveTheStreamAsItWasBehindSomeCall)
         writes = recorder.writes();
     }
     std::size_t state = 0;
-    for (std::size_t i=0;i<12;++i) std::printf("%zu: %d %zu at %zu\n", i+1, int(writes[i].kind), writes[i].bytes.size(), size_t(writes[i].offset));
     std::vector<std::byte> bytes = start;
     for (std::size_t prefix = 0; prefix <= writes.size() && !HasFailure(); ++prefix) {
         if (prefix > 0) {

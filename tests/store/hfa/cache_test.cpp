@@ -78,6 +78,10 @@ TEST_F(BlockStores, LieInTheFileAsDrawn)
     const uint32_t root = word(bytes, head + 12);
     EXPECT_EQ(std::string(&bytes[word(bytes, root)], &bytes[word(bytes, root) + 5]), "hello");
     EXPECT_EQ(Bytes(&bytes[root + 4], &bytes[root + 1024]), Bytes(1020, 0)) << "255 blocks are not there";
+    EmifDictionaryT<char> reader(emif_DictionaryDecodeFromString("{256:Lindex,}Ehfa_CacheIndex,.", expected()));
+    uint32_t index[256];
+    EXPECT_EQ(ehfa_FileHostDataRead(file_, root, reader->first, 1024, index, expected()), index);
+    EXPECT_EQ(index[0], word(bytes, root)) << "an index block is a record";
     const std::string dictionary(bytes.begin() + 210, bytes.end());
     EXPECT_NE(dictionary.find("{1:lblocksize,1:lblockcount,1:lbytecount,1:Lrootptr,}Ehfa_CacheNode,"), std::string::npos);
 }
