@@ -174,6 +174,11 @@ TEST_F(Damaged, InOneByteIsReadWithoutHarm)
             attempt({"check", store}, damage);
             attempt({"show", store, "--json", nodes[static_cast<std::size_t>(item) % nodes.size()]}, damage);
             attempt({"show", store, nodes[static_cast<std::size_t>(item + 1) % nodes.size()]}, damage);
+            if (item % 8 == 0) {
+                attempt({"stat", store}, damage);
+                attempt({"dump", store}, damage);
+                attempt({"salvage", store, "-o", scratch / "saved.store", "--force"}, damage);
+            }
             std::string expected = whole;
             expected[static_cast<std::size_t>(place)] = static_cast<char>(byte);
             if (contentsOf(store) != expected) {
@@ -199,6 +204,10 @@ TEST_F(Damaged, ByACutIsFoundAndReadWithoutHarm)
             complain("is found sound");
         }
         attempt({"ls", "-lR", store}, damage);
+        if (item % 8 == 0) {
+            attempt({"salvage", store, "-o", scratch / "saved.store", "--force"}, damage);
+            attempt({"dump", store}, damage);
+        }
         attempt({"show", store, nodes[static_cast<std::size_t>(size) % nodes.size()]}, damage);
     });
 }
@@ -222,6 +231,8 @@ TEST_F(Damaged, KeepsAProcessWithinItsLimits)
         std::ofstream(path(), std::ios::binary) << bytes;
         for (const auto& arguments : {std::vector<std::string>{"ls", "-lR", path()},
                                       {"check", path(), "--json"},
+                                      {"dump", path()},
+                                      {"salvage", path(), "-o", scratch / "saved.store", "--force"},
                                       {"show", path(), nodes[static_cast<std::size_t>(item) % nodes.size()]}}) {
             const Outcome outcome = run(arguments, room);
             EXPECT_TRUE(outcome.status == 0 || outcome.status == 1)

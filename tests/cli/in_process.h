@@ -24,6 +24,7 @@ inline InProcess runHere(const std::vector<std::string>& arguments)
     tool::Exit status = tool::Exit::success;
     CLI::App program("", "emantle");
     program.require_subcommand(1);
+    tool::addDescribe(program, status);
     tool::addList(program, status);
     tool::addShow(program, status);
     tool::addCheck(program, status);

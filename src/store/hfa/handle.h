@@ -15,7 +15,7 @@
 
 namespace emantle::hfa {
 
-/* The sizes of the records of the file, and where a new one puts them; docs/store.md draws them. */
+/* The sizes of the records of the file, and where a new one puts them; docs/format.md draws them. */
 inline constexpr uint32_t kTagSize = 20;
 inline constexpr uint32_t kHeaderPosition = 64;
 inline constexpr uint32_t kHeaderSize = 18;

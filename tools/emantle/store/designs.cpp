@@ -11,6 +11,16 @@ namespace {
 using DesignPtr = Owned<Emif_Design, emif_DesignDelete>;
 using DictionaryPtr = Owned<Emif_Dictionary, emif_DictionaryDelete>;
 
+/* Whether the dictionary has these designs in their order; designs that they contain may stand between. */
+bool holdsAll(const Emif_Dictionary& dictionary, const std::vector<std::string>& texts)
+{
+    auto next = texts.begin();
+    for (const std::string& text : designTexts(dictionary)) {
+        next += next != texts.end() && *next == text ? 1 : 0;
+    }
+    return next == texts.end();
+}
+
 }  // namespace
 
 std::string designText(const Emif_Design& design)
@@ -54,7 +64,7 @@ void takeDesigns(Ehfa_File* file, const std::vector<std::string>& texts)
     Reports reports;
     const DictionaryPtr designs(emif_DictionaryDecodeFromString(text.c_str(), reports));
     reports.check("the dictionary cannot be read");
-    if (!designs || designTexts(*designs) != texts) {
+    if (!designs || !holdsAll(*designs, texts)) {
         throw Failure("the dictionary cannot be read");
     }
     takeDesigns(file, *designs);

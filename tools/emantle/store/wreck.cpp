@@ -294,7 +294,7 @@ bool Wreck::mayBeEntry(std::uint64_t position) const
 /* Whether what lies here is an entry although no link says so. */
 bool Wreck::looksLikeEntry(std::uint64_t position) const
 {
-    if (!mayBeEntry(position) || bytes_[position + kNameInEntry] == 0) {
+    if (bytes_[position + kNameInEntry] == 0 || !mayBeEntry(position)) {
         return false;
     }
     /* The end of a file may be missing, and with it what links lead to; but not the parent. */

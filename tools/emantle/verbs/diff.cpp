@@ -4,11 +4,11 @@
 #include "store/walk.h"
 #include "verbs/verb.h"
 
+#include <algorithm>
 #include <cmath>
 #include <iostream>
 #include <map>
 #include <memory>
-#include <set>
 
 namespace tool {
 
@@ -150,37 +150,39 @@ private:
 
     /* Entries of one name are told apart by their order. */
     using Key = std::pair<std::string, int>;
-    static std::map<Key, std::size_t> byName(const Tree& tree, std::size_t parent)
+    static std::vector<Key> keysOf(const Tree& tree, std::size_t parent)
     {
         std::map<std::string, int> seen;
-        std::map<Key, std::size_t> children;
+        std::vector<Key> keys;
         for (const std::size_t child : tree.members[parent].children) {
             const std::string& name = tree.members[child].name;
-            children[{name, seen[name]++}] = child;
+            keys.push_back({name, seen[name]++});
         }
-        return children;
+        return keys;
     }
 
     void compareChildren(std::size_t a, std::size_t b, std::vector<std::pair<std::size_t, std::size_t>>& left)
     {
-        const auto inA = byName(trees_[0], a);
-        const auto inB = byName(trees_[1], b);
-        bool hasSame = inA.size() == inB.size();
+        const std::vector<Key> keysOfA = keysOf(trees_[0], a);
+        const std::vector<Key> keysOfB = keysOf(trees_[1], b);
+        std::map<Key, std::size_t> inB;
+        for (std::size_t i = 0; i < keysOfB.size(); ++i) {
+            inB[keysOfB[i]] = trees_[1].members[b].children[i];
+        }
+        bool hasSame = keysOfA.size() == keysOfB.size();
         std::vector<std::pair<std::size_t, std::size_t>> pairs;
-        for (const std::size_t child : trees_[0].members[a].children) {
-            const auto key = std::ranges::find_if(inA, [&](const auto& one) { return one.second == child; })->first;
-            const auto found = inB.find(key);
-            if (found == inB.end()) {
+        for (std::size_t i = 0; i < keysOfA.size(); ++i) {
+            const std::size_t child = trees_[0].members[a].children[i];
+            const auto found = inB.extract(keysOfA[i]);
+            if (found.empty()) {
                 hasSame = false;
                 tell(trees_[0].members[child].path, "", true, nullptr);
             } else {
-                pairs.push_back({child, found->second});
+                pairs.push_back({child, found.mapped()});
             }
         }
         for (const auto& [key, child] : inB) {
-            if (!inA.contains(key)) {
-                tell(trees_[1].members[child].path, "", nullptr, true);
-            }
+            tell(trees_[1].members[child].path, "", nullptr, true);
         }
         if (hasSame && !std::ranges::is_sorted(pairs, {}, [](const auto& pair) { return pair.second; })) {
             tell(trees_[0].members[a].path, "order", "one order", "another order");

@@ -6,7 +6,7 @@
 /* emif, dictionaries: named sets of designs and their textual form.
  *  1. A dictionary owns its designs, which are copies. They stand in order of definition: a design comes after every
  *     design that it contains. The first definition of a name wins.
- *  2. The text of a dictionary is its designs, then "."; docs/mif.md draws the grammar.
+ *  2. The text of a dictionary is its designs, then "."; docs/format.md draws the grammar.
  *  3. The private dictionary holds the toolkit's own designs; they override what a text says under their names.
  *  4. Nothing here locks a caller's dictionary. */
 
