@@ -214,6 +214,12 @@ EMANTLE_API Emsc_Boolean edsc_ColumnReadOld(Edsc_ColumnInstance* column, int32_t
             }
             return 1;
         }
+        if (FieldsRead* const readFields = shared(methods).ColumnFieldsRead; readFields != nullptr) {
+            if (numRows > 0) {
+                callFormat(scope, methods, "ColumnDataRead failed", readFields, column->handle, startRow, numRows, data);
+            }
+            return 1;
+        }
         char* const fields = static_cast<char*>(data);
         const auto width = static_cast<std::size_t>(column->maxNumChars);
         inRuns(numRows, [&](std::int32_t done, std::int32_t length) {
@@ -240,6 +246,13 @@ EMANTLE_API Emsc_Boolean edsc_ColumnWriteOld(Edsc_ColumnInstance* column, int32_
         if (column->dataType != EDSC_COLUMN_STRING) {
             if (numRows > 0) {
                 write(startRow, numRows, data);
+            }
+            return 1;
+        }
+        if (FieldsWrite* const writeFields = shared(methods).ColumnFieldsWrite; writeFields != nullptr) {
+            if (numRows > 0) {
+                callFormat(scope, methods, "ColumnDataWrite failed", writeFields, column->handle, startRow, numRows,
+                           data);
             }
             return 1;
         }

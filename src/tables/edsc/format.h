@@ -20,6 +20,24 @@ struct TableMethodsCloser {
 };
 using TableMethodsPtr = std::unique_ptr<Edsc_TableMethods, TableMethodsCloser>;
 
+/* Two entry points that a format may have beside those of the public set: text columns as fields of their width. */
+using FieldsRead = std::int32_t(void* handle, std::int32_t startRow, std::int32_t numRows, void* fields,
+                                Eerr_ErrorReport** err);
+using FieldsWrite = std::int32_t(void* handle, std::int32_t startRow, std::int32_t numRows, const void* fields,
+                                 Eerr_ErrorReport** err);
+
+/* A set as it is shared; the library's name tells it apart from an instance of the same name elsewhere. */
+struct SharedTableMethods : Edsc_TableMethods {
+    char* dllName;
+    FieldsRead* ColumnFieldsRead;
+    FieldsWrite* ColumnFieldsWrite;
+};
+
+inline const SharedTableMethods& shared(const Edsc_TableMethods& methods) noexcept
+{
+    return static_cast<const SharedTableMethods&>(methods);
+}
+
 inline bool isThreadsafe(const Edsc_TableMethods& methods) noexcept
 {
     return methods.InstanceIsThreadsafe != nullptr && methods.InstanceIsThreadsafe();

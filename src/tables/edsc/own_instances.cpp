@@ -1,5 +1,7 @@
 #include "settings/edll/own_instances.h"
 
+#include "tables/edsc/hfa/table.h"
+
 #include <emantle/tables/edsc.h>
 
 /* The instances that the library itself provides: the kinds of bin functions and the tables of a store. */
@@ -31,7 +33,8 @@ const OwnEntry kStore[] = {
     EDSC_ENTRY(edsc_HFA, ColumnCreate),           EDSC_ENTRY(edsc_HFA, ColumnOpen),
     EDSC_ENTRY(edsc_HFA, ColumnClose),            EDSC_ENTRY(edsc_HFA, ColumnDestroy),
     EDSC_ENTRY(edsc_HFA, ColumnDataRead),         EDSC_ENTRY(edsc_HFA, ColumnDataWrite),
-    EDSC_ENTRY(edsc_HFA, ColumnModTimeGet),
+    EDSC_ENTRY(edsc_HFA, ColumnModTimeGet),       EDSC_ENTRY(tables::edsc_HFA, ColumnFieldsRead),
+    EDSC_ENTRY(tables::edsc_HFA, ColumnFieldsWrite),
 };
 
 const OwnInstance kInstances[] = {

@@ -14,11 +14,6 @@ namespace {
 
 constexpr const char* kClassName = "DescriptorTables";
 
-/* The set as it is shared; the library's name tells it apart from an instance of the same name elsewhere. */
-struct SharedTableMethods : Edsc_TableMethods {
-    char* dllName;
-};
-
 void freeSet(SharedTableMethods* methods) noexcept
 {
     if (methods != nullptr) {
@@ -66,7 +61,7 @@ void readColumnTypes(EerrException& scope, Edsc_TableMethods& methods)
 }
 
 /* A format that cannot update what it creates does not create it. */
-void narrow(Edsc_TableMethods& methods) noexcept
+void narrow(SharedTableMethods& methods) noexcept
 {
     const bool readOnly = methods.ColumnDestroy == nullptr || methods.ColumnDataWrite == nullptr;
     const bool fixedColumns = readOnly || methods.ColumnCreate == nullptr;
@@ -75,6 +70,7 @@ void narrow(Edsc_TableMethods& methods) noexcept
     if (readOnly) {
         methods.ColumnDestroy = nullptr;
         methods.ColumnDataWrite = nullptr;
+        methods.ColumnFieldsWrite = nullptr;
     }
     if (fixedColumns) {
         methods.ColumnCreate = nullptr;
@@ -87,7 +83,7 @@ void narrow(Edsc_TableMethods& methods) noexcept
     }
 }
 
-void findEntries(EerrException& scope, InstanceEntries& entries, Edsc_TableMethods& methods)
+void findEntries(EerrException& scope, InstanceEntries& entries, SharedTableMethods& methods)
 {
     entries.require(scope, "TableClose", methods.TableClose);
     entries.require(scope, "TableColumnNamesGet", methods.TableColumnNamesGet);
@@ -104,6 +100,8 @@ void findEntries(EerrException& scope, InstanceEntries& entries, Edsc_TableMetho
     entries.find(scope, "ColumnCreate", methods.ColumnCreate);
     entries.find(scope, "ColumnDestroy", methods.ColumnDestroy);
     entries.find(scope, "ColumnDataWrite", methods.ColumnDataWrite);
+    entries.find(scope, "ColumnFieldsRead", methods.ColumnFieldsRead);
+    entries.find(scope, "ColumnFieldsWrite", methods.ColumnFieldsWrite);
     if (methods.TableRowCountGet == nullptr) {
         methods.TableRowCountGet = noRowCount;
     }

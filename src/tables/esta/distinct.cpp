@@ -1,11 +1,14 @@
 #include "tables/esta/distinct.h"
 
+#include "tables/esta/kernels/pack_kernels.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <type_traits>
 #include <utility>
 
@@ -70,41 +73,74 @@ auto numberOf(Pixel pixel)
     }
 }
 
-/* Keys of the pixels that count. A word of the mask is looked at before its bytes are; then nothing branches on a
- * pixel. */
+/* A block of keys that is not cleared: writing a fresh page costs more than sorting what is on it. */
+template <class Key>
+class Keys {
+public:
+    explicit Keys(std::size_t room) : keys_(std::make_unique_for_overwrite<Key[]>(room)) {}
+
+    Key* begin() noexcept { return keys_.get(); }
+    Key* end() noexcept { return keys_.get() + size_; }
+    const Key* begin() const noexcept { return keys_.get(); }
+    const Key* end() const noexcept { return keys_.get() + size_; }
+    std::size_t size() const noexcept { return size_; }
+    Key& operator[](std::size_t at) noexcept { return keys_[at]; }
+    Key operator[](std::size_t at) const noexcept { return keys_[at]; }
+
+    void resize(std::size_t size) noexcept { size_ = size; }
+
+private:
+    std::unique_ptr<Key[]> keys_;
+    std::size_t size_ = 0;
+};
+
+/* How many pixels are under the mask. */
+std::size_t countUnder(const PixelBlock& block)
+{
+    if (block.mask == nullptr) {
+        return static_cast<std::size_t>(block.rows * block.columns);
+    }
+    static const StatisticsLoops& loops = statisticsLoops(platform::fastestInstructionSet());
+    PixelBlock ofMask = block;
+    ofMask.pixels = reinterpret_cast<const std::byte*>(block.mask);
+    ofMask.pitch = block.maskPitch;
+    return static_cast<std::size_t>(loops.masked[EGDA_TYPE_U8](ofMask).count);
+}
+
+/* Keys of the pixels that count, in any order. Real pixels of four bytes are packed by vectors first. */
 template <class Pixel>
 auto keysOf(const PixelBlock& block)
 {
     using Number = decltype(numberOf(Pixel{}));
     using Key = typename Keyed<Number>::Key;
-    constexpr long kWord = 8;
-    const auto bound = static_cast<std::size_t>(block.rows * block.columns);
-    std::vector<Key> keys;
+    Keys<Key> keys(countUnder(block) + kPackSlack);
     std::size_t size = 0;
-    std::size_t room = 0;
+    const auto take = [&](Pixel pixel, bool isSet) {
+        const Number number = numberOf(pixel);
+        keys[size] = keyOf(number);
+        size += isSet && number == number;
+    };
+    constexpr long kPiece = 1024;
+    Pixel packed[kPiece + kPackSlack];
     for (long row = 0; row < block.rows; ++row) {
         const std::byte* const pixels = block.pixels + row * block.pitch;
         const std::uint8_t* const mask = block.mask != nullptr ? block.mask + row * block.maskPitch : nullptr;
-        for (long from = 0; from < block.columns; from += kWord) {
-            const long count = std::min(kWord, block.columns - from);
-            std::uint64_t word = ~std::uint64_t{0};
-            if (mask != nullptr) {
-                word = 0;
-                std::memcpy(&word, mask + from, static_cast<std::size_t>(count));
-            }
-            if (word == 0) {
-                continue;
-            }
-            if (size + kWord > room) {
-                room = std::min(std::max<std::size_t>(2 * room, 1024), bound + kWord);
-                keys.resize(room);
+        for (long from = 0; from < block.columns; from += kPiece) {
+            const long count = std::min(kPiece, block.columns - from);
+            const std::byte* const piece = pixels + from * static_cast<long>(sizeof(Pixel));
+            if constexpr (sizeof(Pixel) == 4) {
+                if (mask != nullptr) {
+                    const long under = packLoop()(piece, mask + from, count, packed);
+                    for (long at = 0; at < under; ++at) {
+                        take(packed[at], true);
+                    }
+                    continue;
+                }
             }
             for (long at = 0; at < count; ++at) {
                 Pixel pixel;
-                std::memcpy(&pixel, pixels + (from + at) * static_cast<long>(sizeof pixel), sizeof pixel);
-                const Number number = numberOf(pixel);
-                keys[size] = keyOf(number);
-                size += ((word >> (8 * at)) & 0xff) != 0 && number == number;
+                std::memcpy(&pixel, piece + at * static_cast<long>(sizeof pixel), sizeof pixel);
+                take(pixel, mask == nullptr || mask[from + at] != 0);
             }
         }
     }
@@ -114,7 +150,7 @@ auto keysOf(const PixelBlock& block)
 
 /* By digits from the lowest on; a digit that is the same in all keys is passed over. */
 template <class Key>
-void sortKeys(std::vector<Key>& keys)
+void sortKeys(Keys<Key>& keys)
 {
     constexpr unsigned kBits = 11;
     constexpr std::size_t kDigits = std::size_t{1} << kBits;
@@ -131,10 +167,11 @@ void sortKeys(std::vector<Key>& keys)
             ++counts[pass][digitOf(key, pass)];
         }
     }
-    std::vector<Key> other(keys.size());
+    Keys<Key> other(keys.size());
+    other.resize(keys.size());
     for (unsigned pass = 0; pass < kPasses; ++pass) {
         auto& places = counts[pass];
-        if (places[digitOf(keys.front(), pass)] == keys.size()) {
+        if (places[digitOf(keys[0], pass)] == keys.size()) {
             continue;
         }
         std::size_t below = 0;
@@ -144,12 +181,12 @@ void sortKeys(std::vector<Key>& keys)
         for (const Key key : keys) {
             other[places[digitOf(key, pass)]++] = key;
         }
-        keys.swap(other);
+        std::swap(keys, other);
     }
 }
 
 template <class Key, class Visit>
-void visitRuns(const std::vector<Key>& keys, Visit visit)
+void visitRuns(const Keys<Key>& keys, Visit visit)
 {
     for (std::size_t at = 0; at < keys.size();) {
         const std::size_t first = at;
@@ -160,17 +197,39 @@ void visitRuns(const std::vector<Key>& keys, Visit visit)
     }
 }
 
-/* Calls `use` with the sorted keys and with what makes values of them. */
+/* The key at a place of the order: the digits above tell the bucket, and the bucket is put in order. */
+template <class Key>
+Key keyAt(Keys<Key>& keys, std::size_t place)
+{
+    constexpr unsigned kShift = 8 * sizeof(Key) - 11;
+    std::array<std::size_t, 2048> counts{};
+    for (const Key key : keys) {
+        ++counts[key >> kShift];
+    }
+    std::size_t bucket = 0;
+    while (place >= counts[bucket]) {
+        place -= counts[bucket++];
+    }
+    Keys<Key> inside(counts[bucket] + 1);
+    std::size_t size = 0;
+    for (const Key key : keys) {
+        inside[size] = key;
+        size += (key >> kShift) == bucket;
+    }
+    std::nth_element(inside.begin(), inside.begin() + place, inside.begin() + size);
+    return inside[place];
+}
+
+/* Calls `use` with the keys, which are in no order, and with what makes values of them. */
 template <class Pixel, class Use>
 auto withKeys(const PixelBlock& block, Use use)
 {
     auto keys = keysOf<Pixel>(block);
-    sortKeys(keys);
     return use(keys, Keyed<decltype(numberOf(Pixel{}))>::valueOf);
 }
 
 template <class Use>
-auto withSortedKeys(const Egda_BaseData& data, const Egda_BaseData* mask, Use use)
+auto withKeysOf(const Egda_BaseData& data, const Egda_BaseData* mask, Use use)
 {
     const PixelBlock block = pixelBlock(data, mask);
     switch (data.datatype) {
@@ -201,7 +260,8 @@ auto withSortedKeys(const Egda_BaseData& data, const Egda_BaseData* mask, Use us
 
 ValueRuns valueRuns(const Egda_BaseData& data, const Egda_BaseData* mask)
 {
-    return withSortedKeys(data, mask, [](const auto& keys, auto valueOf) {
+    return withKeysOf(data, mask, [](auto& keys, auto valueOf) {
+        sortKeys(keys);
         ValueRuns runs;
         visitRuns(keys, [&](auto key, std::size_t count) {
             runs.values.push_back(valueOf(key));
@@ -211,18 +271,21 @@ ValueRuns valueRuns(const Egda_BaseData& data, const Egda_BaseData* mask)
     });
 }
 
-ValueSummary valueSummary(const Egda_BaseData& data, const Egda_BaseData* mask)
+double valueMeasure(const Egda_BaseData& data, const Egda_BaseData* mask, ValueMeasure measure)
 {
-    return withSortedKeys(data, mask, [](const auto& keys, auto valueOf) {
-        ValueSummary summary;
-        if (keys.empty()) {
-            return summary;
+    return withKeysOf(data, mask, [&](auto& keys, auto valueOf) {
+        if (keys.size() == 0) {
+            return 0.0;
         }
+        if (measure == ValueMeasure::median) {
+            return valueOf(keyAt(keys, keys.size() / 2));
+        }
+        sortKeys(keys);
         std::size_t values = 0;
         std::size_t least = std::numeric_limits<std::size_t>::max();
         std::size_t most = 0;
-        auto rarest = keys.front();
-        auto commonest = keys.front();
+        auto rarest = keys[0];
+        auto commonest = keys[0];
         visitRuns(keys, [&](auto key, std::size_t count) {
             ++values;
             rarest = count < least ? key : rarest;
@@ -230,8 +293,9 @@ ValueSummary valueSummary(const Egda_BaseData& data, const Egda_BaseData* mask)
             commonest = count > most ? key : commonest;
             most = std::max(most, count);
         });
-        summary = {static_cast<double>(values), valueOf(rarest), valueOf(commonest), valueOf(keys[keys.size() / 2])};
-        return summary;
+        return measure == ValueMeasure::diversity  ? static_cast<double>(values)
+               : measure == ValueMeasure::minority ? valueOf(rarest)
+                                                   : valueOf(commonest);
     });
 }
 

@@ -15,14 +15,10 @@ struct ValueRuns {
 
 ValueRuns valueRuns(const Egda_BaseData& data, const Egda_BaseData* mask);
 
-/* What can be told of the values in one pass; all 0 when there are none. */
-struct ValueSummary {
-    double diversity = 0;
-    double minority = 0;
-    double majority = 0;
-    double median = 0;
-};
+/* One figure of the values: how many there are, the rarest, the most frequent (of equal ones the lowest), and the one in
+ * the middle; 0 when there are none. */
+enum class ValueMeasure { diversity, minority, majority, median };
 
-ValueSummary valueSummary(const Egda_BaseData& data, const Egda_BaseData* mask);
+double valueMeasure(const Egda_BaseData& data, const Egda_BaseData* mask, ValueMeasure measure);
 
 }  // namespace emantle::tables

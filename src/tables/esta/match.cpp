@@ -1,8 +1,10 @@
 #include "tables/esta/members.h"
 #include "tables/esta/owners.h"
 
+#include <algorithm>
 #include <emantle/data/epxm/convert.h>
 #include <emantle/tables/esta/measures.h>
+#include <numeric>
 #include <vector>
 
 namespace emantle::tables {
@@ -14,14 +16,14 @@ void requireCounts(const Esta_Histogram* histogram)
     require(histogram != nullptr && histogram->datatype == EGDA_TYPE_F64 && histogram->numrows > 0, "Bad args");
 }
 
-double totalOf(const Esta_Histogram& histogram)
+/* The running counts. */
+std::vector<double> runningOf(const Esta_Histogram& histogram)
 {
-    double total = 0;
-    for (long bin = 0; bin < histogram.numrows; ++bin) {
-        total += doublesOf(histogram)[bin];
-    }
-    require(total > 0, "A histogram that counts %g pixels has no shares", total);
-    return total;
+    const double* const counts = doublesOf(histogram);
+    std::vector<double> running(counts, counts + histogram.numrows);
+    std::partial_sum(running.begin(), running.end(), running.begin());
+    require(running.back() > 0, "A histogram that counts %g pixels has no shares", running.back());
+    return running;
 }
 
 }  // namespace
@@ -34,19 +36,21 @@ EMANTLE_API Emsc_Boolean esta_FeatureHistogramMatchLUTFunc(const Esta_Histogram*
         requireCounts(source);
         requireCounts(target);
         require(lut != nullptr && isNumber(lut->datatype) && lut->numelements >= source->numrows, "Bad args");
-        const double sourceTotal = totalOf(*source);
-        const double targetTotal = totalOf(*target);
-        std::vector<double> places(static_cast<std::size_t>(source->numrows));
-        long place = 0;
-        double reached = doublesOf(*target)[0];
-        double running = 0;
-        for (long bin = 0; bin < source->numrows; ++bin) {
-            running += doublesOf(*source)[bin];
-            while (reached * sourceTotal < running * targetTotal && place + 1 < target->numrows) {
-                ++place;
-                reached += doublesOf(*target)[place];
-            }
-            places[static_cast<std::size_t>(bin)] = static_cast<double>(place);
+        std::vector<double> shares = runningOf(*source);
+        std::vector<double> reached = runningOf(*target);
+        const double sourceTotal = shares.back();
+        const double targetTotal = reached.back();
+        std::for_each(shares.begin(), shares.end(), [&](double& share) { share *= targetTotal; });
+        std::for_each(reached.begin(), reached.end(), [&](double& share) { share *= sourceTotal; });
+        /* Each step goes on in one of the two, without a branch: which one is anybody's guess. */
+        const std::size_t last = reached.size() - 1;
+        std::vector<double> places(shares.size() + 1);
+        std::size_t place = 0;
+        for (std::size_t bin = 0; bin < shares.size();) {
+            const bool isBelow = (reached[place] < shares[bin]) & (place < last);
+            places[bin] = static_cast<double>(static_cast<std::int64_t>(place));
+            place += isBelow;
+            bin += !isBelow;
         }
         return checked(scope, epxm_ConvertPixels(lut->data, lut->datatype, places.data(), EGDA_TYPE_F64,
                                                  source->numrows, scope));

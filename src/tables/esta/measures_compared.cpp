@@ -42,7 +42,7 @@ double lowerLimit(EerrException& scope, const Esta_Histogram& histogram, long bi
 }
 
 /* The member of a table: the measure of the pixels themselves. */
-template <double ValueSummary::*measure, bool isMasked>
+template <ValueMeasure measure, bool isMasked>
 Emsc_Boolean compared(const Egda_BaseData* data, const Egda_BaseData* mask, Egda_BaseData* result,
                       Eerr_ErrorReport** err)
 {
@@ -50,12 +50,12 @@ Emsc_Boolean compared(const Egda_BaseData* data, const Egda_BaseData* mask, Egda
         require(!isMasked || mask != nullptr, "NULL mask");
         requirePixels(data, isMasked ? mask : nullptr);
         requireResult(result);
-        setResult(scope, result, valueSummary(*data, isMasked ? mask : nullptr).*measure);
+        setResult(scope, result, valueMeasure(*data, isMasked ? mask : nullptr, measure));
         return 1;
     });
 }
 
-template <double ValueSummary::*measure, bool isMasked>
+template <ValueMeasure measure, bool isMasked>
 constexpr auto kCompared = forNumbers<Esta_ComparedMember>(compared<measure, isMasked>);
 
 bool hasFewValues(Egda_PixelType type) noexcept
@@ -155,7 +155,7 @@ double totalOf(const Esta_Histogram& histogram)
 
 /* One of the four functions: without a histogram of the caller's the pixels of a small region, and of every region whose
  * values are too many for a bin each, are measured themselves. */
-template <double ValueSummary::*measure, class FromHistogram>
+template <ValueMeasure measure, class FromHistogram>
 Emsc_Boolean measured(const char* function, const Egda_BaseData* data, Egda_BaseData* result,
                       Esta_Histogram* histogram, const Egda_BaseData* ignore, Eerr_ErrorReport** err,
                       FromHistogram fromHistogram)
@@ -265,7 +265,7 @@ EMANTLE_API Emsc_Boolean esta_AoiFeatDiversity(const Egda_BaseData* data, Egda_B
                                                Esta_Histogram* histogram, const Egda_BaseData* ignore,
                                                Eerr_ErrorReport** err)
 {
-    return measured<&ValueSummary::diversity>("esta_AoiFeatDiversity", data, result, histogram, ignore, err,
+    return measured<ValueMeasure::diversity>("esta_AoiFeatDiversity", data, result, histogram, ignore, err,
                                               [&](const Esta_Histogram& filled, double, EerrException& scope) {
                                                   return esta_FeatureDiversityFromHistogram(&filled, result, scope);
                                               });
@@ -275,7 +275,7 @@ EMANTLE_API Emsc_Boolean esta_AoiFeatMinority(const Egda_BaseData* data, Egda_Ba
                                               Esta_Histogram* histogram, const Egda_BaseData* ignore,
                                               Eerr_ErrorReport** err)
 {
-    return measured<&ValueSummary::minority>("esta_AoiFeatMinority", data, result, histogram, ignore, err,
+    return measured<ValueMeasure::minority>("esta_AoiFeatMinority", data, result, histogram, ignore, err,
                                              [&](const Esta_Histogram& filled, double, EerrException& scope) {
                                                  return esta_FeatureMinorityFromHistogram(&filled, result, scope);
                                              });
@@ -285,7 +285,7 @@ EMANTLE_API Emsc_Boolean esta_AoiFeatMajority(const Egda_BaseData* data, Egda_Ba
                                               Esta_Histogram* histogram, const Egda_BaseData* ignore,
                                               Eerr_ErrorReport** err)
 {
-    return measured<&ValueSummary::majority>("esta_AoiFeatMajority", data, result, histogram, ignore, err,
+    return measured<ValueMeasure::majority>("esta_AoiFeatMajority", data, result, histogram, ignore, err,
                                              [&](const Esta_Histogram& filled, double, EerrException& scope) {
                                                  return esta_FeatureMajorityFromHistogram(&filled, result, scope);
                                              });
@@ -295,7 +295,7 @@ EMANTLE_API Emsc_Boolean esta_AoiFeatMedian(const Egda_BaseData* data, Egda_Base
                                             Esta_Histogram* histogram, const Egda_BaseData* ignore,
                                             Eerr_ErrorReport** err)
 {
-    return measured<&ValueSummary::median>("esta_AoiFeatMedian", data, result, histogram, ignore, err,
+    return measured<ValueMeasure::median>("esta_AoiFeatMedian", data, result, histogram, ignore, err,
                                            [&](const Esta_Histogram& filled, double total, EerrException& scope) {
                                                return esta_FeatureMedianFromHistogram(&filled, std::trunc(total / 2),
                                                                                       result, scope);
@@ -305,11 +305,11 @@ EMANTLE_API Emsc_Boolean esta_AoiFeatMedian(const Egda_BaseData* data, Egda_Base
 #define EMANTLE_COMPARED(name, measure)                                                                \
     EMANTLE_API const Esta_ComparedMember* emsc_AddressOf_esta_FeatureBaseDataCompared##name(void)     \
     {                                                                                                  \
-        return kCompared<&ValueSummary::measure, false>.data();                                        \
+        return kCompared<ValueMeasure::measure, false>.data();                                        \
     }                                                                                                  \
     EMANTLE_API const Esta_ComparedMember* emsc_AddressOf_esta_AoiFeatBaseDataCompared##name(void)     \
     {                                                                                                  \
-        return kCompared<&ValueSummary::measure, true>.data();                                         \
+        return kCompared<ValueMeasure::measure, true>.data();                                         \
     }
 EMANTLE_COMPARED(Diversity, diversity)
 EMANTLE_COMPARED(Minority, minority)

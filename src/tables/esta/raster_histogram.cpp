@@ -237,9 +237,7 @@ void addWords(Esta_Histogram& histogram, const Rows& rows, const PixelBlock& blo
             return;
         }
         low = static_cast<long>(sums.least);
-        cells = static_cast<long>(std::max(sums.greatest, sums.least)) - low + 1;
-        /* The greatest value is told from 0 on only. */
-        cells = low < 0 ? std::max(cells, 1 - low) : cells;
+        cells = static_cast<long>(sums.greatest) - low + 1;
     }
     if (cells > kCellsPerPixel * pixels) {
         addWidened(histogram, rows, block, type, lowest);

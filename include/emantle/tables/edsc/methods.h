@@ -11,7 +11,9 @@
  *  4. A format without InstanceIsThreadsafe, or whose answer is 0, is only called inside the unsafe section.
  *  5. Lists of names are heap arrays of heap texts, the caller's.
  *  6. Column data are packed elements in host form: int32_t, double, two doubles, or `char*` to heap texts of which the
- *     buffer owns each. */
+ *     buffer owns each.
+ *  7. A format may have two more entry points, ColumnFieldsRead and ColumnFieldsWrite, with the arguments of
+ *     ColumnDataRead and ColumnDataWrite: they move the rows of a text column as fields of its width. */
 
 /* The column types, whose names are "integer", "real", "complex" and "string". */
 enum { EDSC_COLUMN_INTEGER = 0, EDSC_COLUMN_REAL = 1, EDSC_COLUMN_COMPLEX = 2, EDSC_COLUMN_STRING = 3 };

@@ -150,3 +150,35 @@ EMANTLE_API int32_t edsc_HFAColumnDataWrite(void* handle, int32_t startRow, int3
         return 0;
     });
 }
+
+namespace emantle::tables {
+
+/* The elements as they lie in the file, of any type. */
+std::int32_t edsc_HFAColumnFieldsRead(void* handle, std::int32_t startRow, std::int32_t numRows, void* fields,
+                                      Eerr_ErrorReport** err)
+{
+    return guarded<std::int32_t>(err, "edsc_HFAColumnFieldsRead", -1, [&](EerrException& scope) {
+        OpenHFAColumn& column = columnOf(handle);
+        const Run run = runOf(column, startRow, numRows);
+        if (run.size > 0) {
+            checked(scope, ehfa_FileMIFDataRead(column.table->file, run.position, run.size, fields, scope));
+        }
+        return 0;
+    });
+}
+
+std::int32_t edsc_HFAColumnFieldsWrite(void* handle, std::int32_t startRow, std::int32_t numRows, const void* fields,
+                                       Eerr_ErrorReport** err)
+{
+    return guarded<std::int32_t>(err, "edsc_HFAColumnFieldsWrite", -1, [&](EerrException& scope) {
+        OpenHFAColumn& column = columnOf(handle);
+        const Run run = runOf(column, startRow, numRows);
+        stamp(scope, column);
+        if (run.size > 0) {
+            checked(scope, ehfa_FileMIFDataWrite(column.table->file, run.position, run.size, fields, scope));
+        }
+        return 0;
+    });
+}
+
+}  // namespace emantle::tables
