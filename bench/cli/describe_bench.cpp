@@ -2,6 +2,9 @@
  *  1. A layer of 10,000 x 10,000 bytes in the page cache: the decoder reading it all, the accumulation of what it read,
  *     and the tool from start to exit. The ratio printed last is the tool's time to the sum of the other two.
  *  2. An image of 30,000 x 30,000 bytes: the peak resident memory of the tool.
+ *  3. Six layers of 4096 x 4096 bytes with their covariance: the tool from start to exit, and a NumPy script that computes
+ *     the same figures of the same pixels from a raw file, without what starting Python costs. The script also holds the
+ *     figures of the tool against its own.
  * The images are made in the folder for temporary files (EMANTLE_BENCH_IMAGES names another) and removed. */
 
 #include <emantle/tables/esta.h>
@@ -145,6 +148,92 @@ void describeAgainstItsParts(benchmark::State& state)
     state.counters["ratio"] = whole / (read + taken);
 }
 BENCHMARK(describeAgainstItsParts)->UseManualTime()->Iterations(7)->Unit(benchmark::kMillisecond);
+
+#ifdef EMANTLE_BENCH_PYTHON
+constexpr std::uint32_t kSceneSide = 4096;
+constexpr std::uint16_t kSceneLayers = 6;
+
+/* The same planes twice: as an image, and bare. */
+struct Scene {
+    Scene() : image(pathOf("_scene.tif")), raw(pathOf("_scene.raw")), figures(pathOf("_scene.json"))
+    {
+        TIFF* file = TIFFOpen(image.c_str(), "w");
+        TIFFSetField(file, TIFFTAG_IMAGEWIDTH, kSceneSide);
+        TIFFSetField(file, TIFFTAG_IMAGELENGTH, kSceneSide);
+        TIFFSetField(file, TIFFTAG_SAMPLESPERPIXEL, kSceneLayers);
+        TIFFSetField(file, TIFFTAG_BITSPERSAMPLE, 8);
+        TIFFSetField(file, TIFFTAG_ROWSPERSTRIP, kStripRows);
+        TIFFSetField(file, TIFFTAG_PLANARCONFIG, PLANARCONFIG_SEPARATE);
+        TIFFSetField(file, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+        std::FILE* bare = std::fopen(raw.c_str(), "wb");
+        std::mt19937 random(7);
+        std::vector<std::uint8_t> strip(static_cast<std::size_t>(kStripRows) * kSceneSide);
+        for (std::uint32_t i = 0; i < kSceneLayers * kSceneSide / kStripRows; ++i) {
+            for (std::uint8_t& pixel : strip) {
+                pixel = static_cast<std::uint8_t>((random() % 100) + (random() % 100));
+            }
+            TIFFWriteEncodedStrip(file, i, strip.data(), static_cast<tmsize_t>(strip.size()));
+            std::fwrite(strip.data(), 1, strip.size(), bare);
+        }
+        std::fclose(bare);
+        TIFFClose(file);
+    }
+    ~Scene()
+    {
+        for (const std::string& path : {image, raw, figures}) {
+            std::filesystem::remove(path);
+        }
+    }
+
+    std::string image;
+    std::string raw;
+    std::string figures;
+};
+
+/* Seconds that the script says it took; below 0 where NumPy is missing. */
+double numpyDescribes(const Scene& scene)
+{
+    for (const std::string python : {EMANTLE_BENCH_PYTHON, "/usr/bin/python3"}) {
+        const std::string command = "OMP_NUM_THREADS=1 OPENBLAS_NUM_THREADS=1 " + python + " " EMANTLE_BENCH_FOLDER
+                                    "/cli/describe_numpy.py " + scene.raw + " " + scene.figures + " 2>/dev/null";
+        std::FILE* pipe = popen(command.c_str(), "r");
+        double seconds = -1;
+        const bool told = pipe != nullptr && std::fscanf(pipe, "%lf", &seconds) == 1;
+        if (pipe != nullptr && pclose(pipe) == 0 && told) {
+            return seconds;
+        }
+    }
+    return -1;
+}
+
+void describeAgainstNumPy(benchmark::State& state)
+{
+    const Scene scene;
+    const std::string command = EMANTLE_TOOL " describe --json " + scene.image + " > " + scene.figures;
+    double whole = 1e9;
+    double numpy = 1e9;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        if (std::system(command.c_str()) != 0) {
+            state.SkipWithError("the tool failed");
+            return;
+        }
+        const double seconds = secondsSince(start);
+        whole = std::min(whole, seconds);
+        state.SetIterationTime(seconds);
+        const double script = numpyDescribes(scene);
+        if (script < 0) {
+            state.SkipWithError("NumPy is missing, or its figures are others");
+            return;
+        }
+        numpy = std::min(numpy, script);
+    }
+    state.counters["describe_ms"] = 1000 * whole;
+    state.counters["numpy_ms"] = 1000 * numpy;
+    state.counters["times_ahead"] = numpy / whole;
+}
+BENCHMARK(describeAgainstNumPy)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
+#endif
 
 void memoryOfLargeImage(benchmark::State& state)
 {

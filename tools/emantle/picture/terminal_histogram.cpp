@@ -148,9 +148,11 @@ private:
     {
         const std::string label = std::string(name) + " " + labelText(value);
         const std::size_t column = gutter_ + 1 + (std::isfinite(value) ? barOf(value) : 0) * perBar_ + (perBar_ - 1) / 2;
-        if (!std::isfinite(value)) {
-            out << std::string(gutter_ + 1, ' ') << label << '\n';
-        } else if (column + 2 + label.size() <= room_ || column < label.size() + 1) {
+        const bool fitsAfter = column + 2 + label.size() <= room_;
+        const bool fitsBefore = column >= label.size() + 1;
+        if (!std::isfinite(value) || (!fitsAfter && !fitsBefore)) {
+            out << label << '\n';
+        } else if (fitsAfter) {
             out << std::string(column, ' ') << "▲ " << label << '\n';
         } else {
             out << std::string(column - label.size() - 1, ' ') << label << " ▲\n";

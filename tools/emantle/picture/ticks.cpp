@@ -69,7 +69,7 @@ std::vector<Tick> roundTicks(double low, double high, std::size_t most)
         }
     }
     if (ticks.empty()) {
-        ticks = {{low, formatted("%.*g", 15, low)}, {high, formatted("%.*g", 15, high)}};
+        ticks = {{low, formatted("%.*g", 17, low)}, {high, formatted("%.*g", 17, high)}};
     }
     return ticks;
 }
