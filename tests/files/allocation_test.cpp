@@ -89,13 +89,15 @@ Ending searched(const std::string& path, const char* name, Err err)
     return !right ? Ending::wrong : doneIf(foundIt, true);
 }
 
-}  // namespace
+} // namespace
 
 TEST_F(Allocation, Names)
 {
     starve({
         {"efnp_FileNodeListGet", true,
-         [](Err err) { return endingOf(efnp_FileNodeListGet(list, EFNP_ITEM, 0, 1, err), "a file of a name.img(Title:Layer_2)"); }},
+         [](Err err) {
+             return endingOf(efnp_FileNodeListGet(list, EFNP_ITEM, 0, 1, err), "a file of a name.img(Title:Layer_2)");
+         }},
         {"efnp_FileNodeListSet", true,
          [](Err err) {
              return endingOf(efnp_FileNodeListSet(list, ":another layer", EFNP_FULL_NODE_PATH, 0, 0, err),
@@ -114,16 +116,24 @@ TEST_F(Allocation, Names)
                              "/a directory/a file.img(Title:node:of a tree)");
          }},
         {"efnp_NodePathSet", true,
-         [](Err err) { return endingOf(efnp_NodePathSet(":the first node:b", "another node", EFNP_NODE, 1, err), ":the first node:another node"); }},
+         [](Err err) {
+             return endingOf(efnp_NodePathSet(":the first node:b", "another node", EFNP_NODE, 1, err),
+                             ":the first node:another node");
+         }},
         {"efnp_NodeNameParse", true,
          [](Err err) {
              const Owned<Efnp_NodeName, efnp_FreeNodeName> name(efnp_NodeNameParse(":the first node:b", err));
              return doneIf(name != nullptr, name != nullptr && std::strcmp(name->name, "b") == 0);
          }},
         {"efnp_FileNameSet", true,
-         [](Err err) { return endingOf(efnp_FileNameSet("/a directory/b.img", "another name", EFNP_BASE, -1, err), "/a directory/another name.img"); }},
+         [](Err err) {
+             return endingOf(efnp_FileNameSet("/a directory/b.img", "another name", EFNP_BASE, -1, err),
+                             "/a directory/another name.img");
+         }},
         {"efnp_FileNameEvaluateEnv", true,
-         [](Err err) { return endingOf(efnp_FileNameEvaluateEnv("/a directory/$NOT_SET/b.img", err), "/a directory//b.img"); }},
+         [](Err err) {
+             return endingOf(efnp_FileNameEvaluateEnv("/a directory/$NOT_SET/b.img", err), "/a directory//b.img");
+         }},
     });
 }
 
@@ -158,7 +168,8 @@ TEST_F(Allocation, Files)
         {"efio_TempName", true,
          [&](Err err) {
              char* name = efio_TempName(directory.c_str(), "prefix", err);
-             const Ending ending = doneIf(name != nullptr, name != nullptr && std::strlen(name) == directory.size() + 13);
+             const Ending ending =
+                 doneIf(name != nullptr, name != nullptr && std::strlen(name) == directory.size() + 13);
              emsc_HeapFree(name);
              return ending;
          }},
@@ -173,14 +184,18 @@ TEST_F(Allocation, Files)
         {"efio_Which", true, [&](Err err) { return searched(lists, "a file of a long name", err); }},
         {"efio_FindFilesInPath", true,
          [&](Err err) {
-             return found([&](Estr_StringList** result, Err own) {
-                 *result = efio_FindFilesInPath(directory.c_str(), "*long*", own);
-                 return *own == nullptr ? 0 : -1;
-             }, err);
+             return found(
+                 [&](Estr_StringList** result, Err own) {
+                     *result = efio_FindFilesInPath(directory.c_str(), "*long*", own);
+                     return *own == nullptr ? 0 : -1;
+                 },
+                 err);
          }},
         {"efio_DirectoryScanRecursive", true,
          [&](Err err) {
-             return found([&](Estr_StringList** result, Err own) { return efio_DirectoryScanRecursive(pattern.c_str(), result, own); }, err);
+             return found([&](Estr_StringList** result,
+                              Err own) { return efio_DirectoryScanRecursive(pattern.c_str(), result, own); },
+                          err);
          }},
         {"efio_FileNameVerify", true, [&](Err err) { return endingOf(efio_FileNameVerify(file.c_str(), err), file); }},
         {"efio::MonitorDirectory", false,

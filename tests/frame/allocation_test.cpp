@@ -15,7 +15,8 @@
 using emantle::HeapPtr;
 using emantle::Owned;
 
-/* Every family but ellm, which allocates nothing. A text made has more than the 15 bytes that a string keeps in itself. */
+/* Every family but ellm, which allocates nothing. A text made has more than the 15 bytes that a string keeps in itself.
+ */
 
 namespace {
 
@@ -34,10 +35,9 @@ using ::endingOf;
 Ending endingOf(Estr_StringList* made, std::initializer_list<std::string_view> expected)
 {
     const List list(made);
-    return made == nullptr ? Ending::failed
-           : std::equal(made->strings, made->strings + made->count, expected.begin(), expected.end())
-               ? Ending::right
-               : Ending::wrong;
+    return made == nullptr                                                                            ? Ending::failed
+           : std::equal(made->strings, made->strings + made->count, expected.begin(), expected.end()) ? Ending::right
+                                                                                                      : Ending::wrong;
 }
 
 Ending append(Err err)
@@ -243,12 +243,16 @@ TEST(Allocation, Strings)
              return endingOf(longer, "aa text of more than fifteen bytes");
          }},
         {"estr_Sprintf", true, [](Err err) { return endingOf(estr_Sprintf(nullptr, "%s", err, text), text); }},
-        {"estr_QuoteString", true, [](Err err) { return endingOf(estr_QuoteString("a \"b\" of a text", 1, err), "\"a \\\"b\\\" of a text\""); }},
+        {"estr_QuoteString", true,
+         [](Err err) { return endingOf(estr_QuoteString("a \"b\" of a text", 1, err), "\"a \\\"b\\\" of a text\""); }},
         {"estr_AddCR", true, [](Err err) { return endingOf(estr_AddCR("a\nb", err), "a\r\nb"); }},
         {"estr_GetSubString", true, [](Err err) { return endingOf(estr_GetSubString(text, 2, 99, err), text + 2); }},
         {"estr_StringListAppend", true, append},
         {"estr_StringListCopy", true,
-         [](Err err) { return endingOf(estr_StringListQuotedCopy(list.get(), nullptr, err), {"\"a text of more than fifteen bytes\"", "\"b\""}); }},
+         [](Err err) {
+             return endingOf(estr_StringListQuotedCopy(list.get(), nullptr, err),
+                             {"\"a text of more than fifteen bytes\"", "\"b\""});
+         }},
         {"estr_StringListQuote", true,
          [](Err err) {
              List copy(estr_StringListCopy(list.get(), nullptr, err));
@@ -259,10 +263,18 @@ TEST(Allocation, Strings)
              const bool right = std::strcmp(copy->strings[1], quoted ? "'b'" : "b") == 0;
              return !right ? Ending::wrong : quoted ? Ending::right : Ending::failed;
          }},
-        {"estr_LongToStringList", true, [](Err err) { return endingOf(estr_LongToStringList(2, numbers, err), {"1", "-2"}); }},
-        {"estr_SplitString", false, [](Err) { return endingOf(estr_SplitString("a text that is long,b", ","), {"a text that is long", "b"}); }},
+        {"estr_LongToStringList", true,
+         [](Err err) {
+             return endingOf(estr_LongToStringList(2, numbers, err), {"1", "-2"});
+         }},
+        {"estr_SplitString", false,
+         [](Err) {
+             return endingOf(estr_SplitString("a text that is long,b", ","), {"a text that is long", "b"});
+         }},
         {"estr_StringListToDelimString", false,
-         [](Err) { return endingOf(estr_StringListToDelimString(list.get(), ", "), "a text of more than fifteen bytes, b"); }},
+         [](Err) {
+             return endingOf(estr_StringListToDelimString(list.get(), ", "), "a text of more than fifteen bytes, b");
+         }},
         {"estr_StringListA2U", true,
          [](Err err) {
              Estr_StringListU* wide = estr_StringListA2U(list.get(), err);
@@ -277,7 +289,8 @@ TEST(Allocation, Strings)
         {"estr_EncodeUnicode", false,
          [](Err) {
              const Wide wide(estr_DecodeUnicode("a \\u00E4 of many characters"));
-             return wide == nullptr ? Ending::failed : endingOf(estr_EncodeUnicode(wide.get()), "a \\u00E4 of many characters");
+             return wide == nullptr ? Ending::failed
+                                    : endingOf(estr_EncodeUnicode(wide.get()), "a \\u00E4 of many characters");
          }},
         {"estr_StringToIntList", true,
          [](Err err) {
@@ -292,19 +305,25 @@ TEST(Allocation, Strings)
              const double value = estr_EvaluateString("max(1, 2^3) * sqrt(4)", err);
              return doneIf(value == value, value == 16);
          }},
-        {"estr_ArgsGet", true, [](Err err) { return endingOf(estr_ArgsGet("'one argument of blanks' two", err), {"one argument of blanks", "two"}); }},
+        {"estr_ArgsGet", true,
+         [](Err err) {
+             return endingOf(estr_ArgsGet("'one argument of blanks' two", err), {"one argument of blanks", "two"});
+         }},
         {"estr_XLFormatCreate", true,
          [](Err err) {
-             const Owned<Estr_XLFormat, estr_XLFormatFree> made(estr_XLFormatCreate("0.00;\"a literal of many bytes\"", err));
+             const Owned<Estr_XLFormat, estr_XLFormatFree> made(
+                 estr_XLFormatCreate("0.00;\"a literal of many bytes\"", err));
              return doneIf(made != nullptr, true);
          }},
         {"estr_XLFormatPrintNumberGroup", true,
          [](Err err) {
-             return endingOf(estr_XLFormatPrintNumberGroup(format.get(), 2, reals, err), {"0.50 of a unit", "-1,234.50 of a unit"});
+             return endingOf(estr_XLFormatPrintNumberGroup(format.get(), 2, reals, err),
+                             {"0.50 of a unit", "-1,234.50 of a unit"});
          }},
         {"estr_StringExpand", true,
          [](Err err) {
-             return endingOf(estr_StringExpand("$ALLOCATION_TEST/x", err), "$ALLOCATION_TEST_2/of a path that is long/x");
+             return endingOf(estr_StringExpand("$ALLOCATION_TEST/x", err),
+                             "$ALLOCATION_TEST_2/of a path that is long/x");
          }},
         {"estr_PathExpand", false,
          [](Err) { return expandedPath("${ALLOCATION_TEST}//x", "the first directory/of a path that is long/x"); }},

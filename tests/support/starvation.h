@@ -28,7 +28,7 @@ struct Starved {
     std::function<Ending(Eerr_ErrorReport** err)> call;
 };
 
-/* Makes each call, which gives back all that it makes, with its n-th allocation failing, for all n: of the library's heap and of
- * operator new, once and from then on. It must fail and report it (a single failure may also pass without effect), and in
- * the end everything must have been given back. */
+/* Makes each call, which gives back all that it makes, with its n-th allocation failing, for all n: of the library's heap
+ * and of operator new, once and from then on. It must fail and report it (a single failure may also pass without effect),
+ * and in the end everything must have been given back. */
 void starve(const std::vector<Starved>& calls);

@@ -19,8 +19,8 @@ struct HashOptions {
 
 /* A chained hash table.
  *  1. A bucket leads to a chain of nodes, and by the default function to two, chosen by a further bit of the hash: what a
- *     search costs is the nodes it meets, each a place in memory that is far away. A node holds its key, the hash of it and the data, so that a search meets one
- *     place in memory a node, and doubling the table reads no key. Nodes do not move.
+ *     search costs is the nodes it meets, each a place in memory that is far away. A node holds its key, the hash of it and
+ *     the data, so that a search meets one place in memory a node, and doubling the table reads no key. Nodes do not move.
  *  2. A key has a slot, a number from 0 that is reused, by which tables are walked and the order of writes is kept. */
 class HashTable {
 public:
