@@ -1,5 +1,5 @@
-/* What surrounds the statistics of a layer: merging, measures of regions, matching and equalisation, and the columns of a
- * table, each against its peer in the same run. The table at the end is the result. */
+/* What surrounds the statistics of a layer: merging, measures of regions, matching and equalisation, and the columns of
+ * a table, each against its peer in the same run. The table at the end is the result. */
 
 #include <emantle/frame/eint.h>
 #include <emantle/store/ehfa.h>

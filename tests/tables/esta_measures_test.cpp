@@ -82,7 +82,8 @@ Picture few(Egda_PixelType type, long rows, long columns, unsigned seed)
     std::mt19937 random(seed);
     for (long row = 0; row < rows; ++row) {
         for (long column = 0; column < columns; ++column) {
-            const double value = static_cast<double>(random() % 23) - (type == EGDA_TYPE_S8 || type > EGDA_TYPE_U32 ? 11 : 0);
+            const double value =
+                static_cast<double>(random() % 23) - (type == EGDA_TYPE_S8 || type > EGDA_TYPE_U32 ? 11 : 0);
             void* pixel = static_cast<char*>(picture.get()->firstelement) + row * picture.get()->pitch +
                           column * picture.get()->numbytes;
             Report report;
@@ -96,7 +97,8 @@ class Measures : public testing::TestWithParam<Egda_PixelType> {};
 
 TEST_P(Measures, AgreeWithOnePixelAtATime)
 {
-    for (const auto& [rows, columns] : {std::pair(1L, 1L), std::pair(7L, 13L), std::pair(40L, 67L), std::pair(90L, 130L)}) {
+    for (const auto& [rows, columns] :
+         {std::pair(1L, 1L), std::pair(7L, 13L), std::pair(40L, 67L), std::pair(90L, 130L)}) {
         const Picture picture(GetParam(), rows, columns, static_cast<unsigned>(rows));
         const Picture mask = maskFor(picture, 5);
         const double one = picture.value(0, 0);
@@ -106,7 +108,8 @@ TEST_P(Measures, AgreeWithOnePixelAtATime)
                 const Picture* const under = isMasked ? &mask : nullptr;
                 const Egda_BaseData* const set = isMasked ? mask.get() : nullptr;
                 const Egda_BaseData* const out = isIgnoring && GetParam() < EGDA_TYPE_C64 ? ignore.get() : nullptr;
-                const auto values = valuesUnder(picture, under, out != nullptr ? std::vector{one} : std::vector<double>());
+                const auto values =
+                    valuesUnder(picture, under, out != nullptr ? std::vector{one} : std::vector<double>());
                 const double sum = std::accumulate(values.begin(), values.end(), 0.0);
                 double total = 1000;
                 ASSERT_TRUE(esta_AoiFeatTotal(picture.get(), set, out, &total, nullptr));
@@ -140,7 +143,8 @@ TEST_P(Measures, AgreeWithOnePixelAtATime)
 TEST_P(Measures, OfPixelsAndOfTheirHistogramAreTheSame)
 {
     const auto type = static_cast<std::size_t>(GetParam());
-    for (const auto& [rows, columns] : {std::pair(1L, 1L), std::pair(9L, 11L), std::pair(10L, 10L), std::pair(150L, 70L)}) {
+    for (const auto& [rows, columns] :
+         {std::pair(1L, 1L), std::pair(9L, 11L), std::pair(10L, 10L), std::pair(150L, 70L)}) {
         for (const bool hasFew : {true, false}) {
             const Picture picture = hasFew ? few(GetParam(), rows, columns, 3) : Picture(GetParam(), rows, columns, 4);
             const double middle = picture.value(rows / 2, columns / 2);
@@ -251,11 +255,13 @@ TEST(IgnoredValues, ClearTheMaskForOneRectangleAndForAStack)
     second.at<std::int16_t>(1, 2) = 7;
     Picture mask(EGDA_TYPE_U8, 2, 3, 3);
     mask.fill<std::uint8_t>(9);
-    ASSERT_TRUE(emsc_AddressOf_esta_AoiFeatIgnoredValueToMaskThrPixelRect()[EGDA_TYPE_U8](first.get(), 7, mask.get(), nullptr));
+    ASSERT_TRUE(
+        emsc_AddressOf_esta_AoiFeatIgnoredValueToMaskThrPixelRect()[EGDA_TYPE_U8](first.get(), 7, mask.get(), nullptr));
     EXPECT_EQ(mask.at<std::uint8_t>(0, 1), 0);
     EXPECT_EQ(mask.at<std::uint8_t>(1, 2), 9);
     Layers layers({first.get(), second.get()});
-    ASSERT_TRUE(emsc_AddressOf_esta_AoiFeatIgnoredValueToMaskThrStack()[EGDA_TYPE_U8](&layers.stack, 7, mask.get(), nullptr));
+    ASSERT_TRUE(
+        emsc_AddressOf_esta_AoiFeatIgnoredValueToMaskThrStack()[EGDA_TYPE_U8](&layers.stack, 7, mask.get(), nullptr));
     EXPECT_EQ(mask.at<std::uint8_t>(1, 2), 0);
     EXPECT_EQ(mask.at<std::uint8_t>(0, 0), 9);
 }

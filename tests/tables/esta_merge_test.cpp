@@ -268,14 +268,14 @@ TEST_F(MergeStore, AStateGoesThroughAStore)
     void* object = nullptr;
     const Emif_Design* design = nullptr;
     ASSERT_TRUE(esta_AllStatsStackConvertToMIF(stack.get(), &object, &design, expected()));
-    ASSERT_TRUE(ehfa_ObjectWrite(file_, ":", "Part", ESTA_ALL_STATS_STACK_STATE, EHFA_WRITE_LAST_CHILD, object, design,
+    ASSERT_TRUE(ehfa_ObjectWrite(file_, ":", "West", ESTA_ALL_STATS_STACK_STATE, EHFA_WRITE_LAST_CHILD, object, design,
                                  expected()));
     emif_ObjectFree(&object, design, nullptr);
     close();
     open();
     Emif_Design* own = esta_AllStatsStackStateDesignFetch(expected());
     object = emif_ObjectAllocate(own, expected());
-    ASSERT_NE(ehfa_ObjectRead(file_, ":", "Part", EHFA_SEEK_CHILD_NAME, object, own, expected()), nullptr);
+    ASSERT_NE(ehfa_ObjectRead(file_, ":", "West", EHFA_SEEK_CHILD_NAME, object, own, expected()), nullptr);
     const AllStatsStack read(esta_AllStatsStackConvertFromMIF(object, own, expected()));
     emif_ObjectFree(&object, own, nullptr);
     emif_DesignDestroy(own);
@@ -285,6 +285,23 @@ TEST_F(MergeStore, AStateGoesThroughAStore)
     EXPECT_EQ(read->skipFactorX, 2);
     EXPECT_EQ(rowsOf(read->covariance), rowsOf(stack->covariance));
     EXPECT_EQ(rowsOf(read->allStats[2]->histogram), rowsOf(stack->allStats[2]->histogram));
+}
+
+TEST(State, KeepsTheValuesOfAThousandLayersAtMost)
+{
+    const AllStatsStack stack(esta_AllStatsStackCreate(1025, 0, nullptr, nullptr));
+    for (int layer = 0; layer < 1025; ++layer) {
+        esta_AllStatsUVHistogramBegin(stack->allStats[layer], 10, EGDA_TYPE_U8, nullptr);
+    }
+    void* object = nullptr;
+    const Emif_Design* design = nullptr;
+    Report report;
+    EXPECT_FALSE(esta_AllStatsStackConvertToMIF(stack.get(), &object, &design, report));
+    EXPECT_EQ(rootCause(report),
+              "The state of an accumulation keeps the values of 1025 layers; at most 1024 can be kept");
+    eahg_HistogramDestroy(&stack->allStats[0]->uvHistogram, nullptr);
+    EXPECT_TRUE(esta_AllStatsStackConvertToMIF(stack.get(), &object, &design, report));
+    emif_ObjectFree(&object, design, nullptr);
 }
 
 void finish(Esta_AllStatsStack* stack)

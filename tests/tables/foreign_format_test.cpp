@@ -222,7 +222,8 @@ TEST_F(ForeignFormat, MayReturnGarbage)
         Call call;
         const char* cause;
     } cases[] = {
-        {"create: no handle", [&](auto*, auto err) { return create(3, nullptr, err) != nullptr; }, "Table T does not exist"},
+        {"create: no handle", [&](auto*, auto err) { return create(3, nullptr, err) != nullptr; },
+         "Table T does not exist"},
         {"open: throws", [&](auto*, auto err) { return open(err) != nullptr; }, "the format is broken"},
         {"open: negative", [&](auto*, auto err) { return open(err) != nullptr; }, "TableOpen failed"},
         {"rows: negative", rowCount, "TableRowCountGet failed"},

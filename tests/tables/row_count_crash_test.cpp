@@ -32,8 +32,8 @@ protected:
     void build()
     {
         create();
-        const Own<Edsc_TableInstance> made(
-            edsc_TableCreate(file_, ":", "Table", EHFA_WRITE_LAST_CHILD, kRows, direct(0, 1).get(), expected(), nullptr));
+        const Own<Edsc_TableInstance> made(edsc_TableCreate(file_, ":", "Table", EHFA_WRITE_LAST_CHILD, kRows,
+                                                            direct(0, 1).get(), expected(), nullptr));
         for (int at = 0; at < 3; ++at) {
             const Own<Edsc_ColumnInstance> column(
                 edsc_ColumnCreate(made.get(), kNames[at], EDSC_COLUMN_REAL, expected(), nullptr));

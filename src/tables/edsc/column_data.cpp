@@ -216,7 +216,8 @@ EMANTLE_API Emsc_Boolean edsc_ColumnReadOld(Edsc_ColumnInstance* column, int32_t
         }
         if (FieldsRead* const readFields = shared(methods).ColumnFieldsRead; readFields != nullptr) {
             if (numRows > 0) {
-                callFormat(scope, methods, "ColumnDataRead failed", readFields, column->handle, startRow, numRows, data);
+                callFormat(scope, methods, "ColumnDataRead failed", readFields, column->handle, startRow, numRows,
+                           data);
             }
             return 1;
         }

@@ -15,8 +15,8 @@ struct Farthest {
     double distance = 0;
 };
 
-/* The first of the outputs strictly between the ends that are furthest from the line through them. Nothing lies beside a
- * level line, so there an output counts as 1 to the side of itself: its distance comes out as 1. */
+/* The first of the outputs strictly between the ends that are furthest from the line through them. Nothing lies beside
+ * a level line, so there an output counts as 1 to the side of itself: its distance comes out as 1. */
 Farthest farthestOf(const Ehst_BreakPoint& from, const Ehst_BreakPoint& to, std::span<const std::int32_t> table)
 {
     const double slope = (static_cast<double>(to.output) - from.output) / (static_cast<double>(to.input) - from.input);

@@ -62,7 +62,8 @@ Emsc_Boolean clearValueOfRectangle(const Egda_BaseData* data, double value, Egda
                                    Eerr_ErrorReport** err)
 {
     return guarded<Emsc_Boolean>(err, "esta_AoiFeatIgnoredValueToMaskThrPixelRect", 0, [&](EerrException& scope) {
-        const DataPtr values(checked(scope, egda_BaseDataCreate(1, 1, EGDA_TYPE_F64, EGDA_TABLE_OBJECT, &value, scope)));
+        const DataPtr values(
+            checked(scope, egda_BaseDataCreate(1, 1, EGDA_TYPE_F64, EGDA_TABLE_OBJECT, &value, scope)));
         return checked(scope, esta_FeatureIgnoredValuesToMask(data, values.get(), mask, scope));
     });
 }

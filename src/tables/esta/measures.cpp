@@ -5,7 +5,7 @@
 #include <emantle/tables/esta/measures.h>
 #include <limits>
 
-/* Total, deviation and extremes. The members do not differ by type: the loops below them are chosen by the data's own. */
+/* Total, deviation and extremes. The members do not differ by type: the loops below them are chosen by the data's. */
 
 namespace emantle::tables {
 

@@ -63,7 +63,7 @@ bool hasFewValues(Egda_PixelType type) noexcept
     return egda_NumBytePerPixelFromType(type) <= 2;
 }
 
-/* The first value that a pixel of one or two bytes can have, and how many there are; those of U1, U2 and U4 are bytes. */
+/* The first value that a pixel of one or two bytes can have, and how many there are; U1, U2 and U4 are bytes. */
 struct ValueRange {
     double first;
     std::uint32_t count;
@@ -153,8 +153,8 @@ double totalOf(const Esta_Histogram& histogram)
     return total;
 }
 
-/* One of the four functions: without a histogram of the caller's the pixels of a small region, and of every region whose
- * values are too many for a bin each, are measured themselves. */
+/* One of the four functions: without a histogram of the caller's the pixels of a small region, and of every region
+ * whose values are too many for a bin each, are measured themselves. */
 template <ValueMeasure measure, class FromHistogram>
 Emsc_Boolean measured(const char* function, const Egda_BaseData* data, Egda_BaseData* result,
                       Esta_Histogram* histogram, const Egda_BaseData* ignore, Eerr_ErrorReport** err,

@@ -123,6 +123,15 @@ bool isCovariance(const StackState& state)
            state.covariance->data != nullptr;
 }
 
+/* A live table of values costs up to 256 KiB whatever it holds: a small file must not claim any number of them. */
+constexpr long kMostKept = 1024;
+
+void requireKept(long kept)
+{
+    require(kept <= kMostKept, "The state of an accumulation keeps the values of %ld layers; at most %ld can be kept",
+            kept, kMostKept);
+}
+
 void requireStack(const StackState& state)
 {
     require(state.layers.count > 0 && state.layers.count <= std::numeric_limits<std::int16_t>::max() &&
@@ -134,6 +143,8 @@ void requireStack(const StackState& state)
     const Egda_BaseData* excluded = state.excludedValues;
     require(excluded == nullptr || (isNumber(excluded->datatype) && excluded->data != nullptr),
             "The state of an accumulation has no numbers as excluded values");
+    requireKept(std::count_if(state.layers.layers, state.layers.layers + state.layers.count,
+                              [](const LayerState& layer) { return layer.uniqueType >= 0; }));
 }
 
 /* The buckets of a hash table are paid for by the values that are there, not by the limit that the state claims. */
@@ -217,6 +228,9 @@ EMANTLE_API Emsc_Boolean esta_AllStatsStackConvertToMIF(const Esta_AllStatsStack
         require(stack != nullptr && object != nullptr && design != nullptr, "Bad args");
         *object = nullptr;
         *design = nullptr;
+        requireKept(std::count_if(stack->allStats, stack->allStats + stack->numLayers, [](const Esta_AllStats* layer) {
+            return layer != nullptr && layer->uvHistogram != nullptr;
+        }));
         const Emif_Design* const own = stackStateDesign.fetch(scope);
         ObjectOwner owner(allocate<StackState>(1, "Out of memory").release(), own);
         StackState& state = *owner.as<StackState>();

@@ -59,8 +59,8 @@ EMANTLE_API Emsc_Boolean edsc_ColumnRead(Edsc_ColumnInstance* column, int32_t st
 EMANTLE_API Emsc_Boolean edsc_ColumnWrite(Edsc_ColumnInstance* column, int32_t startRow, int32_t numRows,
                                           const Egda_BaseData* data, Eerr_ErrorReport** err);
 
-/* The same with a bare buffer: packed elements of the column's own type, for strings fields of `maxNumChars` bytes. What
- * lies behind a text's terminator in its field is the format's: the store keeps it as it is. */
+/* The same with a bare buffer: packed elements of the column's own type, for strings fields of `maxNumChars` bytes.
+ * What lies behind a text's terminator in its field is the format's: the store keeps it as it is. */
 EMANTLE_API Emsc_Boolean edsc_ColumnReadOld(Edsc_ColumnInstance* column, int32_t startRow, int32_t numRows, void* data,
                                             Eerr_ErrorReport** err);
 EMANTLE_API Emsc_Boolean edsc_ColumnWriteOld(Edsc_ColumnInstance* column, int32_t startRow, int32_t numRows,

@@ -7,9 +7,9 @@
  *  1. Colours and contrast are F64 tables of one row a bin; class names are a record of their own. A table of zeros is
  *     what Create makes; Delete accepts null.
  *  2. Reading: from row `startBin` on, `numBins` rows or, with ESTA_ALL_BINS, all that there are. A given record must
- *     have room for them. Its rows behind the table's last one, and behind those asked for, become 0, or null. Fails with
- *     "Invalid starting bin for ...", "Negative number of bins requested from ..." and "... can store only %d bins, but
- *     %d bins were requested to be read", and where the column is missing.
+ *     have room for them. Its rows behind the table's last one, and behind those asked for, become 0, or null. Fails
+ *     with "Invalid starting bin for ...", "Negative number of bins requested from ..." and "... can store only %d
+ *     bins, but %d bins were requested to be read", and where the column is missing.
  *  3. Writing: the same rows, which the record must have. A column that is missing is made. */
 
 typedef struct Edsc_TableInstance Edsc_TableInstance;

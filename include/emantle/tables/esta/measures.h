@@ -37,8 +37,8 @@ EMANTLE_API Esta_MaxMin esta_AoiFeatMaxMin(const Egda_BaseData* data, const Egda
 
 /* Counts the pixels of `data` in `histogram`, which is zeroed first, or with a null `histogram` in a new one, the
  * caller's, with the bin function of emsc_AddressOf_esta_AoiFeatObjectBinfunction: a row for each value. Pixels outside
- * the bins of a given histogram count in the first or the last one, NaN in the first. Null for a region without pixels that has no bins
- * of its own, without a report. */
+ * the bins of a given histogram count in the first or the last one, NaN in the first. Null, without a report, for a
+ * region without pixels that has no bins of its own. */
 EMANTLE_API Esta_Histogram* esta_AoiFeatObjectHistogram(const Egda_BaseData* data, Esta_Histogram* histogram,
                                                         const Egda_BaseData* ignore, Eerr_ErrorReport** err);
 

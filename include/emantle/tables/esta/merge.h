@@ -33,10 +33,10 @@ EMANTLE_API Emsc_Boolean esta_AllStatsStackMerge(Esta_AllStatsStack* target, con
 /* The state of an accumulation, not yet finished, as a record that a store holds under ESTA_ALL_STATS_STACK_STATE:
  *
  *     esta_AllStatsStackConvertToMIF(stack, &object, &design, &err);
- *     ehfa_ObjectWrite(file, ":", "Part1", ESTA_ALL_STATS_STACK_STATE, EHFA_WRITE_LAST_CHILD, object, design, &err);
+ *     ehfa_ObjectWrite(file, ":", "West", ESTA_ALL_STATS_STACK_STATE, EHFA_WRITE_LAST_CHILD, object, design, &err);
  *     emif_ObjectFree(&object, design, NULL);
  *
- * `*object` is the caller's, `*design` stays the library's. */
+ * `*object` is the caller's, `*design` stays the library's. Fails when more than 1024 layers keep their values. */
 EMANTLE_API Emsc_Boolean esta_AllStatsStackConvertToMIF(const Esta_AllStatsStack* stack, void** object,
                                                         const Emif_Design** design, Eerr_ErrorReport** err);
 
