@@ -235,12 +235,26 @@ private:
         if (pass_.destType == EGDA_TYPE_STRING) {
             return computeEach(count);
         }
+        if (isCopy()) {
+            return blendFrom(prepared(0, count), count);
+        }
         if (pass_.keepsPart) {
             std::memcpy(result_.bytes, dest_, static_cast<std::size_t>(count * pass_.destSize));
         }
         computeInto(result_.bytes, count);
-        pass_.masks->blend[__builtin_ctzl(static_cast<unsigned long>(pass_.destSize))](dest_, result_.bytes, mask_,
-                                                                                        count);
+        blendFrom(result_.bytes, count);
+    }
+
+    /* The operand, once prepared, is the result. */
+    bool isCopy() const
+    {
+        const Side& side = pass_.sides[0];
+        return pass_.loop == nullptr && (side.convert == nullptr || (side.constant && !rereads_[0]));
+    }
+
+    void blendFrom(const void* fresh, long count)
+    {
+        pass_.masks->blend[__builtin_ctzl(static_cast<unsigned long>(pass_.destSize))](dest_, fresh, mask_, count);
     }
 
     /* Elements that own something have no second place: each is written where it is, or not at all. */
