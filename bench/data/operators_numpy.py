@@ -44,7 +44,10 @@ FUNCTIONS = {"Sin": numpy.sin, "Cos": numpy.cos, "Tan": numpy.tan, "Sinh": numpy
 
 numpy.seterr(all="ignore")
 random = numpy.random.default_rng(1)
+LAST = WANTED.rsplit("/")[-1]
 for side in (256, 4096):
+    if LAST.isdigit() and LAST != str(side):
+        continue
     flags = numpy.empty((side, side), dtype=bool)
     wide = numpy.empty((side, side))
     mask = random.integers(0, 2, (side, side)).astype(bool)

@@ -114,11 +114,11 @@ EMANTLE_FUNCTION(tan, -1e9, 1e9)
 EMANTLE_FUNCTION(sinh, -700, 700)
 EMANTLE_FUNCTION(cosh, -700, 700)
 EMANTLE_FUNCTION(tanh, -1e300, 1e300)
-EMANTLE_FUNCTION(asin, -1, 1)
-EMANTLE_FUNCTION(acos, -1, 1)
+EMANTLE_FUNCTION(asin, -1e300, 1e300)
+EMANTLE_FUNCTION(acos, -1e300, 1e300)
 EMANTLE_FUNCTION(atan, -1e300, 1e300)
 EMANTLE_FUNCTION(asinh, -1e150, 1e150)
-EMANTLE_FUNCTION(acosh, 1, 1e150)
+EMANTLE_FUNCTION(acosh, -1e150, 1e150)
 EMANTLE_FUNCTION(log, 1e-300, 1e300)
 EMANTLE_FUNCTION(exp, -700, 700)
 EMANTLE_FUNCTION(log10, 1e-300, 1e300)
@@ -208,10 +208,16 @@ struct egda_MaoDist : TwoInDouble {
     static double apply(double a, double b) { return __builtin_sqrt(a * a + b * b); }
 };
 
-/* Bases that have a plain logarithm, exponents that leave the result in the range of a double. */
+inline bool isPowerWithin(double base, double exponent, double mostBase, double mostExponent)
+{
+    return (base <= mostBase) & (base >= 1 / mostBase) & (exponent <= mostExponent) & (exponent >= -mostExponent);
+}
+
+/* Positive bases whose power is far from the limits of a double. */
 inline bool isPlainPower(double base, double exponent)
 {
-    return (base >= 1e-4) & (base <= 1e4) & (exponent >= -75) & (exponent <= 75);
+    return isPowerWithin(base, exponent, 0x1p7, 140) | isPowerWithin(base, exponent, 0x1p14, 70) |
+           isPowerWithin(base, exponent, 0x1p32, 30) | isPowerWithin(base, exponent, 0x1p100, 9);
 }
 
 inline void powOfPiece(const Cell<double>* x, const Cell<double>* y, Cell<double>* out, long count)

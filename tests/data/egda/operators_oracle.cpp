@@ -46,7 +46,7 @@ D inType(int type, D a, D b, Expression expression)
 }
 
 D modulus(Wide a) { return std::sqrt(a.re * a.re + a.im * a.im); }
-bool even(int type, D x) { return isWholeType(type) ? std::fmod(x, D{2}) == 0 : std::fmod(static_cast<double>(x), 2.0) == 0; }
+bool even(int, D x) { return std::fmod(x, D{2}) == 0; }
 
 std::int64_t bits(int type, D x)
 {
@@ -91,9 +91,8 @@ Wide converted(int from, int to, Wide a, bool rounds)
     if (!isWholeType(to)) {
         return {value, 0};
     }
-    const D limitedValue = clampTo(to, value);
-    return {std::trunc(rounds && !isWholeType(from) ? limitedValue + std::copysign(D{0.5}, limitedValue) : limitedValue),
-            0};
+    const D inLimits = clampTo(to, value);
+    return {std::trunc(rounds && !isWholeType(from) ? inLimits + std::copysign(D{0.5}, inLimits) : inLimits), 0};
 }
 
 D logGamma(D x)
@@ -220,7 +219,9 @@ std::map<std::string, Oracle> build()
     const auto toPart = [&](const char* name, Expression result, double ulps = 0) {
         all[name] = {Arity::one, partType, std::move(result), ulps};
     };
-    toPart("egda_FuncAbs", [](int t, Wide a, Wide, Wide) { return Wide{isComplexType(t) ? modulus(a) : std::abs(a.re), 0}; }, 1);
+    toPart("egda_FuncAbs", [](int t, Wide a, Wide, Wide) {
+        return Wide{isComplexType(t) ? modulus(a) : std::abs(a.re), 0};
+    }, 1);
     toPart("egda_SaoReal", [](int, Wide a, Wide, Wide) { return Wide{a.re, 0}; });
     toPart("egda_SaoImag", [](int, Wide a, Wide, Wide) { return Wide{a.im, 0}; });
     toPart("egda_SaoAngle", [](int t, Wide a, Wide, Wide) {
@@ -309,7 +310,9 @@ std::map<std::string, Oracle> build()
     for (const int to : {EGDA_TYPE_U8, EGDA_TYPE_S8, EGDA_TYPE_U16, EGDA_TYPE_S16, EGDA_TYPE_U32, EGDA_TYPE_S32,
                          EGDA_TYPE_F32, EGDA_TYPE_F64, EGDA_TYPE_C64, EGDA_TYPE_C128}) {
         std::string name = egda_PixelNameFromType(to);
-        std::transform(name.begin(), name.end(), name.begin(), [](char c) { return static_cast<char>(std::toupper(c)); });
+        for (char& c : name) {
+            c = static_cast<char>(std::toupper(c));
+        }
         conversion(("egda_ConvertTo" + name).c_str(), to, false);
         if (isWholeType(to)) {
             conversion(("egda_ConvertRoundTo" + name).c_str(), to, true);
@@ -353,9 +356,10 @@ bool isWithin(int type, Wide actual, Wide expected, double ulps)
         return distance(type, actual.re, expected.re) <= ulps;
     }
     const D size = std::max(std::abs(expected.re), std::abs(expected.im));
+    const D unit = type == EGDA_TYPE_C64 ? 0x1p-23L : 0x1p-52L;
     const auto near = [&](D x, D y) {
         return distance(type, x, y) == 0 ||
-               (ulps > 0 && std::abs(x - y) <= 8 * std::max(ulps, 1.0) * size * (type == EGDA_TYPE_C64 ? 0x1p-23L : 0x1p-52L));
+               (ulps > 0 && std::abs(x - y) <= 8 * std::max(ulps, 1.0) * size * unit);
     };
     return near(actual.re, expected.re) && near(actual.im, expected.im);
 }

@@ -103,7 +103,8 @@ inline std::vector<Wide> limitValues(int type)
     }
     const bool narrow = type == EGDA_TYPE_F32;
     const long double most = narrow ? std::numeric_limits<float>::max() : std::numeric_limits<double>::max();
-    const long double least = narrow ? std::numeric_limits<float>::denorm_min() : std::numeric_limits<double>::denorm_min();
+    const long double least =
+        narrow ? std::numeric_limits<float>::denorm_min() : std::numeric_limits<double>::denorm_min();
     for (const long double value :
          {0.L, 1.L, 0.5L, 0.25L, 0.75L, 1.5L, 2.L, 2.5L, 3.L, 7.25L, 1000.L, 16777217.L, 1e10L, 2147483647.L,
           2147483648.L, 4294967296.L, 1e-30L, 1e30L, static_cast<long double>(0.49999997F), most, least,
