@@ -95,7 +95,10 @@ struct Blue {
         const double d = level.high - level.low;
         const double falling = level.low + d * (120 - h) / 60;
         const double rising = level.low + d * (h - 240) / 60;
-        return h < 60 ? level.high : h < 120 ? falling : h < 240 ? level.low : h < 300 ? rising : level.high;
+        const double before = h < 120 ? falling : level.low; /* in halves: the compiler makes branches of a longer chain */
+        const double behind = h < 300 ? rising : level.high;
+        const double either = h < 240 ? before : behind;
+        return h < 60 ? level.high : either;
     }
 };
 
