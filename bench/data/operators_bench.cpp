@@ -7,6 +7,7 @@
 
 #include <benchmark/benchmark.h>
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -31,8 +32,9 @@ constexpr long kSides[] = {256, 4096};
 constexpr int kTypes[] = {EGDA_TYPE_U8, EGDA_TYPE_S8, EGDA_TYPE_U16, EGDA_TYPE_S16, EGDA_TYPE_U32, EGDA_TYPE_S32,
                           EGDA_TYPE_F32, EGDA_TYPE_F64};
 
-/* Seconds by "<row>/<type>/<side>", then by who it was. */
+/* Seconds by "<row>/<type>/<side>", then by who it was; and the bytes that the operator must read and write. */
 std::map<std::string, std::map<std::string, double>> results;
+std::map<std::string, double> moved;
 std::vector<std::string> order;
 std::string wanted;
 
@@ -156,6 +158,9 @@ void own(const std::string& row, long op, int type, int destType, long side, int
         return;
     }
     measure(row, "eMantle", [&] { egda_BaseDataStackOperation(op, &destStack, &array, nullptr); });
+    const bool fills = op == EGDA_OP_FILL;
+    const int bytes = dest->numbytes * (masked ? 2 : 1) + (fills ? 0 : sources * layers[0]->numbytes) + masked;
+    moved[row] = static_cast<double>(bytes) / (2.0 * dest->numbytes);
     measure(row, "copy", [dest, side, destType] {
         std::memcpy(dest->data, operand(side, destType, 0)->data, static_cast<std::size_t>(dest->pitch * side));
     });
@@ -262,6 +267,70 @@ void eigen(const std::string& row, long op, int type, int destType, long side)
 }
 #endif
 
+/* The functions as the C library computes them, for the speed, and exactly enough to tell how far a result is off. */
+struct Function {
+    double (*library)(double);
+    long double (*exact)(long double);
+    double low;
+    double high;
+};
+const std::map<long, Function>& functions()
+{
+    static const std::map<long, Function> all{
+        {EGDA_OP_SIN, {std::sin, std::sin, -100, 100}},     {EGDA_OP_COS, {std::cos, std::cos, -100, 100}},
+        {EGDA_OP_TAN, {std::tan, std::tan, -100, 100}},     {EGDA_OP_SINH, {std::sinh, std::sinh, -20, 20}},
+        {EGDA_OP_COSH, {std::cosh, std::cosh, -20, 20}},    {EGDA_OP_TANH, {std::tanh, std::tanh, -5, 5}},
+        {EGDA_OP_ASIN, {std::asin, std::asin, -1, 1}},      {EGDA_OP_ACOS, {std::acos, std::acos, -1, 1}},
+        {EGDA_OP_ATAN, {std::atan, std::atan, -100, 100}},  {EGDA_OP_ASINH, {std::asinh, std::asinh, -100, 100}},
+        {EGDA_OP_ACOSH, {std::acosh, std::acosh, 1, 100}},  {EGDA_OP_LOG, {std::log, std::log, 0, 1000}},
+        {EGDA_OP_EXP, {std::exp, std::exp, -50, 50}},       {EGDA_OP_LOG10, {std::log10, std::log10, 0, 1000}},
+        {EGDA_OP_SQRT, {std::sqrt, std::sqrt, 0, 1000}}};
+    return all;
+}
+
+/* The greatest error over a quarter of a million arguments, in units in the last place. */
+double worstUlps(long op, const Function& function)
+{
+    constexpr long count = 1 << 18;
+    std::mt19937_64 random(7);
+    std::uniform_real_distribution<double> pick(function.low, function.high);
+    std::vector<double> in(count);
+    std::vector<double> out(count);
+    std::generate(in.begin(), in.end(), [&] { return pick(random); });
+    Egda_BaseData* from = egda_BaseDataCreate(1, count, EGDA_TYPE_F64, EGDA_RASTER_OBJECT, in.data(), nullptr);
+    Egda_BaseData* to = egda_BaseDataCreate(1, count, EGDA_TYPE_F64, EGDA_RASTER_OBJECT, out.data(), nullptr);
+    egda_BaseDataOperation(op, to, &from, 1, nullptr);
+    egda_BaseDataDelete(from, nullptr);
+    egda_BaseDataDelete(to, nullptr);
+    double worst = 0;
+    for (long i = 0; i < count; ++i) {
+        const auto at = static_cast<std::size_t>(i);
+        const long double exact = function.exact(in[at]);
+        const long double unit = std::ldexp(1.0L, std::ilogb(exact) - 52);
+        worst = std::max(worst, static_cast<double>(std::abs((out[at] - exact) / unit)));
+    }
+    return worst;
+}
+
+/* Of rows of functions in F64. */
+std::map<std::string, double> ulps;
+
+void addLibrary(const std::string& row, long op, int type, long side)
+{
+    const auto found = functions().find(op);
+    if (found == functions().end() || type != EGDA_TYPE_F64) {
+        return;
+    }
+    const auto* in = static_cast<const double*>(operand(side, type, 0)->data);
+    auto* out = static_cast<double*>(operand(side, type, kDest)->data);
+    measure(row, "C library", [&] {
+        for (long i = 0; i < side * side; ++i) {
+            out[i] = found->second.library(in[i]);
+        }
+    });
+    ulps[row] = worstUlps(op, found->second);
+}
+
 struct Listed {
     const char* name;
     std::string check;
@@ -312,6 +381,9 @@ void addOperation(long op, int type, long side, bool masked)
         measure(row, "OpenCV", [&] { from.convertTo(to, to.type()); });
     }
 #endif
+    if (!masked) {
+        addLibrary(row, op, type, side);
+    }
 #ifdef EMANTLE_BENCH_EIGEN
     if (!masked) {
         eigen(row, op, type, destType, side);
@@ -346,20 +418,23 @@ void askNumPy()
 #endif
 }
 
-/* The share of the bandwidth counts the bytes of the destination alone, copied and computed. */
+/* The share of the bandwidth holds the bytes that an operator reads and writes against a copy of its destination. */
 void printTable()
 {
-    std::printf("%-38s %9s %9s   %s\n", "operator/type/side", "ns/elem", "of copy", "times ahead of");
+    std::printf("%-38s %9s %10s   %s\n", "operator/type/side", "ns/elem", "of copying", "times ahead of");
     for (const std::string& row : order) {
         const auto& times = results[row];
         const double side = std::stod(row.substr(row.rfind('/') + 1));
         const double seconds = times.at("eMantle");
-        std::printf("%-38s %9.4f %8.0f%%  ", row.c_str(), seconds / (side * side) * 1e9,
-                    100 * times.at("copy") / seconds);
+        std::printf("%-38s %9.4f %9.0f%%  ", row.c_str(), seconds / (side * side) * 1e9,
+                    100 * moved[row] * times.at("copy") / seconds);
         for (const auto& [who, time] : times) {
             if (who != "eMantle" && who != "copy") {
                 std::printf(" %s %.2f", who.c_str(), time / seconds);
             }
+        }
+        if (ulps.contains(row)) {
+            std::printf("   within %.2f ulp", ulps[row]);
         }
         std::printf("\n");
     }

@@ -49,7 +49,43 @@ struct Pass {
     Walk walk;
     bool streams;
     const MaskLoops* masks;
+    const double* table; /* the result for each byte, where there is one */
 };
+
+/* From how many bytes on it pays to compute a function of all 256 first. */
+constexpr long kTableFrom = 1000;
+
+/* Functions in double of bytes: what they give for each. */
+struct ByteTable {
+    double results[256];
+};
+
+void computeTable(ByteTable& table, const LineCell& cell, platform::InstructionSet set)
+{
+    std::uint8_t bytes[256];
+    for (int i = 0; i < 256; ++i) {
+        bytes[i] = static_cast<std::uint8_t>(i);
+    }
+    double values[256];
+    convertTable(set)[cell.operands[0].stored][cell.operands[0].read](bytes, values, 256);
+    cell.loop(table.results, values, nullptr, 256);
+}
+
+bool isByteFunction(const LineCell& cell)
+{
+    const OperandTypes& types = cell.operands[0];
+    return cell.loop != nullptr && sizeOf(types.stored) == 1 &&
+           types.read == EGDA_TYPE_F64 && cell.dest == EGDA_TYPE_F64;
+}
+
+/* `to` has any alignment. */
+void lookUp(const double* table, const char* bytes, char* to, long count)
+{
+    for (long i = 0; i < count; ++i) {
+        std::memcpy(to + i * static_cast<long>(sizeof(double)), &table[static_cast<std::uint8_t>(bytes[i])],
+                    sizeof(double));
+    }
+}
 
 Side sideOf(const Egda_BaseData& base, const OperandTypes& types, platform::InstructionSet set)
 {
@@ -221,6 +257,9 @@ private:
 
     void computeInto(char* to, long count)
     {
+        if (pass_.table != nullptr && !pass_.sides[0].constant) {
+            return lookUp(pass_.table, at_[0], to, count);
+        }
         if (pass_.loop != nullptr) {
             const void* a = prepared(0, count);
             return pass_.loop(to, a, pass_.operands > 1 ? prepared(1, count) : nullptr, count);
@@ -342,6 +381,11 @@ void runOperator(const Operator& op, Egda_PixelType type, Egda_BaseDataStack* de
             }
             pass.walk = walkOf(op.walksSource ? first : to);
             pass.masks = &maskLoops(set);
+            ByteTable table;
+            if (op.arity == Arity::one && isByteFunction(cell) && pass.walk.lines * pass.walk.run >= kTableFrom) {
+                computeTable(table, cell, set);
+                pass.table = table.results;
+            }
             if (!runPass(pass)) {
                 return PlainScope("EGDA_Div", err).raise({"Divided by zero", 6});
             }

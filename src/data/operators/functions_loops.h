@@ -208,10 +208,16 @@ struct egda_MaoDist : TwoInDouble {
     static double apply(double a, double b) { return __builtin_sqrt(a * a + b * b); }
 };
 
-/* Bases that have a plain logarithm, exponents that leave the result in the range of a double. */
+inline bool isPowerWithin(double base, double exponent, double mostBase, double mostExponent)
+{
+    return (base <= mostBase) & (base >= 1 / mostBase) & (exponent <= mostExponent) & (exponent >= -mostExponent);
+}
+
+/* Positive bases whose power is far from the limits of a double. */
 inline bool isPlainPower(double base, double exponent)
 {
-    return (base >= 1e-4) & (base <= 1e4) & (exponent >= -75) & (exponent <= 75);
+    return isPowerWithin(base, exponent, 0x1p7, 140) | isPowerWithin(base, exponent, 0x1p14, 70) |
+           isPowerWithin(base, exponent, 0x1p32, 30) | isPowerWithin(base, exponent, 0x1p100, 9);
 }
 
 inline void powOfPiece(const Cell<double>* x, const Cell<double>* y, Cell<double>* out, long count)

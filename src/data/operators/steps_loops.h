@@ -17,7 +17,8 @@ struct egda_SaoNeg : One {
         } else if constexpr (std::is_floating_point_v<T>) {
             return -a;
         } else {
-            return wrapped<T>(0U - static_cast<unsigned>(a));
+            /* The inverse of the bits and one more stay in the element's own width. */
+            return wrapped<T>(static_cast<unsigned>(static_cast<T>(~a)) + 1U);
         }
     }
 };
