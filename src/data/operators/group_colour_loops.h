@@ -95,7 +95,10 @@ struct Blue {
         const double d = level.high - level.low;
         const double falling = level.low + d * (120 - h) / 60;
         const double rising = level.low + d * (h - 240) / 60;
-        return h < 60 ? level.high : h < 120 ? falling : h < 240 ? level.low : h < 300 ? rising : level.high;
+        const double before = h < 120 ? falling : level.low; /* in halves: the compiler makes branches of a longer chain */
+        const double behind = h < 300 ? rising : level.high;
+        const double either = h < 240 ? before : behind;
+        return h < 60 ? level.high : either;
     }
 };
 
@@ -124,8 +127,13 @@ void threeChannels(double* out, const GroupPiece& piece, const double* maxima)
     const auto* a = static_cast<const double*>(piece.sources[0]);
     const auto* b = static_cast<const double*>(piece.sources[1]);
     const auto* c = static_cast<const double*>(piece.sources[2]);
-    for (long e = 0; e < piece.count; ++e) {
-        out[e] = Part::of(a[e] / maxima[0], b[e] / maxima[1], c[e] / maxima[2]);
+    const double most[] = {maxima[0], maxima[1], maxima[2]};
+    const long count = piece.count;
+#if !defined(__clang__)
+#pragma GCC ivdep
+#endif
+    for (long e = 0; e < count; ++e) {
+        out[e] = Part::of(a[e] / most[0], b[e] / most[1], c[e] / most[2]);
     }
 }
 
@@ -135,8 +143,14 @@ void ofInks(double* out, const GroupPiece& piece, const double* maxima)
 {
     const auto* colour = static_cast<const double*>(piece.sources[ink]);
     const auto* black = static_cast<const double*>(piece.sources[3]);
-    for (long e = 0; e < piece.count; ++e) {
-        out[e] = (1 - colour[e] / maxima[ink]) * (1 - black[e] / maxima[3]);
+    const double mostColour = maxima[ink];
+    const double mostBlack = maxima[3];
+    const long count = piece.count;
+#if !defined(__clang__)
+#pragma GCC ivdep
+#endif
+    for (long e = 0; e < count; ++e) {
+        out[e] = (1 - colour[e] / mostColour) * (1 - black[e] / mostBlack);
     }
 }
 

@@ -38,12 +38,17 @@ const ColourLoop* colourLoops(platform::InstructionSet set) noexcept
     return baseline::kColourLoops;
 }
 
-void markEqual(std::uint8_t* marks, const double* values, long wanted, long count) noexcept
+const SelectorLoops& selectorLoops(platform::InstructionSet set) noexcept
 {
-    const auto low = static_cast<double>(wanted);
-    for (long i = 0; i < count; ++i) {
-        marks[i] = static_cast<std::uint8_t>((values[i] >= low) & (values[i] < low + 1));
+    switch (set) {
+    case platform::InstructionSet::avx512:
+        return avx512::kSelectorLoops;
+    case platform::InstructionSet::avx2:
+        return avx2::kSelectorLoops;
+    case platform::InstructionSet::baseline:
+        break;
     }
+    return baseline::kSelectorLoops;
 }
 
 }  // namespace emantle

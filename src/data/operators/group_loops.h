@@ -1,5 +1,6 @@
 /* Group functions over pieces. Each goes over the sources one by one and keeps what it gathers in a piece of its own, so
- * that every inner loop is one over elements. Compiled once for each instruction set. */
+ * that every inner loop is one over elements; it has the count at hand, since elements may alias anything. Compiled once
+ * for each instruction set. */
 
 namespace emantle::EMANTLE_TARGET {
 
@@ -22,13 +23,14 @@ inline bool equal(T a, T b)
 template <class T>
 void addAll(double* sums, const GroupPiece& piece)
 {
+    const long count = piece.count;
     const Cell<T>* first = sourceOf<T>(piece, 0);
-    for (long e = 0; e < piece.count; ++e) {
+    for (long e = 0; e < count; ++e) {
         sums[e] = static_cast<double>(first[e].value);
     }
     for (long i = 1; i < piece.n; ++i) {
         const Cell<T>* source = sourceOf<T>(piece, i);
-        for (long e = 0; e < piece.count; ++e) {
+        for (long e = 0; e < count; ++e) {
             sums[e] += static_cast<double>(source[e].value);
         }
     }
@@ -37,10 +39,11 @@ void addAll(double* sums, const GroupPiece& piece)
 template <class T>
 void meanOf(void* out, const GroupPiece& piece, long, void*)
 {
+    const long count = piece.count;
     auto* means = static_cast<double*>(out);
     addAll<T>(means, piece);
     const auto n = static_cast<double>(piece.n);
-    for (long e = 0; e < piece.count; ++e) {
+    for (long e = 0; e < count; ++e) {
         means[e] /= n;
     }
 }
@@ -48,19 +51,20 @@ void meanOf(void* out, const GroupPiece& piece, long, void*)
 template <class T>
 void sdeviOf(void* out, const GroupPiece& piece, long, void* scratch)
 {
+    const long count = piece.count;
     auto* means = static_cast<double*>(scratch);
     auto* squares = static_cast<double*>(out);
     meanOf<T>(means, piece, 0, nullptr);
-    std::memset(out, 0, static_cast<std::size_t>(piece.count) * sizeof(double));
+    std::memset(out, 0, static_cast<std::size_t>(count) * sizeof(double));
     for (long i = 0; i < piece.n; ++i) {
         const Cell<T>* source = sourceOf<T>(piece, i);
-        for (long e = 0; e < piece.count; ++e) {
+        for (long e = 0; e < count; ++e) {
             const double deviation = static_cast<double>(source[e].value) - means[e];
             squares[e] += deviation * deviation;
         }
     }
     const auto n = static_cast<double>(piece.n - 1);
-    for (long e = 0; e < piece.count; ++e) {
+    for (long e = 0; e < count; ++e) {
         squares[e] = __builtin_sqrt(squares[e] / n);
     }
 }
@@ -75,23 +79,24 @@ void byParts(void* out, const GroupPiece& piece, long parameter, void* scratch)
 template <class T>
 void diversity(void* out, const GroupPiece& piece, long, void* scratch)
 {
+    const long count = piece.count;
     auto* counts = static_cast<std::int32_t*>(out);
     auto* isNew = static_cast<std::int32_t*>(scratch);
-    for (long e = 0; e < piece.count; ++e) {
+    for (long e = 0; e < count; ++e) {
         counts[e] = 1;
     }
     for (long i = 1; i < piece.n; ++i) {
         const Cell<T>* source = sourceOf<T>(piece, i);
-        for (long e = 0; e < piece.count; ++e) {
+        for (long e = 0; e < count; ++e) {
             isNew[e] = 1;
         }
         for (long j = 0; j < i; ++j) {
             const Cell<T>* before = sourceOf<T>(piece, j);
-            for (long e = 0; e < piece.count; ++e) {
+            for (long e = 0; e < count; ++e) {
                 isNew[e] &= source[e].value != before[e].value;
             }
         }
-        for (long e = 0; e < piece.count; ++e) {
+        for (long e = 0; e < count; ++e) {
             counts[e] += isNew[e];
         }
     }
@@ -100,14 +105,15 @@ void diversity(void* out, const GroupPiece& piece, long, void* scratch)
 template <class T>
 void density(void* out, const GroupPiece& piece, long, void*)
 {
+    const long count = piece.count;
     auto* counts = static_cast<std::int32_t*>(out);
     const Cell<T>* wanted = sourceOf<T>(piece, 0);
-    for (long e = 0; e < piece.count; ++e) {
+    for (long e = 0; e < count; ++e) {
         counts[e] = 1;
     }
     for (long i = 1; i < piece.n; ++i) {
         const Cell<T>* source = sourceOf<T>(piece, i);
-        for (long e = 0; e < piece.count; ++e) {
+        for (long e = 0; e < count; ++e) {
             counts[e] += source[e].value == wanted[e].value;
         }
     }
@@ -118,15 +124,16 @@ void density(void* out, const GroupPiece& piece, long, void*)
 template <class T, bool most>
 void commonest(void* out, const GroupPiece& piece, long, void* scratch)
 {
+    const long count = piece.count;
     auto* values = static_cast<Cell<T>*>(out);
     auto* best = static_cast<std::int32_t*>(scratch);
     auto* counts = best + kGroupPiece;
-    for (long e = 0; e < piece.count; ++e) {
+    for (long e = 0; e < count; ++e) {
         best[e] = most ? 0 : INT32_MAX;
     }
     for (long i = 0; i < piece.n; ++i) {
         const Cell<T>* source = sourceOf<T>(piece, i);
-        for (long e = 0; e < piece.count; ++e) {
+        for (long e = 0; e < count; ++e) {
             counts[e] = 1;
         }
         for (long j = 0; j < piece.n; ++j) {
@@ -134,11 +141,11 @@ void commonest(void* out, const GroupPiece& piece, long, void* scratch)
                 continue; /* a NaN equals nothing, and is there once all the same */
             }
             const Cell<T>* other = sourceOf<T>(piece, j);
-            for (long e = 0; e < piece.count; ++e) {
+            for (long e = 0; e < count; ++e) {
                 counts[e] += source[e].value == other[e].value;
             }
         }
-        for (long e = 0; e < piece.count; ++e) {
+        for (long e = 0; e < count; ++e) {
             const bool better = most ? counts[e] > best[e] : counts[e] < best[e];
             best[e] = better ? counts[e] : best[e];
             const T kept = values[e].value;
@@ -152,9 +159,10 @@ void commonest(void* out, const GroupPiece& piece, long, void* scratch)
 template <class T>
 void position(void* out, const GroupPiece& piece, long place, void* scratch)
 {
+    const long count = piece.count;
     auto* rows = static_cast<T*>(scratch);
     for (long i = 0; i < piece.n; ++i) {
-        std::memcpy(rows + i * kGroupPiece, piece.sources[i], static_cast<std::size_t>(piece.count) * sizeof(T));
+        std::memcpy(rows + i * kGroupPiece, piece.sources[i], static_cast<std::size_t>(count) * sizeof(T));
     }
     const bool fromBelow = place < piece.n / 2;
     const auto row = [&](long i) { return rows + (fromBelow ? i : piece.n - 1 - i) * kGroupPiece; };
@@ -166,7 +174,7 @@ void position(void* out, const GroupPiece& piece, long place, void* scratch)
 #if !defined(__clang__)
 #pragma GCC ivdep
 #endif
-            for (long e = 0; e < piece.count; ++e) {
+            for (long e = 0; e < count; ++e) {
                 const T a = outer[e];
                 const T b = inner[e];
                 const bool swaps = fromBelow ? b < a : a < b;
@@ -175,20 +183,21 @@ void position(void* out, const GroupPiece& piece, long place, void* scratch)
             }
         }
     }
-    std::memcpy(out, row(passes - 1), static_cast<std::size_t>(piece.count) * sizeof(T));
+    std::memcpy(out, row(passes - 1), static_cast<std::size_t>(count) * sizeof(T));
 }
 
 template <class T>
 void rank(void* out, const GroupPiece& piece, long wanted, void*)
 {
+    const long count = piece.count;
     auto* ranks = static_cast<std::int32_t*>(out);
     const Cell<T>* one = sourceOf<T>(piece, wanted);
-    for (long e = 0; e < piece.count; ++e) {
+    for (long e = 0; e < count; ++e) {
         ranks[e] = 0;
     }
     for (long i = 0; i < piece.n; ++i) {
         const Cell<T>* source = sourceOf<T>(piece, i);
-        for (long e = 0; e < piece.count; ++e) {
+        for (long e = 0; e < count; ++e) {
             ranks[e] += source[e].value < one[e].value;
         }
     }
@@ -197,15 +206,16 @@ void rank(void* out, const GroupPiece& piece, long wanted, void*)
 template <class T>
 void indexOf(void* out, const GroupPiece& piece, long, void*)
 {
+    const long count = piece.count;
     auto* indices = static_cast<std::int32_t*>(out);
     const Cell<T>* wanted = sourceOf<T>(piece, 0);
-    for (long e = 0; e < piece.count; ++e) {
+    for (long e = 0; e < count; ++e) {
         indices[e] = 0;
     }
     for (long i = piece.n - 1; i > 0; --i) {
         const Cell<T>* source = sourceOf<T>(piece, i);
         const auto number = static_cast<std::int32_t>(i);
-        for (long e = 0; e < piece.count; ++e) {
+        for (long e = 0; e < count; ++e) {
             indices[e] = equal<T>(source[e].value, wanted[e].value) ? number : indices[e];
         }
     }
@@ -214,12 +224,32 @@ void indexOf(void* out, const GroupPiece& piece, long, void*)
 template <class T>
 void nonZeroOf(void* out, const GroupPiece& piece, long, void*)
 {
+    const long count = piece.count;
     auto* marks = static_cast<std::uint8_t*>(out);
     const Cell<T>* source = sourceOf<T>(piece, 0);
-    for (long e = 0; e < piece.count; ++e) {
+    for (long e = 0; e < count; ++e) {
         marks[e] = !equal<T>(source[e].value, T{});
     }
 }
+
+/* Numbers cut to whole ones from 1 to `end` - 1; 0 for all others. */
+inline void cutNumbers(std::int32_t* numbers, const double* values, long end, long count)
+{
+    const auto limit = static_cast<double>(end);
+    for (long e = 0; e < count; ++e) {
+        const bool isNumber = (values[e] >= 1) & (values[e] < limit);
+        numbers[e] = static_cast<std::int32_t>(isNumber ? values[e] : 0);
+    }
+}
+
+inline void markEqual(std::uint8_t* marks, const std::int32_t* numbers, std::int32_t wanted, long count)
+{
+    for (long e = 0; e < count; ++e) {
+        marks[e] = numbers[e] == wanted;
+    }
+}
+
+constexpr SelectorLoops kSelectorLoops{cutNumbers, markEqual};
 
 template <class T>
 constexpr GroupLoops kLoopsOf{meanOf<T>,       sdeviOf<T>,   diversity<T>, density<T>, commonest<T, true>,

@@ -44,7 +44,12 @@ using ColourLoop = void (*)(double* out, const GroupPiece& piece, const double* 
 enum class Colour { inten, hue, satur, red, green, blue, hsvRed, hsvGreen, hsvBlue, cymkRed, cymkGreen, cymkBlue, count };
 const ColourLoop* colourLoops(platform::InstructionSet set) noexcept;
 
-/* 1 where the number in `values` is `wanted`, when cut to a whole one. */
-void markEqual(std::uint8_t* marks, const double* values, long wanted, long count) noexcept;
+struct SelectorLoops {
+    /* Numbers cut to whole ones from 1 to `end` - 1; 0 for all others. */
+    void (*cut)(std::int32_t* numbers, const double* values, long end, long count);
+    /* 1 where the number is `wanted`. */
+    void (*markEqual)(std::uint8_t* marks, const std::int32_t* numbers, std::int32_t wanted, long count);
+};
+const SelectorLoops& selectorLoops(platform::InstructionSet set) noexcept;
 
 }  // namespace emantle

@@ -97,12 +97,14 @@ void pick(const Group& group, Egda_PixelType type)
 {
     Choice choice(group, 1, type);
     GroupSources selector(group, 0, 1, EGDA_TYPE_F64);
-    const bool isNumber = !isString(group.sources[0]->datatype);
+    const SelectorLoops& loops = selectorLoops(platform::fastestInstructionSet());
+    std::int32_t numbers[kGroupPiece];
     Marks marks;
     choice.run([&](long line, long place, long count) {
         selector.at(line, place, count);
-        for (long i = 1; i < group.n() && isNumber; ++i) {
-            markEqual(marks, static_cast<const double*>(selector[0]), i, count);
+        loops.cut(numbers, static_cast<const double*>(selector[0]), group.n(), count);
+        for (std::int32_t i = 1; i < group.n(); ++i) {
+            loops.markEqual(marks, numbers, i, count);
             choice.take(i, marks);
         }
     });
