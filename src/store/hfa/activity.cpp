@@ -87,6 +87,7 @@ void undoStep(Handle& handle) noexcept
     restore(handle, {step.record.entryPtr, step.record.currentEntry, std::move(step.path)});
     try {
         EerrException unheard;
+        handle.journal.undoFill(handle, unheard);
         handle.journal.trim(handle, unheard);
         unheard.Clear();
     } catch (...) {

@@ -12,7 +12,8 @@ namespace emantle::hfa {
 
 namespace {
 
-constexpr char kMagic[] = "EHFAREDO";
+constexpr char kFillMagic[] = "FILL";
+constexpr char kRedoMagic[] = "REDO";
 constexpr uint32_t kChangeHead = 8; /* position and size of a change, in a record */
 /* Bytes that are written with a record behind them rather than for themselves. */
 constexpr uint64_t kMostJoined = uint64_t{1} << 18;
@@ -21,21 +22,32 @@ constexpr uint32_t kLeastStretch = 16384;
 /* From this size on bytes do not pass through the pages on their way to new space. */
 constexpr std::size_t kAtOnce = std::size_t{1} << 17;
 
-/* Places of the fields of the gap. */
-enum : std::size_t { kAtPosition = 8, kAtSize = 12, kAtEnd = 16, kAtSum = 20, kAtGapSum = 40 };
+/* Places of the fields of both parts of the gap; the last field of each is its own checksum. */
+enum : std::size_t { kAtPosition = 4, kAtSize = 8, kAtFillSum = 12, kAtEnd = 12, kAtSum = 16, kAtRedoSum = 20 };
 
 }  // namespace
 
-Journal::Gap Journal::gapFor(const Record& record)
+std::array<unsigned char, Journal::kRedoSize> Journal::redoPart(const Record& record)
 {
-    Gap gap{};
-    std::memcpy(gap.data(), kMagic, kAtPosition);
-    encode32(record.position, gap.data() + kAtPosition);
-    encode32(static_cast<uint32_t>(record.bytes.size()), gap.data() + kAtSize);
-    encode32(record.end, gap.data() + kAtEnd);
-    encode32(checksum(record.bytes.data(), record.bytes.size()), gap.data() + kAtSum);
-    encode32(checksum(gap.data(), kAtGapSum), gap.data() + kAtGapSum);
-    return gap;
+    std::array<unsigned char, kRedoSize> part{};
+    std::memcpy(part.data(), kRedoMagic, kAtPosition);
+    encode32(record.position, part.data() + kAtPosition);
+    encode32(static_cast<uint32_t>(record.bytes.size()), part.data() + kAtSize);
+    encode32(record.end, part.data() + kAtEnd);
+    encode32(checksum(record.bytes.data(), record.bytes.size()), part.data() + kAtSum);
+    encode32(checksum(part.data(), kAtRedoSum), part.data() + kAtRedoSum);
+    return part;
+}
+
+/* What the gap says of bytes that are to be zeros; false where it says nothing of a file of `size` bytes. */
+bool Journal::readFill(const unsigned char* gap, uint64_t size, Span& fill)
+{
+    if (std::memcmp(gap, kFillMagic, kAtPosition) != 0 || decoded32(gap + kAtFillSum) != checksum(gap, kAtFillSum)) {
+        return false;
+    }
+    fill.start = decoded32(gap + kAtPosition);
+    fill.end = fill.start + decoded32(gap + kAtSize);
+    return fill.start >= kGapPosition + kGapSize && fill.end <= size;
 }
 
 /* The changes of a record; false where it cannot be one. */
@@ -75,13 +87,13 @@ bool Journal::readRecord(Handle& handle, Record& record, EerrException& scope)
             return false;
         }
         before = gap;
-        if (std::memcmp(gap.data(), kMagic, kAtPosition) != 0 ||
-            decoded32(gap.data() + kAtGapSum) != checksum(gap.data(), kAtGapSum)) {
+        const unsigned char* part = gap.data() + kFillSize;
+        if (std::memcmp(part, kRedoMagic, kAtPosition) != 0 || decoded32(part + kAtRedoSum) != checksum(part, kAtRedoSum)) {
             continue;
         }
-        const uint32_t size = decoded32(gap.data() + kAtSize);
-        record.position = decoded32(gap.data() + kAtPosition);
-        record.end = decoded32(gap.data() + kAtEnd);
+        const uint32_t size = decoded32(part + kAtSize);
+        record.position = decoded32(part + kAtPosition);
+        record.end = decoded32(part + kAtEnd);
         const int64_t there = file.system.size();
         if (there < 0 || size > static_cast<uint64_t>(there) || record.end > kFileLimit) {
             continue;
@@ -89,7 +101,7 @@ bool Journal::readRecord(Handle& handle, Record& record, EerrException& scope)
         record.bytes.resize(size);
         std::vector<Change> changes;
         if (read(record.bytes.data(), size, record.position) &&
-            checksum(record.bytes.data(), size) == decoded32(gap.data() + kAtSum) && parse(record, changes)) {
+            checksum(record.bytes.data(), size) == decoded32(part + kAtSum) && parse(record, changes)) {
             return true;
         }
     }
@@ -114,6 +126,13 @@ void Journal::start(Handle& handle, EerrException& scope)
     if (!hasGap_ || isIdle || !readRecord(handle, record, scope)) {
         gapIsDirty_ = hasGap_ && !isIdle;
         committedEnd_ = handle.pages.onDisk();
+        if (gapIsDirty_ && readFill(tag + kTagSize, committedEnd_, fill_)) {
+            handle.pages.forget();
+            handle.pages.hide(fill_.start, fill_.end);
+            if (handle.readOnly == 0) {
+                undoFill(handle, scope);
+            }
+        }
         return;
     }
     committedEnd_ = record.end;
@@ -178,8 +197,86 @@ void Journal::finishPending(Handle& handle, const std::vector<Change>& changes, 
     pending_ = Record();
 }
 
+void Journal::noteAllocated(uint64_t start, uint64_t size)
+{
+    if (size >= kAtOnce) {
+        virgin_.push_back({start, start + size});
+    }
+}
+
+void Journal::noteUsed(uint64_t start, uint64_t end)
+{
+    for (std::size_t i = 0; i < virgin_.size(); ++i) {
+        Span& span = virgin_[i];
+        if (start < span.end && end > span.start) {
+            (start <= span.start ? span.start : span.end) = start <= span.start ? std::min(end, span.end) : start;
+        }
+    }
+    std::erase_if(virgin_, [](const Span& span) { return span.end - span.start < kAtOnce; });
+}
+
+const Journal::Span* Journal::virginAround(uint64_t start, uint64_t end) const
+{
+    for (const Span& span : virgin_) {
+        if (start >= span.start && end <= span.end) {
+            return &span;
+        }
+    }
+    return nullptr;
+}
+
+/* Lets the gap say that these bytes are zeros whatever they hold, until the call has been made. */
+bool Journal::beginFill(Handle& handle, uint64_t start, uint64_t end, EerrException& scope)
+{
+    if (fill_.end != 0) {
+        return start >= fill_.start && end <= fill_.end;
+    }
+    const Span* around = virginAround(start, end);
+    if (around == nullptr || !hasGap_ || gathers(handle)) {
+        return false;
+    }
+    unsigned char part[kFillSize] = {};
+    std::memcpy(part, kFillMagic, kAtPosition);
+    encode32(static_cast<uint32_t>(start), part + kAtPosition);
+    encode32(static_cast<uint32_t>(around->end - start), part + kAtSize);
+    encode32(checksum(part, kAtFillSum), part + kAtFillSum);
+    fill_ = {start, around->end};
+    gapIsDirty_ = true;
+    write(handle, kGapPosition, part, sizeof part, scope);
+    gapIsDirty_ = false;
+    return true;
+}
+
+void Journal::undoFill(Handle& handle, EerrException& scope)
+{
+    if (fill_.end == 0) {
+        return;
+    }
+    /* A record that the call may have left behind must not find its bytes gone. */
+    const unsigned char nothing[kRedoSize] = {};
+    write(handle, kGapPosition + kFillSize, nothing, sizeof nothing, scope);
+    virgin_.clear();
+    handle.pages.hide(fill_.start, fill_.end);
+    const uint64_t end = handle.pages.onDisk();
+    if (fill_.end >= end) {
+        truncate(handle, std::min(fill_.start, end), scope);
+        truncate(handle, end, scope);
+    } else {
+        const std::vector<unsigned char> zeros(std::min<uint64_t>(fill_.end - fill_.start, kMostJoined));
+        for (uint64_t at = fill_.start; at < fill_.end; at += zeros.size()) {
+            write(handle, at, zeros.data(), std::min<uint64_t>(zeros.size(), fill_.end - at), scope);
+        }
+    }
+    emptyGap(handle, scope);
+    fill_ = Span();
+    handle.pages.hide(0, 0);
+}
+
 void Journal::tidy(Handle& handle, EerrException& scope)
 {
+    if (fill_.end != 0 && gapIsDirty_) {
+        undoFill(handle, scope);
+    }
     if (!pending_.bytes.empty()) {
         std::vector<Change> changes;
         parse(pending_, changes);
@@ -202,10 +299,17 @@ bool Journal::writeAtOnce(Handle& handle, uint64_t position, const void* bytes, 
 {
     const bool isNew = position >= std::max<uint64_t>(committedEnd_, handle.step.fileEnd) ||
                        handle.freeBlocks.tookSinceStep(position, position + size);
-    if (size < kAtOnce || handle.readOnly != 0 || !isNew) {
+    const uint64_t end = position + size;
+    if (size < kAtOnce || handle.readOnly != 0 || (!isNew && virginAround(position, end) == nullptr)) {
+        noteUsed(position, end);
         return false;
     }
     tidy(handle, scope);
+    if (!isNew && position < committedEnd_ && !beginFill(handle, position, end, scope)) {
+        noteUsed(position, end);
+        return false;
+    }
+    noteUsed(position, end);
     write(handle, position, static_cast<const unsigned char*>(bytes), size, scope);
     handle.pages.noteWritten(position, bytes, size);
     return true;
@@ -321,10 +425,11 @@ void Journal::writeRecord(Handle& handle, std::vector<Change>& fresh, const std:
         handle.pages.noteWritten(record.position, record.bytes.data(), record.bytes.size());
     }
 
-    const Gap gap = gapFor(record);
+    const auto part = redoPart(record);
     gapIsDirty_ = true;
-    write(handle, kGapPosition, gap.data(), gap.size(), scope);
+    write(handle, kGapPosition + kFillSize, part.data(), part.size(), scope);
     gapIsDirty_ = false;
+    fill_ = Span();
     pending_ = std::move(record);
 }
 
@@ -332,7 +437,7 @@ void Journal::commit(Handle& handle, EerrException& scope)
 {
     wasMade_ = false;
     const bool isIdle = handle.pages.changedBytes() == 0 && !handle.freeBlocks.isChanged() && !handle.headerHeldBack &&
-                        handle.fileEnd == committedEnd_ && pending_.bytes.empty();
+                        handle.fileEnd == committedEnd_ && pending_.bytes.empty() && fill_.end == 0;
     if (isIdle) {
         return;
     }
@@ -350,6 +455,10 @@ void Journal::commit(Handle& handle, EerrException& scope)
     if (inPlace.empty() || !hasGap_) {
         writeFresh(handle, fresh, scope);
         writeUnguarded(handle, inPlace, scope);
+        if (fill_.end != 0) {
+            emptyGap(handle, scope);
+            fill_ = Span();
+        }
     } else {
         try {
             writeRecord(handle, fresh, inPlace, scope);
@@ -376,7 +485,7 @@ void Journal::giveUp(Handle& handle) noexcept
 {
     EerrException unheard;
     try {
-        if (gapIsDirty_) {
+        if (gapIsDirty_ && fill_.end == 0) {
             emptyGap(handle, unheard);
         }
     } catch (...) {

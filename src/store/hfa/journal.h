@@ -27,7 +27,13 @@ public:
     /* The length of the file as its structures have it. */
     uint64_t committedEnd() const { return committedEnd_; }
 
-    /* Writes bytes at once where no structure of the file leads to them; false where one may. */
+    /* A new block at the end of the file, all zeros. */
+    void noteAllocated(uint64_t start, uint64_t size);
+    /* These bytes are written, or free again. */
+    void noteUsed(uint64_t start, uint64_t end);
+
+    /* Writes bytes at once where no structure of the file leads to them, or to zeros that nobody has written to; false
+     * elsewhere. */
     bool writeAtOnce(Handle& handle, uint64_t position, const void* bytes, std::size_t size, EerrException& scope);
 
     /* Makes every change of the handle one of the file. */
@@ -36,11 +42,20 @@ public:
     bool wasMade() const { return wasMade_; }
     void beginStep() { wasMade_ = false; }
 
+    /* Makes zeros again of what was written over zeros by a change that was not made. */
+    void undoFill(Handle& handle, EerrException& scope);
+
     /* Gives back what a change that was not made left behind the end of the file. */
     void trim(Handle& handle, EerrException& scope);
 
 private:
+    static constexpr uint32_t kFillSize = 16; /* of the part of the gap that leads to bytes being filled */
+    static constexpr uint32_t kRedoSize = 24; /* of the part behind it, which leads to a record */
     using Gap = std::array<unsigned char, kGapSize>;
+    struct Span {
+        uint64_t start = 0;
+        uint64_t end = 0;
+    };
     struct Change {
         uint32_t position;
         uint32_t size;
@@ -53,7 +68,10 @@ private:
         bool operator==(const Record&) const = default;
     };
 
-    static Gap gapFor(const Record& record);
+    static std::array<unsigned char, kRedoSize> redoPart(const Record& record);
+    static bool readFill(const unsigned char* gap, uint64_t size, Span& fill);
+    const Span* virginAround(uint64_t start, uint64_t end) const;
+    bool beginFill(Handle& handle, uint64_t start, uint64_t end, EerrException& scope);
     static bool readRecord(Handle& handle, Record& record, EerrException& scope);
     static bool parse(const Record& record, std::vector<Change>& changes);
     void split(Handle& handle, std::vector<Change>& fresh, std::vector<Change>& inPlace);
@@ -71,6 +89,8 @@ private:
     uint64_t committedEnd_ = 0;
     Record pending_;         /* made, but not yet all in place; no bytes for none */
     bool gapIsDirty_ = false; /* a write to the gap failed: nobody knows what it holds */
+    std::vector<Span> virgin_; /* large blocks of zeros that nobody has written to yet */
+    Span fill_;                /* what the gap tells to be zeros until the call has been made; empty for none */
     bool hasGap_ = false;
     bool wasMade_ = false;
 };

@@ -23,16 +23,35 @@ constexpr uint64_t bits(uint32_t first, uint32_t last)
     return (~uint64_t{0} >> (63 - (last - first))) << first;
 }
 
+}  // namespace
+
 /* Reads what the file has of `size` bytes. */
-std::size_t readUpTo(Efio_File* file, uint64_t position, void* bytes, std::size_t size, EerrException& scope)
+std::size_t Pages::readUpTo(Efio_File* file, uint64_t position, void* bytes, std::size_t size, EerrException& scope)
 {
     int64_t done = 0;
     files::readSystem(*files::opened(file), bytes, static_cast<int64_t>(size), static_cast<int64_t>(position), done, scope);
     check(scope, "efio_ReadSeq failed");
+    const uint64_t from = std::max(position, hiddenStart_);
+    const uint64_t to = std::min(position + static_cast<uint64_t>(done), hiddenEnd_);
+    if (from < to) {
+        std::memset(static_cast<unsigned char*>(bytes) + (from - position), 0, to - from);
+    }
     return static_cast<std::size_t>(done);
 }
 
-}  // namespace
+void Pages::hide(uint64_t start, uint64_t end) noexcept
+{
+    hiddenStart_ = start;
+    hiddenEnd_ = end;
+    for (Chunk* chunk : live_) {
+        const uint64_t base = uint64_t{chunk->number} * kChunk;
+        const uint64_t from = std::max(base, start);
+        const uint64_t to = std::min(base + kChunk, end);
+        if (from < to) {
+            std::memset(chunk->bytes + (from - base), 0, to - from);
+        }
+    }
+}
 
 Pages::Chunk* Pages::findChunk(uint64_t position) const noexcept
 {
@@ -329,6 +348,7 @@ void Pages::forget() noexcept
     undoBytes_.clear();
     last_ = nullptr;
     validPages_ = changedPages_ = 0;
+    hiddenStart_ = hiddenEnd_ = 0;
     expected_ = 0;
 }
 

@@ -27,6 +27,9 @@ public:
 
     void read(Efio_File* file, uint64_t position, void* bytes, std::size_t size, EerrException& scope);
     void write(Efio_File* file, uint64_t position, const void* bytes, std::size_t size, EerrException& scope);
+    /* Bytes that are zeros, whatever the file holds. */
+    void hide(uint64_t start, uint64_t end) noexcept;
+
     /* Bytes that have reached the file on another way. */
     void noteWritten(uint64_t position, const void* bytes, std::size_t size);
 
@@ -78,6 +81,7 @@ private:
     Chunk* findChunk(uint64_t position) const noexcept;
     void makeRoom() noexcept;
     void load(Efio_File* file, Chunk& chunk, uint32_t first, uint32_t last, EerrException& scope);
+    std::size_t readUpTo(Efio_File* file, uint64_t position, void* bytes, std::size_t size, EerrException& scope);
     void readPages(Efio_File* file, Chunk& chunk, uint32_t first, uint32_t last, uint32_t wanted, EerrException& scope);
     void readBulk(Efio_File* file, uint64_t position, unsigned char* bytes, std::size_t size, EerrException& scope);
     void keepForUndo(const Chunk& chunk, uint64_t position, uint32_t size, bool wasValid);
@@ -92,6 +96,8 @@ private:
     uint64_t onDisk_ = 0;
     uint32_t validPages_ = 0;
     uint32_t changedPages_ = 0;
+    uint64_t hiddenStart_ = 0;
+    uint64_t hiddenEnd_ = 0;
     uint64_t expected_ = 0; /* where a read goes on that sweeps through the file */
     uint32_t window_ = 0;   /* pages to read at once there */
     std::vector<Undo> undo_;

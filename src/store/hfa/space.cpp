@@ -38,6 +38,9 @@ uint32_t allocateBlock(Handle& handle, int64_t wanted, EerrException& scope)
         asFunction(scope, "freeListItemRemove", "freeListItemRemove failed", [&] { list.remove(handle, tail); });
     }
     if (start + length > handle.fileEnd) {
+        if (start == handle.fileEnd) {
+            handle.journal.noteAllocated(start, length);
+        }
         handle.fileEnd = static_cast<uint32_t>(start + length);
     }
     noteChange(handle);
@@ -56,6 +59,7 @@ void freeBlock(Handle& handle, uint32_t position, int64_t size, EerrException& s
     asFunction(scope, "freeListItemGet", "freeListItemGet failed",
                [&] { handle.freeBlocks.load(handle, Teller::freeing, scope); });
     handle.freeBlocks.add(handle, position, static_cast<uint32_t>(size), scope);
+    handle.journal.noteUsed(position, uint64_t{position} + static_cast<uint64_t>(size));
 }
 
 }  // namespace emantle::hfa

@@ -85,12 +85,12 @@ void withTable(Ehfa_File* file, const std::function<void(void*)>& use)
     }
 }
 
-void fill(void* table, double first, int count)
+void fill(void* table, double first, int count, const char* name = "values")
 {
     void* column = nullptr;
     int32_t type = 0;
     int32_t width = 0;
-    edsc_HFAColumnOpen(table, "values", &type, &width, &column, nullptr);
+    edsc_HFAColumnOpen(table, name, &type, &width, &column, nullptr);
     std::vector<double> values(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
         values[static_cast<std::size_t>(i)] = first + i;
@@ -141,6 +141,16 @@ std::vector<Work> workload()
         {"its values", [](Ehfa_File* f) { withTable(f, [](void* table) { fill(table, 1, 100); }); }},
         {"a longer column", [](Ehfa_File* f) { withTable(f, [](void* table) { edsc_HFATableRowCountSet(table, 700, nullptr); }); }},
         {"a shorter column", [](Ehfa_File* f) { withTable(f, [](void* table) { edsc_HFATableRowCountSet(table, 50, nullptr); }); }},
+        {"a long column", [](Ehfa_File* f) { withTable(f, [](void* table) { edsc_HFATableRowCountSet(table, 20000, nullptr); }); }},
+        {"another column", [](Ehfa_File* f) {
+             withTable(f, [](void* table) {
+                 void* column = nullptr;
+                 edsc_HFAColumnCreate(table, "more", EDSC_COLUMN_REAL, 0, &column, nullptr);
+                 edsc_HFAColumnClose(column, nullptr);
+             });
+         }},
+        {"its many values", [](Ehfa_File* f) { withTable(f, [](void* table) { fill(table, 1, 20000, "more"); }); }},
+        {"short again", [](Ehfa_File* f) { withTable(f, [](void* table) { edsc_HFATableRowCountSet(table, 50, nullptr); }); }},
         {"other values", [](Ehfa_File* f) { withTable(f, [](void* table) { fill(table, 1000, 50); }); }},
         {"without flushing", [](Ehfa_File* f) {
              ehfa_FileChange(f, nullptr, EHFA_OPTION_FLUSH_ON_WRITE, 0, 0);
