@@ -118,6 +118,8 @@ Ehfa_CacheNode readHead(Handle& handle, EerrException& scope)
                 head.blockcount <= int64_t{handle.fileEnd} / head.blocksize,
             "%s says that it has %ld blocks of %ld bytes", handle.currentEntry.name, long{head.blockcount},
             long{head.blocksize});
+    require(head.rootptr != 0 || head.blockcount == 0, "%s has %ld blocks and no index", handle.currentEntry.name,
+            long{head.blockcount});
     require(head.bytecount >= 0 && head.bytecount <= int64_t{head.blocksize} * head.blockcount,
             "%s says that it has %ld bytes in %ld blocks of %ld", handle.currentEntry.name, long{head.bytecount},
             long{head.blockcount}, long{head.blocksize});
@@ -165,34 +167,36 @@ void writeNode(BlockStore& store, EerrException& scope)
 
 namespace {
 
+/* Makes an empty block store under a node that is not there yet. */
 std::unique_ptr<BlockStore> storeUnder(const NodeName& name, Ehfa_File* file, EerrException& scope)
 {
     Handle& handle = opened(file);
     std::unique_ptr<BlockStore> store;
-    Activity activity(handle, scope);
-    require(!handle.readOnly, "File %s is open for reading only", handle.nameText.c_str());
-    const Emif_Design* design = cacheNodeDesign.fetch(scope);
-    require(!goToObject(handle, name.path().c_str(), nullptr, EHFA_SEEK_BACK, scope), "Node %s exists already in file %s",
-            name.path().c_str(), handle.nameText.c_str());
-    require(goToObject(handle, name.parent.c_str(), nullptr, EHFA_SEEK_BACK, scope), "nodePath %s not found",
-            name.parent.c_str());
-    checked(scope, emif_DictionaryAddDesign(handle.dictionary, design, scope), "error adding cache design to dictionary");
-    store = asFunction(
-        scope, "ehfa_CacheNew", "error creating the %s cache",
-        [&] {
-            auto fresh = std::make_unique<BlockStore>(accessTo(file), file, EHFA_CACHE_BLOCK_SIZE,
-                                                      EHFA_CACHE_SLOTS, 0, 0u, scope);
-            fresh->flush(false, scope);
-            return fresh;
-        },
-        name.node.c_str());
-    const Ehfa_CacheNode head = headOf(*store);
-    asFunction(scope, "ehfa_ObjectWrite", "error writing node to file", [&] {
-        writeObject(handle, nullptr, name.node.c_str(), kNodeType, EHFA_WRITE_LAST_CHILD, &head, design, scope);
-    });
-    writeDesigns(handle, scope);
+    {
+        Activity activity(handle, scope);
+        require(!handle.readOnly, "File %s is open for reading only", handle.nameText.c_str());
+        const Emif_Design* design = cacheNodeDesign.fetch(scope);
+        require(!goToObject(handle, name.path().c_str(), nullptr, EHFA_SEEK_BACK, scope),
+                "Node %s exists already in file %s", name.path().c_str(), handle.nameText.c_str());
+        require(goToObject(handle, name.parent.c_str(), nullptr, EHFA_SEEK_BACK, scope), "nodePath %s not found",
+                name.parent.c_str());
+        checked(scope, emif_DictionaryAddDesign(handle.dictionary, design, scope),
+                "error adding cache design to dictionary");
+        asFunction(
+            scope, "ehfa_CacheNew", "error creating the %s cache",
+            [&] {
+                store = std::make_unique<BlockStore>(accessTo(file), file, EHFA_CACHE_BLOCK_SIZE, EHFA_CACHE_SLOTS, 0, 0u,
+                                                     scope);
+                store->flush(false, scope);
+            },
+            name.node.c_str());
+        store->stored = headOf(*store);
+        asFunction(scope, "ehfa_ObjectWrite", "error writing node to file", [&] {
+            writeObject(handle, nullptr, name.node.c_str(), kNodeType, EHFA_WRITE_LAST_CHILD, &store->stored, design, scope);
+        });
+        writeDesigns(handle, scope);
+    }
     store->node = name.path();
-    store->stored = head;
     return store;
 }
 
@@ -210,20 +214,27 @@ Ehfa_Cache* openStore(Ehfa_File* file, const char* text, EerrException& scope)
     const NodeName name = nodeNameOf(text, file == nullptr, scope);
     FileReference reference = fileOf(file, name, false, scope);
     Handle& handle = opened(reference.get());
-    Activity activity(handle, scope);
-    require(goToNode(handle, name.path(), scope), "Object %s not found!", name.path().c_str());
-    auto store = asFunction(
-        scope, "ehfa_CacheNew", "error generating [%s] cache object",
-        [&] {
-            const Ehfa_CacheNode head = readHead(handle, scope);
-            auto known = std::make_unique<BlockStore>(accessTo(reference.get()), reference.get(), head.blocksize,
-                                                      EHFA_CACHE_SLOTS, head.blockcount, head.rootptr, scope);
-            known->byteCount = head.bytecount;
-            known->stored = head;
-            return known;
-        },
-        name.node.c_str());
-    store->node = name.path();
+    std::unique_ptr<BlockStore> store;
+    {
+        Activity activity(handle, scope);
+        require(goToNode(handle, name.path(), scope), "Object %s not found!", name.path().c_str());
+        asFunction(
+            scope, "ehfa_CacheNew", "error generating [%s] cache object",
+            [&] {
+                const Ehfa_CacheNode head = readHead(handle, scope);
+                store = std::make_unique<BlockStore>(accessTo(reference.get()), reference.get(), head.blocksize,
+                                                     EHFA_CACHE_SLOTS, head.blockcount, head.rootptr, scope);
+                store->byteCount = head.bytecount;
+                store->stored = head;
+            },
+            name.node.c_str());
+        store->node = name.path();
+        /* An empty one may have come without a root block. */
+        if (store->root() != store->stored.rootptr) {
+            store->flush(false, scope);
+            writeNode(*store, scope);
+        }
+    }
     reference.release();
     return store.release();
 }

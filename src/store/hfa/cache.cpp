@@ -164,8 +164,11 @@ EMANTLE_API Ehfa_Cache* ehfa_CacheNew(Ehfa_File* file, int32_t blockSize, int32_
             return new BlockStore({methods, data}, nullptr, blockSize, slotCount, blockCount, rootPtr, scope);
         }
         FileReference reference = sharedReference(file);
-        Activity activity(opened(file), scope);
-        auto store = std::make_unique<BlockStore>(accessTo(file), file, blockSize, slotCount, blockCount, rootPtr, scope);
+        std::unique_ptr<BlockStore> store;
+        {
+            Activity activity(opened(file), scope);
+            store = std::make_unique<BlockStore>(accessTo(file), file, blockSize, slotCount, blockCount, rootPtr, scope);
+        }
         reference.release();
         return store.release();
     });
