@@ -506,6 +506,7 @@ TEST_F(Verbs, SalvageBringsOutWhatIsLeft)
         {"the first child", damaged(placeOf("Layer_4") + 12, 4, '\x01'), {":Layer_4 at", ":Layer_4:Statistics at"}, {}},
         {"a whole entry", damaged(placeOf("Layer_5"), 128, '\xa5'), {":Layer_4 at", ":Layer_6 at", "lost_"}, {"lost_", ":Layer_5: only in"}},
         {"where data lie", damaged(placeOf("Covariance") + 16, 4, '\x6e'), {":Covariance at"}, {":Covariance: data"}},
+        {"how many they are", damaged(placeOf("Covariance") + 21, 1, '\x20'), {":Covariance at"}, {":Covariance: data"}},
         {"the data", damaged(whole.find(std::string("\x06\0\0\0\x06\0\0\0\x0a\0", 10)), 12, '\x77'), {":Covariance at"}, {":Covariance: data"}},
         {"a design", damaged(whole.rfind("{1:dminimum") + 6, 1, '\x01'), {"the dictionary is damaged; 12 designs"}, {}},
     };

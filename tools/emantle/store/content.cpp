@@ -75,22 +75,22 @@ BlockStoreShape blockStoreShape(const Bytes& data)
 
 class BlockReader {
 public:
-    BlockReader(const ReadBytes& read, std::vector<Block>* used) : read_(read), used_(used) {}
+    BlockReader(const ReadBytes& read, const OnBlock& onBlock) : read_(read), onBlock_(onBlock) {}
 
     std::int64_t fileSize() const { return read_.fileSize; }
 
     Bytes operator()(std::uint32_t position, std::int64_t size) const
     {
-        Bytes bytes = read_(position, size);
-        if (used_ != nullptr && size > 0) {
-            used_->push_back({position, size});
+        read_.requireInside(position, size);
+        if (onBlock_ && size > 0) {
+            onBlock_({position, size});
         }
-        return bytes;
+        return read_(position, size);
     }
 
 private:
     const ReadBytes& read_;
-    std::vector<Block>* used_;
+    const OnBlock& onBlock_;
 };
 
 std::vector<std::optional<Bytes>> readBlocks(const BlockReader& read, const Bytes& data, std::uint32_t root)
@@ -223,12 +223,17 @@ bool isBlockStore(const std::string& type)
     return type == "Ehfa_CacheNode";
 }
 
-Bytes ReadBytes::operator()(std::uint32_t position, std::int64_t size) const
+void ReadBytes::requireInside(std::uint32_t position, std::int64_t size) const
 {
     if (size < 0 || position + size > fileSize) {
         throw Failure("refers to " + std::to_string(size) + " bytes at " + std::to_string(position) +
                       ", which do not lie in the file");
     }
+}
+
+Bytes ReadBytes::operator()(std::uint32_t position, std::int64_t size) const
+{
+    requireInside(position, size);
     return read(position, size);
 }
 
@@ -270,9 +275,9 @@ ColumnShape columnShape(const Bytes& data)
     return shape;
 }
 
-Content contentOf(const ReadBytes& readAll, const Ehfa_Entry& entry, std::vector<Block>* used)
+Content contentOf(const ReadBytes& readAll, const Ehfa_Entry& entry, const OnBlock& onBlock)
 {
-    const BlockReader read(readAll, used);
+    const BlockReader read(readAll, onBlock);
     Content content{entry.name, entry.type, entry.modTime, {}, {}, {}};
     if (entry.dataSize == 0) {
         return content;

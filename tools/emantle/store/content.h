@@ -17,6 +17,7 @@ struct ReadBytes {
     std::function<Bytes(std::uint32_t position, std::int64_t size)> read;
 
     Bytes operator()(std::uint32_t position, std::int64_t size) const;
+    void requireInside(std::uint32_t position, std::int64_t size) const;
 };
 ReadBytes bytesOf(Ehfa_File* file);
 
@@ -40,9 +41,11 @@ struct Content {
     std::optional<std::vector<std::optional<Bytes>>> blocks; /* of a block store; those without a place are absent */
 };
 
-/* What belongs to an entry; throws Failure with what is wrong where that is not all in the file. With `used` the blocks that
- * hold it go there. */
-Content contentOf(const ReadBytes& read, const Ehfa_Entry& entry, std::vector<Block>* used = nullptr);
+/* Is told of each block before it is read, the data's own first; may throw. */
+using OnBlock = std::function<void(const Block&)>;
+
+/* What belongs to an entry; throws Failure with what is wrong where that is not all in the file. */
+Content contentOf(const ReadBytes& read, const Ehfa_Entry& entry, const OnBlock& onBlock = {});
 
 /* Writes an entry by a method of ehfa_EntryWrite from the current one, which it becomes. What was written is freed again
  * where that fails. */

@@ -21,12 +21,11 @@ std::vector<Block> blocksBehind(Ehfa_File* file, const std::vector<Place>& place
         }
         std::vector<Block> used;
         try {
-            contentOf(read, entry, &used);
+            contentOf(read, entry, [&](const Block& block) { used.push_back(block); });
+            used.erase(used.begin(), used.begin() + (used.empty() ? 0 : 1));
+            blocks.insert(blocks.end(), used.begin(), used.end());
         } catch (const Failure&) {
             continue; /* what cannot be told stays lost */
-        }
-        if (!used.empty()) {
-            blocks.insert(blocks.end(), used.begin() + 1, used.end());
         }
     }
     return blocks;

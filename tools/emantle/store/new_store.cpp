@@ -3,6 +3,7 @@
 #include <emantle/frame/eint.h>
 
 #include <cerrno>
+#include <fcntl.h>
 #include <filesystem>
 #include <system_error>
 #include <unistd.h>
@@ -74,8 +75,19 @@ void NewStore::close()
     reports.check(path_ + ": cannot be written");
 }
 
+/* A file that is replaced must not be gone before the new one is on the disk. */
 void NewStore::takeName()
 {
+    std::error_code error;
+    if (std::filesystem::exists(path_, error)) {
+        const int file = open(temporary_.c_str(), O_RDONLY | O_CLOEXEC);
+        const bool isSafe = file >= 0 && fsync(file) == 0;
+        const int number = errno;
+        ::close(file);
+        if (!isSafe) {
+            throw Failure(path_ + ": " + std::generic_category().message(number));
+        }
+    }
     if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
         throw Failure(path_ + ": " + std::generic_category().message(errno));
     }

@@ -25,7 +25,6 @@ using DictionaryPtr = Owned<Emif_Dictionary, emif_DictionaryDelete>;
 constexpr char kLabel[] = "EHFA_HEADER_TAG"; /* with its NUL the first 16 bytes */
 constexpr char kFirstDesign[] = "{1:lversion,1:LfreeList,1:LrootEntryPtr,";
 constexpr std::size_t kHeaderSize = 18;
-constexpr std::size_t kEntrySize = 128;
 constexpr std::size_t kNameInEntry = 24;
 constexpr std::size_t kTypeInEntry = 88;
 constexpr std::size_t kDepthLimit = 1000;
@@ -261,16 +260,14 @@ void Wreck::claimData(std::size_t from)
     const ReadBytes read = reader();
     for (std::size_t at = from; at < found_.size(); ++at) {
         throwIfInterrupted();
-        std::vector<Block> used;
         try {
-            contentOf(read, found_[at].entry, &used);
-        } catch (const Interrupted&) {
-            throw;
+            contentOf(read, found_[at].entry, [&](const Block& block) {
+                if (!claims_.take(block.position, static_cast<std::uint64_t>(block.size))) {
+                    throw Failure("taken");
+                }
+            });
         } catch (const Failure&) {
-            /* Told when the entry is copied; the blocks read before are taken all the same. */
-        }
-        for (const Block& block : used) {
-            claims_.take(block.position, static_cast<std::uint64_t>(block.size));
+            /* Told when the entry is copied; the blocks before are taken all the same. */
         }
     }
 }

@@ -29,6 +29,8 @@ public:
     /* Fails where the file cannot be read or has nothing of a store. */
     explicit Wreck(const std::string& path);
 
+    static constexpr std::size_t kEntrySize = 128;
+
     struct Found {
         Ehfa_Entry entry{};
         std::uint32_t position = 0; /* 0 for one that had to be made up, for those that were below it */

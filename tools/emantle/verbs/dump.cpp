@@ -1,5 +1,5 @@
-#include "store/content_json.h"
 #include "console/progress.h"
+#include "store/content_json.h"
 #include "store/designs.h"
 #include "store/dump_format.h"
 #include "store/walk.h"
@@ -13,8 +13,8 @@ namespace tool {
 namespace {
 
 struct DumpOptions {
-    CommonOptions common;
     std::string store;
+    bool quiet = false;
 };
 
 void print(const Json& line)
@@ -34,7 +34,7 @@ void dump(const DumpOptions& options)
     for (const std::string& design : designTexts(*file->dictionary)) {
         print({{"design", design}});
     }
-    Progress progress("Dumping " + options.store, !options.common.quiet);
+    Progress progress("Dumping " + options.store, !options.quiet);
     const ReadBytes read = bytesOf(file);
     walk(file, [&](const Node& node) {
         progress.update(node.position, static_cast<double>(read.fileSize));
@@ -57,7 +57,7 @@ void addDump(CLI::App& program, Exit&)
     auto options = std::make_shared<DumpOptions>();
     CLI::App& verb = *program.add_subcommand("dump", "A whole store as text: JSON, one line an entry");
     verb.add_option("store", options->store, "A store")->required()->type_name("STORE");
-    addCommonOptions(verb, options->common);
+    verb.add_flag("--quiet,-q", options->quiet, "No progress");
     verb.callback([options] { dump(*options); });
 }
 

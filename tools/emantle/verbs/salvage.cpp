@@ -27,7 +27,13 @@ struct SalvageOptions {
 /* Brings what a wreck has into a new store, and notes what is given up. */
 class Salvage {
 public:
-    Salvage(const Wreck& wreck, Ehfa_File* target) : wreck_(wreck), target_(target), writer_(target), read_(wreck.reader()) {}
+    Salvage(const Wreck& wreck, Ehfa_File* target) : wreck_(wreck), target_(target), writer_(target), read_(wreck.reader())
+    {
+        /* Data that reach over an entry have a wrong place or size. */
+        for (const Wreck::Found& found : wreck.entries()) {
+            claims_.take(found.position, found.position == 0 ? 0 : Wreck::kEntrySize);
+        }
+    }
 
     void run(Progress& progress)
     {
@@ -101,14 +107,11 @@ private:
 
     Content wholeContent(const Ehfa_Entry& entry)
     {
-        std::vector<Block> used;
-        Content content = contentOf(read_, entry, &used);
-        for (const Block& block : used) {
+        return contentOf(read_, entry, [&](const Block& block) {
             if (!claims_.take(block.position, static_cast<std::uint64_t>(block.size))) {
                 throw Failure("its bytes at " + std::to_string(block.position) + " belong to another entry as well");
             }
-        }
-        return content;
+        });
     }
 
     /* A path leads to every name. */
