@@ -238,7 +238,7 @@ EMANTLE_API Emsc_Boolean esta_AllStatsStackConvertToMIF(const Esta_AllStatsStack
         state.skipFactorY = stack->skipFactorY;
         state.count = stack->count;
         state.covariance = copyOf(stack->covariance, scope).release();
-        state.means = rowsOf(stack->means, scope).release();
+        state.means = rowsOf(stack->covariance == nullptr ? nullptr : stack->means, scope).release();
         state.excludedValues = rowsOf(stack->excludedValues, scope).release();
         state.layers.layers =
             allocate<LayerState>(static_cast<std::size_t>(stack->numLayers), "Out of memory").release();

@@ -3,6 +3,7 @@
 #include "console/numbers.h"
 #include "console/owned.h"
 
+#include <algorithm>
 #include <emantle/data/egda.h>
 #include <emantle/frame/estr.h>
 #include <emantle/tables/edsc.h>
@@ -56,12 +57,13 @@ Json columnJson(Edsc_TableInstance* table, const std::string& name)
     return {{"name", name}, {"type", kNames[type]}, {"values", std::move(values)}};
 }
 
-Json binsJson(const Edsc_BinFunction* bins)
+/* The limits of the bins that have one of `rows`: a store may claim any number of bins. */
+Json binsJson(const Edsc_BinFunction* bins, std::size_t rows)
 {
     Reports reports;
     const std::uint32_t count = edsc_BinFunctionBinCount(bins, reports);
     Json limits = Json::array();
-    for (std::uint32_t bin = 0; bin < count; ++bin) {
+    for (std::uint32_t bin = 0; bin < count && bin < rows; ++bin) {
         double lower = 0;
         double upper = 0;
         edsc_BinFunctionApplyInverse(bins, static_cast<std::int32_t>(bin), &lower, &upper, reports);
@@ -85,14 +87,19 @@ Json tableJson(const OpenStore& store, const std::string& node, const std::strin
         throw Failure(store.path() + ": " + node + " is not a table");
     }
     Json json{{"rows", table->numRows}};
-    json["bins"] = table->binFunction == nullptr ? Json() : binsJson(table->binFunction);
+    json["bins"] = Json();
     json["columns"] = Json::array();
+    std::size_t rows = 0; /* that a column really has */
     const ListPtr names(edsc_TableListColumns(table.get(), reports));
     reports.check(store.path() + ": the columns of " + node + " cannot be listed");
     for (std::int32_t i = 0; names && i < names->count; ++i) {
         if (column.empty() || column == names->strings[i]) {
             json["columns"].push_back(columnJson(table.get(), names->strings[i]));
+            rows = std::max(rows, json["columns"].back()["values"].size());
         }
+    }
+    if (table->binFunction != nullptr) {
+        json["bins"] = binsJson(table->binFunction, rows);
     }
     return json;
 }

@@ -33,10 +33,11 @@ EMANTLE_API Emsc_Boolean esta_AllStatsStackMerge(Esta_AllStatsStack* target, con
 /* The state of an accumulation, not yet finished, as a record that a store holds under ESTA_ALL_STATS_STACK_STATE:
  *
  *     esta_AllStatsStackConvertToMIF(stack, &object, &design, &err);
+ *     emif_DictionaryAddDesign(file->dictionary, design, &err);
  *     ehfa_ObjectWrite(file, ":", "West", ESTA_ALL_STATS_STACK_STATE, EHFA_WRITE_LAST_CHILD, object, design, &err);
  *     emif_ObjectFree(&object, design, NULL);
  *
- * `*object` is the caller's, `*design` stays the library's. Fails when more than 1024 layers keep their values. */
+ * `*object` is the caller's, `*design` stays the library's. Without a covariance the means are left out. Fails when more than 1024 layers keep their values. */
 EMANTLE_API Emsc_Boolean esta_AllStatsStackConvertToMIF(const Esta_AllStatsStack* stack, void** object,
                                                         const Emif_Design** design, Eerr_ErrorReport** err);
 
