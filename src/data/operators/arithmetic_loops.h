@@ -7,7 +7,8 @@ template <class T>
 using Unsigned = std::conditional_t<(sizeof(T) < sizeof(unsigned)), unsigned, std::make_unsigned_t<T>>;
 
 /* The signed byte is limited at one end alone, and its low byte stored at the other. Seen in eight bits: the sum of two
- * numbers without a sign bit that has one is too high, the difference of a negative and another that has none too low. */
+ * numbers without a sign bit that has one is too high; the difference of a negative and a positive number that has none
+ * is too low. */
 
 struct egda_MaoAdd : Fold {
     template <class T>

@@ -3,7 +3,7 @@
 
 namespace emantle::EMANTLE_TARGET {
 
-/* Clamped to the limits of the type and truncated; NaN becomes the lower limit. Limits of 16 bits are exact in float. */
+/* Clamped to the limits of the type and truncated; NaN becomes the lower limit. Limits of 16 bits are exact floats. */
 template <class To, class T>
 inline typename To::Storage truncatedTo(T value)
 {

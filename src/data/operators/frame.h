@@ -20,7 +20,7 @@ using LineLoop = void (*)(void* dest, const void* a, const void* b, long count);
  * not 0; `count` where there is none. */
 using StopScan = long (*)(const void* b, const std::uint8_t* mask, long count);
 
-/* How an operand lies in memory, and as what the loop wants it: where the two differ it is converted by epxm_Convert. */
+/* How an operand lies in memory, and as what the loop wants it: where they differ epxm_Convert is applied. */
 struct OperandTypes {
     Egda_PixelType stored;
     Egda_PixelType read;

@@ -56,8 +56,8 @@ EMANTLE_API const Egda_OperatorRow* emsc_AddressOf_egda_CheckInitialCheck(void);
 EMANTLE_API void egda_BaseDataOperation(long op, Egda_BaseData* dest, Egda_BaseData* const* sources, long nSources,
                                         Eerr_ErrorReport** err);
 
-/* The same for stacks. The object type is that of the first layer of `dest`, or of the first source where there is none.
- * Fails with 1 when the check fails, 2 when the operator does. */
+/* The same for stacks. The object type is that of the first layer of `dest`, or of the first source where there is
+ * none. Fails with 1 when the check fails, 2 when the operator does. */
 EMANTLE_API void egda_BaseDataStackOperation(long op, Egda_BaseDataStack* dest, const Egda_BaseDataStackArray* sources,
                                              Eerr_ErrorReport** err);
 
@@ -110,7 +110,7 @@ EMANTLE_API void egda_FillOpCheck(Egda_BaseDataStack* dest, const Egda_BaseDataS
 /*   two sources of the destination's type whose product has its shape */
 EMANTLE_API void egda_MatrixMulOpCheck(Egda_BaseDataStack* dest, const Egda_BaseDataStackArray* sources,
                                        Eerr_ErrorReport** err);
-/*   two sources of the destination's type: weights, a column for each layer of the destination, and layers of its shape */
+/*   two sources of the destination's type: weights, a column for each of its layers, and layers of its shape */
 EMANTLE_API void MatrixTrRasterOpCheck(Egda_BaseDataStack* dest, const Egda_BaseDataStackArray* sources,
                                        Eerr_ErrorReport** err);
 
