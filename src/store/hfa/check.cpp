@@ -1,6 +1,7 @@
 #include "store/hfa/activity.h"
 #include "store/hfa/bytes.h"
 #include "store/hfa/runs.h"
+#include "store/mif/stream.h"
 
 #include <algorithm>
 #include <cstring>
@@ -228,6 +229,11 @@ void Checker::checkAgainstDesign(const Ehfa_Entry& entry)
     const Emif_Design* design = emif_FindDesignByName(handle_.dictionary, entry.type, nullptr);
     if (design == nullptr) {
         finding(EHFA_BLOCK_DATA, entry.data, entry.dataSize, entry.type, "the dictionary has no design of this type");
+        return;
+    }
+    /* No memory for a record that the whole file could not fill. */
+    if (mif::leastStreamBytes(*design) > handle_.fileEnd) {
+        finding(EHFA_BLOCK_DATA, entry.data, entry.dataSize, entry.type, "the data do not fit their design");
         return;
     }
     EerrException unheard;
