@@ -245,10 +245,12 @@ TEST(MapHistogramThruLut, AddsCountsAtTheOutputs)
 
     EXPECT_EQ(ehst_MapHistogramThruLUT(nullptr, output.get(), lut.get(), report), 0U);
     EXPECT_EQ(messageOf(report), "Invalid input histogram");
-    EXPECT_EQ(ehst_MapHistogramThruLUT(input.get(), input.get(), lut.get(), report), 0U);
-    EXPECT_EQ(messageOf(report), "Invalid output histogram");
-    EXPECT_EQ(ehst_MapHistogramThruLUT(input.get(), output.get(), nullptr, report), 0U);
-    EXPECT_EQ(messageOf(report), "Invalid lookup table");
+    Report second;
+    EXPECT_EQ(ehst_MapHistogramThruLUT(input.get(), input.get(), lut.get(), second), 0U);
+    EXPECT_EQ(messageOf(second), "Invalid output histogram");
+    Report third;
+    EXPECT_EQ(ehst_MapHistogramThruLUT(input.get(), output.get(), nullptr, third), 0U);
+    EXPECT_EQ(messageOf(third), "Invalid lookup table");
 }
 
 TEST(Copies, AreDeepAndHoldTheirSizes)

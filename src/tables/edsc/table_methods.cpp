@@ -51,13 +51,15 @@ void readColumnTypes(EerrException& scope, Edsc_TableMethods& methods)
     std::int32_t count = 0;
     char** names = nullptr;
     const std::int32_t result = methods.InstanceColumnTypesGet(&count, &names, scope);
+    if (result >= 0 && count >= 0 && names != nullptr) {
+        methods.columnTypes = names;
+        methods.columnTypeCount = count;
+    }
     constexpr const char* kGarbage = "InstanceColumnTypesGet returning garbage from %s:  DLL ignored";
     check(scope, kGarbage, methods.instanceName);
     const bool garbage = result < 0 || count < 0 || (count > 0 && names == nullptr);
     require(!garbage && std::none_of(names, names + count, [](const char* name) { return name == nullptr; }), kGarbage,
             methods.instanceName);
-    methods.columnTypes = names;
-    methods.columnTypeCount = count;
 }
 
 /* A format that cannot update what it creates does not create it. */
