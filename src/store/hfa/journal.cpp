@@ -252,6 +252,7 @@ void Journal::undoFill(Handle& handle, EerrException& scope)
     if (fill_.end == 0) {
         return;
     }
+    fillIsStale_ = true;
     /* A record that the call may have left behind must not find its bytes gone. */
     const unsigned char nothing[kRedoSize] = {};
     write(handle, kGapPosition + kFillSize, nothing, sizeof nothing, scope);
@@ -269,12 +270,13 @@ void Journal::undoFill(Handle& handle, EerrException& scope)
     }
     emptyGap(handle, scope);
     fill_ = Span();
+    fillIsStale_ = false;
     handle.pages.hide(0, 0);
 }
 
 void Journal::tidy(Handle& handle, EerrException& scope)
 {
-    if (fill_.end != 0 && gapIsDirty_) {
+    if (fillIsStale_) {
         undoFill(handle, scope);
     }
     if (!pending_.bytes.empty()) {

@@ -91,6 +91,7 @@ private:
     bool gapIsDirty_ = false; /* a write to the gap failed: nobody knows what it holds */
     std::vector<Span> virgin_; /* large blocks of zeros that nobody has written to yet */
     Span fill_;                /* what the gap tells to be zeros until the call has been made; empty for none */
+    bool fillIsStale_ = false; /* the call was not made, and the zeros are not back yet */
     bool hasGap_ = false;
     bool wasMade_ = false;
 };

@@ -36,8 +36,13 @@ void flushOnWrite(Handle& handle, bool atOnce, EerrException& scope)
         return;
     }
     emif_StreamImmediateFlushEnable(nullptr, scope);
-    /* The end of the call writes what was held back. */
+    if (!heldBack(handle)) {
+        return;
+    }
     handle.flags &= ~static_cast<uint32_t>(EHFA_FLAG_NO_FLUSH);
+    if (!gathers(handle) && handle.depth <= 1) {
+        asFunction(scope, "freeListCacheFlush", "Error in ehfa_FileHostDataWrite", [&] { commit(handle, scope); });
+    }
 }
 
 void renameFile(Handle& handle, const char* name, EerrException& scope)

@@ -368,7 +368,7 @@ void Pages::undoStep() noexcept
         Chunk& chunk = *chunks_[undo.position / kChunk];
         if (undo.wasValid) {
             std::memcpy(chunk.bytes + offset, undoBytes_.data() + undoBytes_.size() - undo.size, undo.size);
-            undoBytes_.resize(undoBytes_.size() - undo.size);
+            undoBytes_.erase(undoBytes_.end() - undo.size, undoBytes_.end());
         } else {
             chunk.valid &= ~bit(page);
             --validPages_;

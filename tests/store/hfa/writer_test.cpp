@@ -121,36 +121,35 @@ TEST_F(AWriter, ReplacesAStoreWhollyOrNotAtAll)
     EXPECT_EQ(bytesOf(name_).size(), 508u);
 }
 
-/* What a number of steps makes of a store: names and the bytes of their data. Every third step rewrites, every fourth
- * deletes. */
+/* What a number of steps makes of a store of at most 100 objects: names and the bytes of their data. A step makes an object
+ * where there is none, and else deletes or rewrites it. */
 struct Steps {
-    static std::string name(int step) { return "n" + std::to_string(step); }
-    static std::string bytes(int step, int size) { return std::string(static_cast<std::size_t>(size), static_cast<char>('a' + step % 26)); }
+    static std::string name(int step) { return "n" + std::to_string(step * 37 % 100); }
+    static std::string bytes(int step)
+    {
+        return std::string(static_cast<std::size_t>(10 + step * 131 % 6000), static_cast<char>('a' + step % 26));
+    }
 
     static void run(Ehfa_File* file, int step)
     {
-        const std::string path = ":" + name(step / 2);
-        if (step % 4 == 3) {
-            ehfa_ObjectDelete(file, path.c_str(), nullptr, EHFA_SEEK_BACK, nullptr);
-        } else if (step % 3 == 2 && ehfa_EntrySeek(file, EHFA_SEEK_PATH, path.c_str(), nullptr) != nullptr) {
-            const std::string data = bytes(step, 10 + step * 37 % 6000);
-            ehfa_ObjectDataWrite(file, nullptr, nullptr, nullptr, EHFA_WRITE_CURRENT, data.data(), static_cast<long>(data.size()), nullptr);
+        const std::string data = bytes(step);
+        const auto size = static_cast<long>(data.size());
+        if (ehfa_EntrySeek(file, EHFA_SEEK_PATH, (":" + name(step)).c_str(), nullptr) == nullptr) {
+            ehfa_ObjectDataWrite(file, ":", name(step).c_str(), "Raw", EHFA_WRITE_LAST_CHILD, data.data(), size, nullptr);
+        } else if (step % 3 == 0) {
+            ehfa_EntryDelete(file, nullptr);
         } else {
-            const std::string data = bytes(step, 10 + step * 13 % 3000);
-            ehfa_ObjectDataWrite(file, ":", name(step).c_str(), "Raw", EHFA_WRITE_LAST_CHILD, data.data(), static_cast<long>(data.size()), nullptr);
+            ehfa_ObjectDataWrite(file, nullptr, nullptr, nullptr, EHFA_WRITE_CURRENT, data.data(), size, nullptr);
         }
     }
 
     std::map<std::string, std::string> contents;
     void run(int step)
     {
-        const std::string other = name(step / 2);
-        if (step % 4 == 3) {
-            contents.erase(other);
-        } else if (step % 3 == 2 && contents.contains(other)) {
-            contents[other] = bytes(step, 10 + step * 37 % 6000);
+        if (contents.contains(name(step)) && step % 3 == 0) {
+            contents.erase(name(step));
         } else {
-            contents[name(step)] = bytes(step, 10 + step * 13 % 3000);
+            contents[name(step)] = bytes(step);
         }
     }
 };
