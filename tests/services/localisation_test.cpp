@@ -191,6 +191,7 @@ TEST_F(Localisation, WithoutAPathTheSourceStaysAndTheTranslatorReports)
     }
     unsetenv("ORVIK_TRANSLATIONS_PATH");
     EXPECT_EQ(ETranslatorList::Instance().Open("$ORVIK_TRANSLATIONS_PATH"), nullptr);
+    EXPECT_EQ(ETranslatorList::Instance().Open(";;"), nullptr);
     EXPECT_EQ(translated(nullptr, nullptr), u"");
 }
 

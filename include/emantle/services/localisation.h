@@ -70,7 +70,8 @@ public:
     static ETranslatorList& Instance();
 
     /* The translator of `module` over the folders of `path`, in which variables are replaced, and the present locale:
-     * the same one for the same three. It lives as long as the process. Null where `path` comes to nothing. */
+     * the same one for the same three. It lives as long as the process. Null where `path` holds no folder; throws as
+     * ETranslator does for a module without a base name. */
     const ETranslator* Open(const std::string& path, const std::string& module = "emantle");
 
     ETranslatorList(const ETranslatorList&) = delete;

@@ -149,7 +149,7 @@ ETranslatorList& ETranslatorList::Instance()
 const ETranslator* ETranslatorList::Open(const std::string& path, const std::string& module)
 {
     const std::string folders = expanded(path);
-    if (folders.empty()) {
+    if (foldersOf(folders).empty()) {
         return nullptr;
     }
     const std::string locale = ELocale::Instance().Name();

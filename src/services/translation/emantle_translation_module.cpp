@@ -1,5 +1,3 @@
-#define EMANTLE_TRANSLATION_EXPORT __attribute__((visibility("default")))
-
 #include "services/translation/translation_module.h"
 
 #include <QString>
@@ -7,6 +5,8 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
+
+#define EMANTLE_TRANSLATION_EXPORT __attribute__((visibility("default")))
 
 /* QTranslator needs no application object: it is asked directly, not through the chain of installed translators.
  * Exceptions here can only be of memory, and count as no translation. */
