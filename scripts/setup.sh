@@ -3,6 +3,7 @@
 packages=(
     g++ cmake ninja-build pkg-config ccache
     libboost-dev libre2-dev libsleef-dev libtiff-dev libcairo2-dev libcli11-dev nlohmann-json3-dev
+    qt6-base-dev
     libgtest-dev libgmock-dev libbenchmark-dev
 )
 

@@ -20,6 +20,7 @@
 #include <emantle/frame/estr.h>
 #include <emantle/frame/etxt.h>
 #include <emantle/numerics/efga.h>
+#include <emantle/services/localisation.h>
 #include <emantle/settings/edll.h>
 #include <emantle/siblings/ergx.h>
 #include <emantle/siblings/ethr.h>

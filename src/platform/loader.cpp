@@ -71,6 +71,16 @@ int closeLibrary(void* library) noexcept
     return library == nullptr || dlclose(library) == 0 ? 0 : failWith(error::badHandle);
 }
 
+std::string libraryDirectory()
+{
+    Dl_info info{};
+    std::string path;
+    if (dladdr(reinterpret_cast<const void*>(&libraryDirectory), &info) == 0 || info.dli_fname == nullptr ||
+        realPath(info.dli_fname, path) != 0)
+        return {};
+    return path.substr(0, path.rfind('/'));
+}
+
 int makeObjectModelReady() noexcept
 {
     return -1;

@@ -16,6 +16,10 @@ void* findSymbol(void* library, const char* name) noexcept;
 // Null does nothing.
 int closeLibrary(void* library) noexcept;
 
+// The directory of the file that this code was loaded from, the library's or that of a program which holds it; empty
+// where the system does not tell.
+std::string libraryDirectory();
+
 // Stands in for making a class of an outside object model live in this thread; there is no such model, and the answer
 // is -1.
 int makeObjectModelReady() noexcept;

@@ -37,6 +37,11 @@ export LD_LIBRARY_PATH
 step "building with pkg-config" "$CXX" -std=c++20 "${strict[@]}" "$program" "${flags[@]}" -o "$scratch/by_pkg_config"
 step "running what pkg-config built" "$scratch/by_pkg_config"
 
+module=emantle/emantle_translation.so
+if [ -e "$build/src/$module" ]; then
+    step "finding the translation module beside the library" test -e "$LD_LIBRARY_PATH/$module"
+fi
+
 # Each header alone first, so that none leans on what another one includes.
 mapfile -t headers < <(cd "$prefix/include" && find emantle -name '*.h' | LC_ALL=C sort)
 for header in "${headers[@]}"; do
