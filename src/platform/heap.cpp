@@ -100,10 +100,16 @@ void* allocateZeroed(std::size_t size) noexcept
 {
     if (refused(size))
         return nullptr;
+    if (size < largeBlock) {
+        // glibc's calloc passes by the blocks that the thread has given back; malloc and clearing take half its time.
+        void* const base = std::malloc(bytesFor(size, sizeof(Header)));
+        if (base == nullptr)
+            return nullptr;
+        void* const block = place(base, sizeof(Header), size);
+        return std::memset(block, 0, size);
+    }
     void* const base = std::calloc(1, bytesFor(size, sizeof(Header)));
-    if (base == nullptr)
-        return nullptr;
-    return place(base, leadOf(base, size), size);
+    return base == nullptr ? nullptr : place(base, leadOf(base, size), size);
 }
 
 void* reallocateZeroed(void* block, std::size_t size) noexcept
