@@ -5,26 +5,35 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <random>
 #include <string>
+#include <sys/mman.h>
 #include <tuple>
 
 namespace operands {
 
 namespace {
 
+/* The large ones on large pages, as NumPy has its arrays. */
 struct Block {
-    std::vector<char> bytes;
+    static constexpr std::size_t kPage = 1 << 21;
+    char* bytes;
     Egda_BaseData* record = nullptr;
 
     Block(long side, int type, unsigned seed, long object)
-        : bytes(static_cast<std::size_t>(side * side * emsc_AddressOf_egda_NumBytesPerPixel()[type]) + 64)
     {
+        const auto size = static_cast<std::size_t>(side * side * emsc_AddressOf_egda_NumBytesPerPixel()[type]);
+        const std::size_t alignment = size >= kPage ? kPage : 64;
+        bytes = static_cast<char*>(std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment));
+        if (size >= kPage) {
+            madvise(bytes, size, MADV_HUGEPAGE);
+        }
         std::mt19937 random(seed);
         std::vector<double> line(static_cast<std::size_t>(side));
-        char* at = bytes.data() + (-reinterpret_cast<std::uintptr_t>(bytes.data()) & 63);
+        char* at = bytes;
         record = egda_BaseDataCreate(side, side, type, object, at, nullptr);
         for (long row = 0; row < side; ++row) {
             for (double& value : line) {
@@ -33,7 +42,13 @@ struct Block {
             emsc_AddressOf_epxm_Convert()[EGDA_TYPE_F64][type](line.data(), at + row * record->pitch, side);
         }
     }
-    ~Block() { egda_BaseDataDelete(record, nullptr); }
+    ~Block()
+    {
+        egda_BaseDataDelete(record, nullptr);
+        std::free(bytes);
+    }
+    Block(const Block&) = delete;
+    Block& operator=(const Block&) = delete;
 };
 
 /* Operands that are no sources, beside kDest. */
