@@ -1,5 +1,6 @@
-/* The operators over records of 256 x 256, which the caches hold, and of 4096 x 4096, against the speed of copying the
- * same destination and against the peers, all in one run. Destinations and masks are there before the clock starts.
+/* Every operation of the list over records of 256 x 256, which the caches hold, and of 4096 x 4096, against the speed of
+ * copying the same destination and against the peers, all in one run. Destinations and masks are there before the clock
+ * starts. Products, quotients and inverses of matrices are measured at 256 and 512; matrix_bench holds them against peers.
  * The table at the end is the result; an argument --rows=TEXT runs only rows whose name contains the text. */
 
 #include <emantle/data/egda.h>
@@ -13,11 +14,11 @@
 #include <ctime>
 #include <functional>
 #include <map>
-#include <memory>
 #include <random>
 #include <string>
-#include <tuple>
 #include <vector>
+
+#include "data/operands.h"
 
 #ifdef EMANTLE_BENCH_EIGEN
 #include <Eigen/Core>
@@ -25,6 +26,8 @@
 #ifdef EMANTLE_BENCH_OPENCV
 #include <opencv2/core.hpp>
 #endif
+
+using namespace operands;
 
 namespace {
 
@@ -79,91 +82,23 @@ void measure(const std::string& row, const std::string& who, const std::function
     results[row][who] = best(call);
 }
 
-/* Operands of both sizes that stay: 1 to 100, so that nothing divides by zero. */
-struct Block {
-    std::vector<char> bytes;
-    Egda_BaseData* record = nullptr;
-
-    Block(long side, int type, unsigned seed)
-        : bytes(static_cast<std::size_t>(side * side * emsc_AddressOf_egda_NumBytesPerPixel()[type]) + 64)
-    {
-        std::mt19937 random(seed);
-        std::vector<double> line(static_cast<std::size_t>(side));
-        char* at = bytes.data() + (-reinterpret_cast<std::uintptr_t>(bytes.data()) & 63);
-        record = egda_BaseDataCreate(side, side, type, EGDA_RASTER_OBJECT, at, nullptr);
-        for (long row = 0; row < side; ++row) {
-            for (double& value : line) {
-                value = 1 + random() % 100;
-            }
-            emsc_AddressOf_epxm_Convert()[EGDA_TYPE_F64][type](line.data(), at + row * record->pitch, side);
-        }
-    }
-    ~Block() { egda_BaseDataDelete(record, nullptr); }
-};
-
-Egda_BaseData* operand(long side, int type, int which)
-{
-    static std::map<std::tuple<long, int, int>, std::unique_ptr<Block>> blocks;
-    auto& block = blocks[{side, type, which}];
-    if (!block) {
-        block = std::make_unique<Block>(side, type, static_cast<unsigned>(which) + 1);
-    }
-    return block->record;
-}
-
 std::string rowName(const std::string& what, int type, long side)
 {
     return what + '/' + egda_PixelNameFromType(type) + '/' + std::to_string(side);
 }
 
-/* Operands 0 to 5 are sources, 8 the destination, 9 the mask. */
-constexpr int kDest = 8;
-constexpr int kMask = 9;
-
-Egda_BaseData* mask(long side)
+/* One operation by number. */
+void own(const std::string& row, long op, int type, long side, bool masked)
 {
-    Egda_BaseData* record = operand(side, EGDA_TYPE_U8, kMask);
-    auto* bytes = static_cast<std::uint8_t*>(record->data);
-    static std::map<long, bool> made;
-    if (!made[side]) {
-        std::mt19937 random(5);
-        std::generate_n(bytes, side * side, [&] { return static_cast<std::uint8_t>(random() >> 31); });
-        made[side] = true;
-    }
-    return record;
-}
-
-/* One operation by number; `destType` as its check wants it. */
-void own(const std::string& row, long op, int type, int destType, long side, int sources, bool masked = false)
-{
-    std::vector<Egda_BaseData*> layers;
-    for (int i = 0; i < sources; ++i) {
-        layers.push_back(operand(side, type, i));
-    }
-    Egda_BaseData* dest = operand(side, destType, kDest);
-    std::vector<Egda_BaseDataStack> stacks;
-    std::vector<Egda_BaseDataStack*> pointers;
-    for (Egda_BaseData*& layer : layers) {
-        stacks.push_back({1, 1, &layer, 0});
-    }
-    for (Egda_BaseDataStack& stack : stacks) {
-        pointers.push_back(&stack);
-    }
-    Egda_BaseDataStack destStack{1, 1, &dest, 0};
-    const Egda_BaseDataStackArray array{sources, pointers.data(), masked ? mask(side) : nullptr};
-    Eerr_ErrorReport* err = nullptr;
-    egda_BaseDataStackOperation(op, &destStack, &array, &err);
-    if (err != nullptr) {
-        eerr_DeleteErrorReportEx(&err);
+    const Arguments arguments(op, type, side, masked);
+    if (!arguments.run()) {
         return;
     }
-    measure(row, "eMantle", [&] { egda_BaseDataStackOperation(op, &destStack, &array, nullptr); });
-    const bool fills = op == EGDA_OP_FILL;
-    const int bytes = dest->numbytes * (masked ? 2 : 1) + (fills ? 0 : sources * layers[0]->numbytes) + masked;
-    moved[row] = static_cast<double>(bytes) / (2.0 * dest->numbytes);
-    measure(row, "copy", [dest, side, destType] {
-        std::memcpy(dest->data, operand(side, destType, 0)->data, static_cast<std::size_t>(dest->pitch * side));
-    });
+    measure(row, "eMantle", [&] { arguments.call(); });
+    moved[row] = arguments.traffic() / 2;
+    Egda_BaseData* dest = arguments.dest();
+    const char* from = static_cast<char*>(operand(side, dest->datatype, 0)->data);
+    measure(row, "copy", [=] { std::memcpy(dest->data, from, static_cast<std::size_t>(dest->pitch * side)); });
 }
 
 #ifdef EMANTLE_BENCH_OPENCV
@@ -202,11 +137,17 @@ void openCv(const std::string& row, long op, int type, int destType, long side, 
 {
     const auto found = openCvOperations().find(op);
     const bool hasMask = op == EGDA_OP_ADD || op == EGDA_OP_SUB || op == EGDA_OP_COPY;
-    if (found == openCvOperations().end() || type == EGDA_TYPE_U32 || (masked && !hasMask)) {
+    const bool looksUp = op == EGDA_OP_LUT_TRANSFORMATION && type == EGDA_TYPE_U8;
+    if ((found == openCvOperations().end() && !looksUp) || type == EGDA_TYPE_U32 || (masked && !hasMask)) {
         return;
     }
     const cv::Mat a = matOf(operand(side, type, 0));
     const cv::Mat b = matOf(operand(side, type, 1));
+    if (looksUp) {
+        cv::Mat out = matOf(operand(side, type, kDest));
+        const cv::Mat table(1, 256, CV_8U, operand(16, EGDA_TYPE_U8, 0)->data);
+        return measure(row, "OpenCV", [&] { cv::LUT(a, table, out); });
+    }
     const cv::Mat under = masked ? matOf(mask(side)) : cv::Mat();
     cv::Mat out = matOf(operand(side, destType, kDest));
     measure(row, "OpenCV", [&] { found->second(a, b, out, under); });
@@ -317,6 +258,16 @@ std::map<std::string, double> ulps;
 
 void addLibrary(const std::string& row, long op, int type, long side)
 {
+    if (op == EGDA_OP_POW && type == EGDA_TYPE_F64) {
+        const auto* base = static_cast<const double*>(operand(side, type, 0)->data);
+        const auto* exponent = static_cast<const double*>(operand(side, type, 1)->data);
+        auto* power = static_cast<double*>(operand(side, type, kDest)->data);
+        measure(row, "C library", [&] {
+            for (long i = 0; i < side * side; ++i) {
+                power[i] = std::pow(base[i], exponent[i]);
+            }
+        });
+    }
     const auto found = functions().find(op);
     if (found == functions().end() || type != EGDA_TYPE_F64) {
         return;
@@ -331,47 +282,14 @@ void addLibrary(const std::string& row, long op, int type, long side)
     ulps[row] = worstUlps(op, found->second);
 }
 
-struct Listed {
-    const char* name;
-    std::string check;
-};
-const Listed kListed[] = {
-#define EGDA_OPERATION(number, symbol, table, check, types, home) {#table, #check},
-#define EGDA_TABLE(table, types, home)
-#include <emantle/data/egda/operations.def>
-};
-
-/* What the check of an operation asks of a destination for real sources of a type. */
-int destTypeFor(long op, int type)
-{
-    const std::string& check = kListed[op].check;
-    const bool floats = type == EGDA_TYPE_F32 || type == EGDA_TYPE_F64;
-    if (op >= EGDA_OP_CONVERT_TO_U8 && op <= EGDA_OP_CONVERT_ROUND_TO_S32) {
-        const std::string name = std::string(kListed[op].name).substr(std::string(kListed[op].name).rfind("To") + 2);
-        return egda_PixelTypeFromName(name.c_str());
-    }
-    return check.find("Itof") != std::string::npos || check == "egda_ThrICtofOpCheck" ? EGDA_TYPE_F64
-           : check.find("LogicOp") != std::string::npos                               ? EGDA_TYPE_U8
-           : check.find("Ftoi") != std::string::npos && floats                        ? EGDA_TYPE_S32
-                                                                                      : type;
-}
-
-int sourcesFor(long op)
-{
-    const std::string& check = kListed[op].check;
-    return check == "egda_ThrICtofOpCheck"            ? 6
-           : check.find("Two") != std::string::npos || check.find("Binary") != std::string::npos ? 2
-                                                                                                 : 1;
-}
-
 void addOperation(long op, int type, long side, bool masked)
 {
     const int destType = destTypeFor(op, type);
-    const std::string row = rowName(std::string(kListed[op].name) + (masked ? " masked" : ""), type, side);
+    const std::string row = rowName(std::string(tableName(op)) + (masked ? " masked" : ""), type, side);
     if (row.find(wanted) == std::string::npos) {
         return;
     }
-    own(row, op, type, destType, side, sourcesFor(op), masked);
+    own(row, op, type, side, masked);
 #ifdef EMANTLE_BENCH_OPENCV
     openCv(row, op, type, destType, side, masked);
     if (op >= EGDA_OP_CONVERT_TO_U8 && op <= EGDA_OP_CONVERT_ROUND_TO_S32 && !masked && type != EGDA_TYPE_U32 &&
@@ -389,6 +307,34 @@ void addOperation(long op, int type, long side, bool masked)
         eigen(row, op, type, destType, side);
     }
 #endif
+}
+
+/* What walks elements is measured in every type. */
+std::vector<int> typesFor(long op)
+{
+    if (op >= EGDA_OP_MATRIX_MUL && op <= EGDA_OP_MATRIX_INV) {
+        return {EGDA_TYPE_F32, EGDA_TYPE_F64};
+    }
+    if (op == EGDA_OP_EIGEN_VECTOR || op == EGDA_OP_EIGEN_VALUE) {
+        return {EGDA_TYPE_F64};
+    }
+    return hasOwnArguments(op) ? std::vector<int>{EGDA_TYPE_U8, EGDA_TYPE_F32}
+                               : std::vector<int>{std::begin(kTypes), std::end(kTypes)};
+}
+
+void addRows(long op, long side)
+{
+    const bool isMatrix = op >= EGDA_OP_MATRIX_MUL && op <= EGDA_OP_MATRIX_INV;
+    for (const int type : typesFor(op)) {
+        if (emsc_AddressOf_egda_BaseDataOP()[op][EGDA_MATRIX_OBJECT][type].routine == egda_NoOperation) {
+            const std::string row = rowName(tableName(op), type, side);
+            if (row.find(wanted) != std::string::npos) {
+                order.push_back(row);
+            }
+        } else if (op != EGDA_OP_FILL_ARRAY || side == kSides[0]) { /* which takes a source for each element */
+            addOperation(op, type, isMatrix ? std::min(side, 512L) : side, false);
+        }
+    }
 }
 
 /* NumPy's figures, from the script beside this file, where an interpreter has it. */
@@ -424,6 +370,10 @@ void printTable()
     std::printf("%-38s %9s %10s   %s\n", "operator/type/side", "ns/elem", "of copying", "times ahead of");
     for (const std::string& row : order) {
         const auto& times = results[row];
+        if (times.empty()) {
+            std::printf("%-38s not served: egda_NoOperation\n", row.c_str());
+            continue;
+        }
         const double side = std::stod(row.substr(row.rfind('/') + 1));
         const double seconds = times.at("eMantle");
         std::printf("%-38s %9.4f %9.0f%%  ", row.c_str(), seconds / (side * side) * 1e9,
@@ -454,17 +404,11 @@ int main(int argc, char** argv)
 #endif
     for (const long side : kSides) {
         for (long op = 0; op < EGDA_NUM_OPERATIONS; ++op) {
-            /* What is not checked has operands of its own kind. */
-            if (kListed[op].check == "unchecked" || kListed[op].check.find('(') != std::string::npos) {
-                continue;
-            }
-            for (const int type : kTypes) {
-                addOperation(op, type, side, false);
-            }
+            addRows(op, side);
         }
         for (const long op : {EGDA_OP_ADD, EGDA_OP_SUB, EGDA_OP_MUL, EGDA_OP_DIV, EGDA_OP_GT, EGDA_OP_COPY,
-                              EGDA_OP_SQRT, EGDA_OP_CONVERT_TO_U8}) {
-            for (const int type : kTypes) {
+                              EGDA_OP_SQRT, EGDA_OP_CONVERT_TO_U8, EGDA_OP_MEAN, EGDA_OP_IF_OR, EGDA_OP_HUE}) {
+            for (const int type : typesFor(op)) {
                 addOperation(op, type, side, true);
             }
         }

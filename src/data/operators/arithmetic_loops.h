@@ -1,5 +1,7 @@
 #include "data/operators/line_loops.h"
 
+#include "data/operators/complex_loops.h"
+
 namespace emantle::EMANTLE_TARGET {
 
 /* Whole numbers wrap: they are computed without a sign, and the low bits are stored. */
@@ -53,11 +55,15 @@ struct egda_MaoSub : Fold {
 
 struct egda_MaoMul : Fold {
     template <class T>
+        requires(isComplexValue<T>)
+    static consteval LineCell cell()
+    {
+        return complexCell<ComplexProduct, T>(nullptr);
+    }
+    template <class T>
     static T apply(T a, T b)
     {
-        if constexpr (isComplexValue<T>) {
-            return {a.real * b.real - a.imaginary * b.imaginary, b.real * a.imaginary + a.real * b.imaginary};
-        } else if constexpr (!std::is_integral_v<T>) {
+        if constexpr (!std::is_integral_v<T>) {
             return a * b;
         } else if constexpr (std::is_same_v<T, std::uint8_t>) {
             const auto product = static_cast<std::uint16_t>(a * b);

@@ -1,5 +1,7 @@
 #include "data/operators/line_loops.h"
 
+#include "data/operators/complex_loops.h"
+
 namespace emantle::EMANTLE_TARGET {
 
 /* Processors divide whole numbers one at a time, and floating ones by the vector. A quotient of numbers of 16 bits is
@@ -47,13 +49,15 @@ struct egda_MaoDiv : Fold {
         }
     }
     template <class T>
+        requires(isComplexValue<T>)
+    static consteval LineCell cell()
+    {
+        return complexCell<ComplexQuotient, T>(scanForStop<egda_MaoDiv, T>);
+    }
+    template <class T>
     static T apply(T a, T b)
     {
-        if constexpr (isComplexValue<T>) {
-            const auto x = b.real * b.real + b.imaginary * b.imaginary;
-            return {(a.real * b.real + a.imaginary * b.imaginary) / x,
-                    (b.real * a.imaginary - a.real * b.imaginary) / x};
-        } else if constexpr (std::is_integral_v<T>) {
+        if constexpr (std::is_integral_v<T>) {
             return divided(a, b);
         } else {
             return a / b;

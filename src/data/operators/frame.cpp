@@ -5,6 +5,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <new>
+#include <span>
 #include <utility>
 
 namespace emantle {
@@ -97,22 +100,20 @@ Side sideOf(const Egda_BaseData& base, const OperandTypes& types, platform::Inst
 }
 
 /* Lines without gaps between them are one line. */
-void joinLines(Pass& pass)
+bool joinsLines(const Pass& pass)
 {
     const long run = pass.walk.run;
     bool joins = pass.destStride == run * pass.destSize && (pass.mask == nullptr || pass.maskStride == run);
     for (int i = 0; i < pass.operands; ++i) {
         joins = joins && (pass.sides[i].constant || pass.sides[i].stride == run * pass.sides[i].size);
     }
-    if (joins) {
-        pass.walk = {1, run * pass.walk.lines};
-    }
+    return joins;
 }
 
 /* One line of a pass, in blocks. */
 class Line {
 public:
-    Line(const Pass& pass, Block (&spread)[2], long line)
+    Line(const Pass& pass, const Block (&spread)[2], long line)
         : pass_(pass), spread_(spread), left_(pass.walk.run), dest_(pass.dest + line * pass.destStride),
           mask_(pass.mask == nullptr ? nullptr : pass.mask + line * pass.maskStride)
     {
@@ -124,8 +125,10 @@ public:
             widest = std::max(widest, sizeOf(side.read));
             buffered = buffered || (side.convert != nullptr && pass.loop != nullptr) || side.constant;
         }
+        /* Bytes of one value need no block to be copied from. */
+        buffered = buffered && !(isFill() && pass.destSize == 1 && pass.mask == nullptr);
         /* Conversions look after large destinations themselves. */
-        const bool computes = pass.loop != nullptr || pass.sides[0].constant;
+        const bool computes = pass.loop != nullptr || (pass.sides[0].constant && pass.destSize > 1);
         streams_ = pass.streams && computes && pass.mask == nullptr && !pass.keepsPart && aim();
         most_ = buffered || streams_ ? kBlockBytes / widest : left_;
         limitToDistances();
@@ -245,6 +248,11 @@ private:
         blendFrom(result_.bytes, count);
     }
 
+    bool isFill() const
+    {
+        return pass_.loop == nullptr && pass_.sides[0].constant;
+    }
+
     /* The operand, once prepared, is the result. */
     bool isCopy() const
     {
@@ -279,7 +287,9 @@ private:
             return pass_.loop(to, a, pass_.operands > 1 ? prepared(1, count) : nullptr, count);
         }
         const Side& side = pass_.sides[0];
-        if (side.constant && !rereads_[0]) {
+        if (side.constant && !rereads_[0] && pass_.destSize == 1) {
+            std::memset(to, spread_[0].bytes[0], static_cast<std::size_t>(count));
+        } else if (side.constant && !rereads_[0]) {
             convertRoutine(pass_.destType, pass_.destType)(spread_[0].bytes, to, count);
         } else if (side.convert != nullptr) {
             side.convert(at_[0], to, count);
@@ -300,7 +310,7 @@ private:
     }
 
     const Pass& pass_;
-    Block (&spread_)[2];
+    const Block (&spread_)[2];
     Block converted_[2];
     Block result_;
     long left_;
@@ -328,20 +338,27 @@ void spreadConstant(const Side& side, Block& block)
     fillTable()[bySize[__builtin_ctzl(static_cast<unsigned long>(size))]](block.bytes, &element, kBlockBytes / size);
 }
 
+void spreadConstants(const Pass& pass, Block (&spread)[2])
+{
+    for (int i = 0; i < pass.operands; ++i) {
+        if (pass.sides[i].constant) {
+            spreadConstant(pass.sides[i], spread[i]);
+        }
+    }
+}
+
 /* False where an element stopped the operator. */
 bool runPass(Pass& pass)
 {
     if (pass.walk.lines <= 0 || pass.walk.run <= 0) {
         return true;
     }
-    joinLines(pass);
+    if (joinsLines(pass)) {
+        pass.walk = {1, pass.walk.run * pass.walk.lines};
+    }
     pass.streams = isStreamed(pass.walk.lines * pass.walk.run * pass.destSize);
     Block spread[2];
-    for (int i = 0; i < pass.operands; ++i) {
-        if (pass.sides[i].constant) {
-            spreadConstant(pass.sides[i], spread[i]);
-        }
-    }
+    spreadConstants(pass, spread);
     bool whole = true;
     for (long line = 0; whole && line < pass.walk.lines; ++line) {
         whole = Line(pass, spread, line).run();
@@ -350,6 +367,138 @@ bool runPass(Pass& pass)
         finishWritingPast();
     }
     return whole;
+}
+
+/* From the first byte of a record to behind the last of the lines that `pass` walks. */
+bool touchesDest(const Pass& pass, const Side& side)
+{
+    const auto extent = [&](long stride, long size) { return (pass.walk.lines - 1) * stride + pass.walk.run * size; };
+    const auto first = reinterpret_cast<std::uintptr_t>(side.data);
+    const auto dest = reinterpret_cast<std::uintptr_t>(pass.dest);
+    const long bytes = side.constant ? side.size : extent(side.stride, side.size);
+    return first < dest + static_cast<std::uintptr_t>(extent(pass.destStride, pass.destSize)) &&
+           dest < first + static_cast<std::uintptr_t>(bytes);
+}
+
+/* A pass with its constants. */
+struct FoldedPass {
+    Pass pass;
+    Block spread[2];
+};
+
+/* The passes of a fold over three and more sources, each of which reads what the one before it has written. */
+class FoldedPasses {
+public:
+    explicit FoldedPasses(std::span<FoldedPass> passes) : passes_(passes) {}
+
+    /* Whether each stretch may go through all passes before the next one: no pass stops, and no operand changes under
+     * the passes before its own. */
+    bool mayGoByStretches() const
+    {
+        const Pass& first = passes_.front().pass;
+        const auto isDest = [&](const Side& side) {
+            return side.data == first.dest && side.stride == first.destStride && side.size == first.destSize &&
+                   !side.constant;
+        };
+        bool may = first.walk.lines > 0 && first.walk.run > 0;
+        for (const Side& side : first.sides) {
+            may = may && (!touchesDest(first, side) || isDest(side));
+        }
+        for (std::size_t i = 0; i < passes_.size(); ++i) {
+            may = may && passes_[i].pass.stop == nullptr && (i == 0 || !touchesDest(first, passes_[i].pass.sides[1]));
+        }
+        const Side mask{reinterpret_cast<const char*>(first.mask), first.maskStride, 1, false, nullptr, EGDA_TYPE_U8};
+        return may && (first.mask == nullptr || !touchesDest(first, mask));
+    }
+
+    void run()
+    {
+        bool joins = true;
+        for (FoldedPass& folded : passes_) {
+            spreadConstants(folded.pass, folded.spread);
+            joins = joins && joinsLines(folded.pass);
+        }
+        Pass& last = passes_.back().pass;
+        const Walk walk = joins ? Walk{1, last.walk.lines * last.walk.run} : last.walk;
+        last.streams = isStreamed(walk.lines * walk.run * last.destSize);
+        const long most = kStretchBytes / last.destSize;
+        for (long line = 0; line < walk.lines; ++line) {
+            for (long at = 0; at < walk.run; at += most) {
+                runStretch(line, at, std::min(walk.run - at, most));
+            }
+        }
+        if (last.streams) {
+            finishWritingPast();
+        }
+    }
+
+private:
+    /* Stays in the caches together with the stretches of a few sources. */
+    static constexpr long kStretchBytes = 4 * kBlockBytes;
+
+    /* Without a mask what lies between the passes need not go through the destination. */
+    void runStretch(long line, long at, long count)
+    {
+        for (std::size_t i = 0; i < passes_.size(); ++i) {
+            Pass part = passes_[i].pass;
+            part.walk = {1, count};
+            part.dest += line * part.destStride + at * part.destSize;
+            for (Side& side : part.sides) {
+                side.data += line * side.stride + (side.constant ? 0 : at * side.size);
+            }
+            if (part.mask != nullptr) {
+                part.mask += line * part.maskStride + at;
+            } else {
+                part.dest = i + 1 < passes_.size() ? between_ : part.dest;
+                part.sides[0].data = i > 0 ? between_ : part.sides[0].data;
+            }
+            Line(part, passes_[i].spread, 0).run();
+        }
+    }
+
+    std::span<FoldedPass> passes_;
+    alignas(64) char between_[kStretchBytes];
+};
+
+/* False where an element stopped the operator. */
+bool runPasses(std::span<FoldedPass> passes)
+{
+    FoldedPasses folded(passes);
+    if (folded.mayGoByStretches()) {
+        return folded.run(), true;
+    }
+    return std::all_of(passes.begin(), passes.end(), [](FoldedPass& each) { return runPass(each.pass); });
+}
+
+/* What there is to do in one pass of an operator, whose last operand is source `last`. */
+Pass passOf(const Operator& op, const LineCell& cell, const Egda_BaseData& to, const Egda_BaseDataStackArray& sources,
+            int k, int last, platform::InstructionSet set)
+{
+    const int operands = op.arity == Arity::one ? 1 : 2;
+    const bool again = last >= operands;
+    const OperandTypes reused{cell.dest, cell.dest};
+    const Egda_BaseData& first = *layerFor(*sources.stacks[0], k);
+    Pass pass{};
+    pass.loop = again ? cell.next : cell.loop;
+    pass.stop = cell.stop;
+    pass.operands = operands;
+    pass.sides[0] = again ? sideOf(to, reused, set) : sideOf(first, cell.operands[0], set);
+    pass.sides[0].constant = pass.sides[0].constant || op.fills;
+    if (operands > 1) {
+        pass.sides[1] = sideOf(*layerFor(*sources.stacks[last], k), cell.operands[1], set);
+    }
+    pass.destType = cell.dest;
+    pass.destSize = sizeOf(cell.dest);
+    pass.dest = static_cast<char*>(to.data);
+    pass.destStride = lineStride(to, pass.destSize);
+    pass.keepsPart = cell.keepsPart;
+    if (const Egda_BaseData* mask = sources.mask; mask != nullptr) {
+        pass.mask = static_cast<const std::uint8_t*>(mask->firstelement);
+        pass.maskStride = mask->pitch;
+    }
+    pass.walk = walkOf(op.walksSource ? first : to);
+    pass.masks = &maskLoops(set);
+    return pass;
 }
 
 }  // namespace
@@ -364,45 +513,32 @@ void runOperator(const Operator& op, Egda_PixelType type, Egda_BaseDataStack* de
         return scope.raise({"The source data contains less than two stacks", 1});
     }
     const int read = op.arity == Arity::fold ? sources->numstacks : operands;
+    const int passes = read - operands + 1;
+    const std::unique_ptr<FoldedPass[]> folded(passes > 1 ? new (std::nothrow) FoldedPass[static_cast<std::size_t>(passes)]
+                                                          : nullptr);
+    if (passes > 1 && folded == nullptr) {
+        return scope.raise({"Out of memory", 5});
+    }
     for (int k = 0; k < dest->numlayers; ++k) {
         const Egda_BaseData& to = *dest->datalayer[k];
-        const OperandTypes reused{cell.dest, cell.dest};
         for (int i = 0; i < read; ++i) {
             if (layerFor(*sources->stacks[i], k) == nullptr) {
                 return scope.raise("Source %d has no layer %d", i, k);
             }
         }
-        const Egda_BaseData& first = *layerFor(*sources->stacks[0], k);
-        for (int last = operands - 1; last < read; ++last) {
-            const bool again = last >= operands;
-            Pass pass{};
-            pass.loop = again ? cell.next : cell.loop;
-            pass.stop = cell.stop;
-            pass.operands = operands;
-            pass.sides[0] = again ? sideOf(to, reused, set) : sideOf(first, cell.operands[0], set);
-            pass.sides[0].constant = pass.sides[0].constant || op.fills;
-            if (operands > 1) {
-                pass.sides[1] = sideOf(*layerFor(*sources->stacks[last], k), cell.operands[1], set);
-            }
-            pass.destType = cell.dest;
-            pass.destSize = sizeOf(cell.dest);
-            pass.dest = static_cast<char*>(to.data);
-            pass.destStride = lineStride(to, pass.destSize);
-            pass.keepsPart = cell.keepsPart;
-            if (const Egda_BaseData* mask = sources->mask; mask != nullptr) {
-                pass.mask = static_cast<const std::uint8_t*>(mask->firstelement);
-                pass.maskStride = mask->pitch;
-            }
-            pass.walk = walkOf(op.walksSource ? first : to);
-            pass.masks = &maskLoops(set);
-            ByteTable table;
-            if (op.arity == Arity::one && isByteFunction(cell) && pass.walk.lines * pass.walk.run >= kTableFrom) {
-                computeTable(table, cell, set);
-                pass.table = table.results;
-            }
-            if (!runPass(pass)) {
-                return PlainScope("EGDA_Div", err).raise({"Divided by zero", 6});
-            }
+        Pass pass = passOf(op, cell, to, *sources, k, operands - 1, set);
+        ByteTable table;
+        if (op.arity == Arity::one && isByteFunction(cell) && pass.walk.lines * pass.walk.run >= kTableFrom) {
+            computeTable(table, cell, set);
+            pass.table = table.results;
+        }
+        for (int i = 0; folded != nullptr && i < passes; ++i) {
+            folded[static_cast<std::size_t>(i)].pass = passOf(op, cell, to, *sources, k, operands - 1 + i, set);
+        }
+        const bool whole = folded == nullptr ? runPass(pass)
+                                             : runPasses({folded.get(), static_cast<std::size_t>(passes)});
+        if (!whole) {
+            return PlainScope("EGDA_Div", err).raise({"Divided by zero", 6});
         }
     }
 }

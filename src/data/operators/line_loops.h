@@ -22,6 +22,9 @@ namespace emantle::EMANTLE_TARGET {
 
 /* The one without fused multiplication. */
 inline constexpr bool isBaseline = std::string_view(EMANTLE_TEXT_OF(EMANTLE_TARGET)) == "baseline";
+inline constexpr int kVectorBytes = isBaseline                                                        ? 16
+                                    : std::string_view(EMANTLE_TEXT_OF(EMANTLE_TARGET)) == "avx2" ? 32
+                                                                                                    : 64;
 
 struct OnStored {
     template <class T>

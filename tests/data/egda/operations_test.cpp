@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 #include <cstring>
+#include <map>
 #include <set>
+#include <string>
 #include <thread>
 
 namespace {
@@ -169,32 +171,59 @@ TEST(Checks, StandInTheTableByObjectType)
     }
 }
 
-/* The list of operations, retold: the first number of each run of tables that share a set of types. */
+/* What computes in a table. Tables of matrices have no rows for scalars and rasters. */
+struct Served {
+    int last; /* the last number type that computes, -1 for none */
+    bool texts = false;
+    bool ofMatrices = false;
+    bool shared = false; /* one routine for every type */
+};
+
+void expectServed(Egda_OperatorTable table, const Served& served, const std::string& name)
+{
+    for (long object = 0; object < EGDA_NUM_OBJECTS; ++object) {
+        const Egda_OperatorRow row = table[object];
+        if (served.ofMatrices && (object == EGDA_SCALAR_OBJECT || object == EGDA_RASTER_OBJECT)) {
+            EXPECT_EQ(row, nullptr) << name;
+            continue;
+        }
+        const int types = EGDA_NUM_TYPES - (served.last < 0 ? 1 : 0); /* the rows of the eigen operators end */
+        for (int type = 0; type < types; ++type) {
+            const bool computes = type == EGDA_TYPE_STRING ? served.texts : type <= served.last;
+            EXPECT_EQ(row[type].routine != egda_NoOperation, computes) << name << " type " << type;
+            EXPECT_EQ(row[type].routine, table[EGDA_MATRIX_OBJECT][type].routine) << name << " object " << object;
+            EXPECT_EQ(row[type].reserved[0] | row[type].reserved[1], 0);
+        }
+        EXPECT_TRUE(row[0].routine == row[3].routine && row[1].routine == row[3].routine &&
+                    row[2].routine == row[3].routine)
+            << name;
+        EXPECT_TRUE(!served.shared || row[C128].routine == row[0].routine) << name;
+    }
+}
+
+/* The list, retold: the first number of each run of operations that serve the same types, then the other tables. */
 TEST(Tables, ServeTheTypesOfTheList)
 {
-    struct Served {
-        long first;
-        int last; /* the last number type that computes */
-        bool texts;
-    };
-    const Served served[] = {{0, C128, false},  {4, F64, false},   {9, C128, false},  {11, C128, true}, {13, F64, true},
-                             {17, C128, false}, {20, F64, false},  {22, C128, false}, {50, C128, true}, {52, C128, false},
-                             {78, F64, false},  {81, -2, false}};
+    const Served all{C128}, real{F64}, allAndTexts{C128, true}, realAndTexts{F64, true}, matrices{C128, false, true};
+    const std::map<long, Served> runs{
+        {0, all},   {4, real},         {9, all},    {11, allAndTexts}, {13, realAndTexts}, {17, all},
+        {20, real}, {22, all},         {50, allAndTexts},              {52, all},          {78, real},
+        {87, all},  {89, real},        {95, allAndTexts},              {100, real},        {102, matrices},
+        {105, {C128, false, false, true}},          {106, {C128, true, false, true}},      {107, {-1}},
+        {109, all}, {110, real}};
     const Egda_OperatorTable* tables = emsc_AddressOf_egda_BaseDataOP();
-    for (std::size_t run = 0; served[run].last != -2; ++run) {
-        for (long op = served[run].first; op < served[run + 1].first; ++op) {
-            for (long object = 0; object < EGDA_NUM_OBJECTS; ++object) {
-                const Egda_OperatorRow row = tables[op][object];
-                for (int type = 0; type < EGDA_NUM_TYPES; ++type) {
-                    const bool computes = type == EGDA_TYPE_STRING ? served[run].texts : type <= served[run].last;
-                    EXPECT_EQ(row[type].routine != egda_NoOperation, computes) << op << " type " << type;
-                    EXPECT_EQ(row[type].reserved[0] | row[type].reserved[1], 0);
-                }
-                EXPECT_TRUE(row[0].routine == row[3].routine && row[1].routine == row[3].routine &&
-                            row[2].routine == row[3].routine);
-            }
-        }
+    for (long op = 0; op < EGDA_NUM_OPERATIONS; ++op) {
+        expectServed(tables[op], std::prev(runs.upper_bound(op))->second, "operation " + std::to_string(op));
     }
+    expectServed(emsc_AddressOf_egda_MaoStackBaseData(), allAndTexts, "MaoStackBaseData");
+    expectServed(emsc_AddressOf_egda_MaoFormComplex(), real, "MaoFormComplex");
+    expectServed(emsc_AddressOf_egda_SaoNotAllZero(), all, "SaoNotAllZero");
+    expectServed(emsc_AddressOf_egda_SaoMatrixTranspose(), matrices, "SaoMatrixTranspose");
+    expectServed(emsc_AddressOf_egda_SaoBinToDataValue(), all, "SaoBinToDataValue");
+    expectServed(emsc_AddressOf_egda_SaoCopyTableStackThroughLUT(), all, "SaoCopyTableStackThroughLUT");
+    expectServed(emsc_AddressOf_egda_GpfColorElementsByRGB(), real, "GpfColorElementsByRGB");
+    expectServed(emsc_AddressOf_egda_GpfColorElementsByIHS(), real, "GpfColorElementsByIHS");
+    expectServed(emsc_AddressOf_egda_GpfIncFill(), all, "GpfIncFill");
 }
 
 TEST(Tables, AreFilledOnceWhoeverComesFirst)

@@ -264,6 +264,101 @@ TEST(Operators, AConstantInsideTheDestinationIsReadAgain)
 }
 
 /* Destinations that no cache holds are written past it. */
+/* Fused or not, products that are added round differently. Parts of all sizes, so that much of it cancels. */
+TEST(Operators, ComplexNumbersComeOutTheSameBitByBitOnEveryInstructionSet)
+{
+    for (const auto& [name, oracle] : oracles()) {
+        for (const int type : {EGDA_TYPE_C64, EGDA_TYPE_C128}) {
+            if (!serves(name, type)) {
+                continue;
+            }
+            constexpr long count = 1003;
+            Scene scene(oracle, type, 1, count, EGDA_RASTER_OBJECT, 0, operandsOf(oracle));
+            std::mt19937 random(11);
+            std::uniform_real_distribution<double> part(-2, 2);
+            for (const Place& source : scene.sources) {
+                scene.fill(source, [&](long) { return Wide{part(random), part(random) + 1e-2}; });
+            }
+            std::vector<Picture> pictures;
+            for (const InstructionSet set : instructionSets()) {
+                Picture& picture = pictures.emplace_back(scene.picture);
+                std::vector<Egda_BaseData> records;
+                for (const Place& source : scene.sources) {
+                    records.push_back(picture.record(source));
+                }
+                Egda_BaseData dest = picture.record(scene.dest);
+                Egda_BaseData* layers[] = {&dest, &records.front(), &records.back()};
+                Egda_BaseDataStack stacks[] = {{1, 1, &layers[0], 0}, {1, 1, &layers[1], 0}, {1, 1, &layers[2], 0}};
+                Egda_BaseDataStack* pointers[] = {&stacks[1], &stacks[2]};
+                const Egda_BaseDataStackArray array{static_cast<int32_t>(records.size()), pointers, nullptr};
+                Report report;
+                withSet(name, set)(type, &stacks[0], &array, report);
+                EXPECT_EQ(report.text(), "") << name;
+                EXPECT_TRUE(picture == pictures.front()) << name << " type " << type << " set " << pictures.size();
+            }
+        }
+    }
+}
+
+/* Sources of every kind: the result is that of one operation after the other. */
+TEST(Operators, FoldOfManySourcesIsOneOperationAfterTheOther)
+{
+    constexpr long rows = 3, columns = 9001, gap = 5;
+    for (const char* name : {"egda_MaoAdd", "egda_MaoSub", "egda_MaoMul", "egda_MaoMax", "egda_MaoBitXor"}) {
+        const Oracle& oracle = oracles().at(name);
+        for (const int type : {EGDA_TYPE_U8, EGDA_TYPE_S16, EGDA_TYPE_F32}) {
+            if (oracle.dest(type) != type) {
+                continue;
+            }
+            for (int kind = 0; kind < 6; ++kind) {
+                Scene scene(oracle, type, rows, columns, EGDA_RASTER_OBJECT, kind % 2 == 0 ? 0 : gap, 4);
+                std::mt19937 random(3);
+                for (const Place& source : scene.sources) {
+                    scene.fill(source, [&](long) { return Wide{static_cast<long double>(random() % 128), 0}; });
+                }
+                scene.fillMask(4);
+                if (kind >= 2) {
+                    scene.sources[2].object = EGDA_SCALAR_OBJECT;
+                }
+                if (kind == 4) {
+                    scene.sources[3].offset = scene.dest.offset; /* what the passes before have made of it */
+                } else if (kind == 5) {
+                    scene.sources[0].offset = scene.dest.offset;
+                }
+                Picture picture[2] = {scene.picture, scene.picture};
+                for (const bool atOnce : {false, true}) {
+                    Egda_BaseData to = picture[atOnce].record(scene.dest);
+                    Egda_BaseData mask = picture[atOnce].record(scene.mask);
+                    std::vector<Egda_BaseData> records;
+                    for (const Place& source : scene.sources) {
+                        records.push_back(picture[atOnce].record(source));
+                    }
+                    Egda_BaseData* layers[] = {&records[0], &records[1], &records[2], &records[3], &to};
+                    Egda_BaseDataStack stacks[5] = {};
+                    Egda_BaseDataStack* pointers[5] = {};
+                    for (int i = 0; i < 5; ++i) {
+                        stacks[i] = {1, 1, &layers[i], 0};
+                        pointers[i] = &stacks[i];
+                    }
+                    Report report;
+                    const Egda_OperatorTable table = tableByName(name);
+                    const auto run = [&](int32_t count, Egda_BaseDataStack** sources) {
+                        const Egda_BaseDataStackArray array{count, sources, kind == 3 || kind == 1 ? &mask : nullptr};
+                        egda_BaseDataStackFunction(table, &stacks[4], &array, report);
+                        EXPECT_EQ(report.text(), "");
+                    };
+                    run(atOnce ? 4 : 2, pointers);
+                    for (int i = 2; i < 4 && !atOnce; ++i) {
+                        Egda_BaseDataStack* pair[] = {&stacks[4], pointers[i]};
+                        run(2, pair);
+                    }
+                }
+                EXPECT_TRUE(picture[0] == picture[1]) << name << " type " << type << " kind " << kind;
+            }
+        }
+    }
+}
+
 TEST(Operators, LargeDestinationsAreWholeToo)
 {
     const long columns = static_cast<long>(emantle::platform::lastLevelCacheSize() / 4) + 4099;
