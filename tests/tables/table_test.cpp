@@ -387,6 +387,16 @@ TEST_F(StoredTable, RowsMoveToTheBinsThatHoldTheSame)
     EXPECT_TRUE(edsc_BinFunctionIsSame(table->binFunction, direct(6, 1).get(), nullptr));
 }
 
+TEST_F(StoredTable, AValueBehindTheBinsIsNotTheBinsOwn)
+{
+    const Table table = create(3, direct(0, 2).get());
+    put(column(table, "Value", EDSC_COLUMN_INTEGER), tableOf<std::int32_t>(EGDA_TYPE_S32, {0, 1, 7}));
+    ASSERT_TRUE(edsc_TableBinFunctionSetAndAdjust(table.get(), direct(1, 4).get(), EGDA_TYPE_U8, nullptr));
+    EXPECT_EQ((rowsOf<std::int32_t>(column(table, "Value").get(), EGDA_TYPE_S32, 0, 4)),
+              (std::vector<std::int32_t>{1, 0, 0, 0}))
+        << "a row behind the bins is no bin's value";
+}
+
 TEST_F(StoredTable, WholeColumnsPassAsLayersAndAsObjects)
 {
     const Table table = create(3, direct(5, 3).get());
@@ -486,6 +496,16 @@ TEST_F(HostileColumn, IsReported)
         }
         stderrOf([&] { edsc_TableRemove(file_, ":Table", nullptr); });
     }
+}
+
+TEST_F(HostileColumn, BehindTheEndOfTheFileIsNotCopied)
+{
+    plant(4, 0xfffffff0, EDSC_COLUMN_REAL, 0);
+    Report report;
+    EXPECT_EQ(edsc_HFAColumnAndMIFDataRead(file_, ":Table:C", report), nullptr);
+    EXPECT_EQ(rootCause(report), "efio_Seek error.");
+    EXPECT_FALSE(edsc_CopyColumnData(file_, file_, report));
+    EXPECT_EQ(rootCause(report), "efio_Seek error.");
 }
 
 TEST_F(HostileColumn, ALongerColumnHidesItsTail)

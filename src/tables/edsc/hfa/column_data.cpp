@@ -174,6 +174,7 @@ std::int32_t edsc_HFAColumnFieldsWrite(void* handle, std::int32_t startRow, std:
     return guarded<std::int32_t>(err, "edsc_HFAColumnFieldsWrite", -1, [&](EerrException& scope) {
         OpenHFAColumn& column = columnOf(handle);
         const Run run = runOf(column, startRow, numRows);
+        const WholeChange change(scope, column.table->file);
         stamp(scope, column);
         if (run.size > 0) {
             checked(scope, ehfa_FileMIFDataWrite(column.table->file, run.position, run.size, fields, scope));
