@@ -48,7 +48,8 @@ void goOn(Stack stack)
     Unheard report;
     Stack again;
     Stack third;
-    fuzz::need(written(stack, again) == written(again, third));
+    const std::vector<std::uint8_t> bytes = written(stack, again);
+    fuzz::need(bytes == written(again, third));
     const double before = stack->count;
     if (esta_AllStatsStackMerge(stack.get(), again.get(), report)) {
         fuzz::need(!(stack->count < before));
