@@ -103,6 +103,27 @@ protected:
     Ehfa_File* file_ = nullptr;
 };
 
+TEST_F(StoredTable, ANewColumnIsBlankWhereverItLies)
+{
+    constexpr int kMany = 40000; /* more bytes than pass the store's pages */
+    const std::vector<double> zeros(kMany, 0);
+    std::vector<double> few = zeros;
+    std::fill_n(few.begin() + 20000, 5, 9.5);
+    {
+        const Table table = create(kMany);
+        EXPECT_EQ((rowsOf<double>(column(table, "Behind", EDSC_COLUMN_REAL).get(), EGDA_TYPE_F64, 0, kMany)), zeros);
+        put(column(table, "Behind"), doubles(std::vector<double>(kMany, 7)));
+        ASSERT_TRUE(edsc_ColumnRemove(table.get(), "Behind", nullptr));
+        EXPECT_EQ((rowsOf<double>(column(table, "Within", EDSC_COLUMN_REAL).get(), EGDA_TYPE_F64, 0, kMany)), zeros);
+        const BaseData part = doubles(std::vector<double>(5, 9.5));
+        ASSERT_TRUE(edsc_ColumnWrite(column(table, "Part", EDSC_COLUMN_REAL).get(), 20000, 5, part.get(), nullptr));
+    }
+    reopen("r");
+    const Table table = open();
+    EXPECT_EQ((rowsOf<double>(column(table, "Within").get(), EGDA_TYPE_F64, 0, kMany)), zeros);
+    EXPECT_EQ((rowsOf<double>(column(table, "Part").get(), EGDA_TYPE_F64, 0, kMany)), few);
+}
+
 TEST_F(StoredTable, OutlivesItsFileInEveryColumnType)
 {
     {
@@ -321,7 +342,7 @@ TEST_F(StoredTable, OpeningWhatIsNoTable)
     EXPECT_TRUE(edsc_TableRemove(file_, ":Table", nullptr));
     EXPECT_EQ(ehfa_EntrySeek(file_, EHFA_SEEK_PATH, ":Table", nullptr), nullptr);
     Report null;
-    EXPECT_EQ(edsc_TableCreate(nullptr, ":", "T", 4, 1, nullptr, null), nullptr);
+    EXPECT_EQ(edsc_TableCreate(nullptr, ":", "T", 4, 1, nullptr, null, nullptr), nullptr);
     EXPECT_EQ(rootCause(null), "File pointer is NULL");
 }
 
@@ -504,8 +525,9 @@ TEST_F(HostileColumn, BehindTheEndOfTheFileIsNotCopied)
     Report report;
     EXPECT_EQ(edsc_HFAColumnAndMIFDataRead(file_, ":Table:C", report), nullptr);
     EXPECT_EQ(rootCause(report), "efio_Seek error.");
-    EXPECT_FALSE(edsc_CopyColumnData(file_, file_, report));
-    EXPECT_EQ(rootCause(report), "efio_Seek error.");
+    Report copying;
+    EXPECT_FALSE(edsc_CopyColumnData(file_, file_, copying));
+    EXPECT_EQ(rootCause(copying), "efio_Seek error.");
 }
 
 TEST_F(HostileColumn, ALongerColumnHidesItsTail)
