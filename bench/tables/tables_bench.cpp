@@ -1,5 +1,6 @@
 /* What surrounds the statistics of a layer: merging, measures of regions, matching and equalisation, and the columns of
- * a table, each against its peer in the same run. The table at the end is the result. */
+ * a table, each against its peer in the same run. The table at the end is the result. A layer through a look-up table is
+ * measured with the operators (data/group_bench.cpp, "LUT u8"). */
 
 #include <emantle/frame/eint.h>
 #include <emantle/store/ehfa.h>

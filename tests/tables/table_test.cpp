@@ -103,6 +103,27 @@ protected:
     Ehfa_File* file_ = nullptr;
 };
 
+TEST_F(StoredTable, ANewColumnIsBlankWhereverItLies)
+{
+    constexpr int kMany = 40000; /* more bytes than pass the store's pages */
+    const std::vector<double> zeros(kMany, 0);
+    std::vector<double> few = zeros;
+    std::fill_n(few.begin() + 20000, 5, 9.5);
+    {
+        const Table table = create(kMany);
+        EXPECT_EQ((rowsOf<double>(column(table, "Behind", EDSC_COLUMN_REAL).get(), EGDA_TYPE_F64, 0, kMany)), zeros);
+        put(column(table, "Behind"), doubles(std::vector<double>(kMany, 7)));
+        ASSERT_TRUE(edsc_ColumnRemove(table.get(), "Behind", nullptr));
+        EXPECT_EQ((rowsOf<double>(column(table, "Within", EDSC_COLUMN_REAL).get(), EGDA_TYPE_F64, 0, kMany)), zeros);
+        const BaseData part = doubles(std::vector<double>(5, 9.5));
+        ASSERT_TRUE(edsc_ColumnWrite(column(table, "Part", EDSC_COLUMN_REAL).get(), 20000, 5, part.get(), nullptr));
+    }
+    reopen("r");
+    const Table table = open();
+    EXPECT_EQ((rowsOf<double>(column(table, "Within").get(), EGDA_TYPE_F64, 0, kMany)), zeros);
+    EXPECT_EQ((rowsOf<double>(column(table, "Part").get(), EGDA_TYPE_F64, 0, kMany)), few);
+}
+
 TEST_F(StoredTable, OutlivesItsFileInEveryColumnType)
 {
     {
@@ -321,7 +342,7 @@ TEST_F(StoredTable, OpeningWhatIsNoTable)
     EXPECT_TRUE(edsc_TableRemove(file_, ":Table", nullptr));
     EXPECT_EQ(ehfa_EntrySeek(file_, EHFA_SEEK_PATH, ":Table", nullptr), nullptr);
     Report null;
-    EXPECT_EQ(edsc_TableCreate(nullptr, ":", "T", 4, 1, nullptr, null), nullptr);
+    EXPECT_EQ(edsc_TableCreate(nullptr, ":", "T", 4, 1, nullptr, null, nullptr), nullptr);
     EXPECT_EQ(rootCause(null), "File pointer is NULL");
 }
 
@@ -385,6 +406,16 @@ TEST_F(StoredTable, RowsMoveToTheBinsThatHoldTheSame)
     EXPECT_EQ((rowsOf<std::int32_t>(column(table, "Value").get(), EGDA_TYPE_S32, 0, 1)), (std::vector<std::int32_t>{99}))
         << "no longer the bins' own values";
     EXPECT_TRUE(edsc_BinFunctionIsSame(table->binFunction, direct(6, 1).get(), nullptr));
+}
+
+TEST_F(StoredTable, AValueBehindTheBinsIsNotTheBinsOwn)
+{
+    const Table table = create(3, direct(0, 2).get());
+    put(column(table, "Value", EDSC_COLUMN_INTEGER), tableOf<std::int32_t>(EGDA_TYPE_S32, {0, 1, 7}));
+    ASSERT_TRUE(edsc_TableBinFunctionSetAndAdjust(table.get(), direct(1, 4).get(), EGDA_TYPE_U8, nullptr));
+    EXPECT_EQ((rowsOf<std::int32_t>(column(table, "Value").get(), EGDA_TYPE_S32, 0, 4)),
+              (std::vector<std::int32_t>{1, 0, 0, 0}))
+        << "a row behind the bins is no bin's value";
 }
 
 TEST_F(StoredTable, WholeColumnsPassAsLayersAndAsObjects)
@@ -486,6 +517,17 @@ TEST_F(HostileColumn, IsReported)
         }
         stderrOf([&] { edsc_TableRemove(file_, ":Table", nullptr); });
     }
+}
+
+TEST_F(HostileColumn, BehindTheEndOfTheFileIsNotCopied)
+{
+    plant(4, 0xfffffff0, EDSC_COLUMN_REAL, 0);
+    Report report;
+    EXPECT_EQ(edsc_HFAColumnAndMIFDataRead(file_, ":Table:C", report), nullptr);
+    EXPECT_EQ(rootCause(report), "efio_Seek error.");
+    Report copying;
+    EXPECT_FALSE(edsc_CopyColumnData(file_, file_, copying));
+    EXPECT_EQ(rootCause(copying), "efio_Seek error.");
 }
 
 TEST_F(HostileColumn, ALongerColumnHidesItsTail)

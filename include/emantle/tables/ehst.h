@@ -104,7 +104,7 @@ EMANTLE_API void ehst_HistogramEqualize(const Ehst_Histogram* input, Ehst_Histog
 
 /* Reads the ramp of a simple stretch from its break points.
  *  1. Two points are the ramp.
- *  2. Of three it is the piece that is not level, if one is and the other is not; else it leads from the first to the last.
+ *  2. Of three it is the piece that is not level, if one is and the other is not; else both ends are the first point.
  *  3. Of more it is the first pair of neighbours that leads from below 1 to `maxOutput` or above. Without one it begins
  *     at the last point below 1 whose successor is higher, and ends at the first point behind that at `maxOutput` or
  *     above.

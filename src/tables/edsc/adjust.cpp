@@ -2,6 +2,7 @@
 #include "tables/edsc/table.h"
 #include "tables/edsc/types.h"
 
+#include <algorithm>
 #include <cstring>
 #include <emantle/data/egda/basedata.h>
 #include <emantle/data/epxm/convert.h>
@@ -49,25 +50,30 @@ void moveRows(const Change& change, const RowMap& map)
     }
 }
 
+/* What the table had before: its rows, and which of them the new rows take over. */
+struct Before {
+    std::int32_t rows;
+    RowMap map;
+};
+
 void adjustColumn(EerrException& scope, Edsc_TableInstance& table, const char* name,
-                  const Edsc_BinFunction& binFunction, std::int32_t dataType, const RowMap& map)
+                  const Edsc_BinFunction& binFunction, std::int32_t dataType, const Before& before)
 {
     const ColumnPtr column(edsc_ColumnOpen(&table, name, scope, nullptr));
     check(scope, "edsc_ColumnOpen failed");
     const auto rows = static_cast<std::int32_t>(binFunction.binCount);
     const Egda_PixelType type = dataTypeOfColumn(column->dataType);
-    const BaseDataPtr old(checked(scope, egda_TableCreate(table.numRows, type, scope)));
+    const BaseDataPtr old(checked(scope, egda_TableCreate(std::max(before.rows, 1), type, scope)));
     const BaseDataPtr fresh(checked(scope, egda_TableCreate(rows, type, scope)));
-    checked(scope, edsc_ColumnRead(column.get(), 0, table.numRows, old.get(), scope));
+    checked(scope, edsc_ColumnRead(column.get(), 0, before.rows, old.get(), scope));
 
-    Egda_BaseData before = *old;
-    before.numrows = table.binFunction == nullptr ? 0 : static_cast<std::int32_t>(table.binFunction->binCount);
-    const bool isValue = estr_Eqic(name, "Value") && before.numrows <= old->numrows &&
-                         edsc_ColumnDataMatchesBinFunction(&before, table.binFunction, dataType);
+    /* Rows beyond the old bins have no value to compare with: a column that has any is moved like the others. */
+    const bool isValue =
+        estr_Eqic(name, "Value") && edsc_ColumnDataMatchesBinFunction(old.get(), table.binFunction, dataType);
     if (isValue) {
         fillWithLowerLimits(scope, binFunction, *fresh);
     } else {
-        moveRows({*old, *fresh}, map);
+        moveRows({*old, *fresh}, before.map);
     }
     checked(scope, edsc_ColumnWrite(column.get(), 0, rows, fresh.get(), scope));
 }
@@ -79,16 +85,17 @@ void adjustRows(EerrException& scope, Edsc_TableInstance& table, const Edsc_BinF
 {
     checked(scope, guarded<Emsc_Boolean>(scope, "defaultTableRowsAdjustToBinFunction", 0, [&](EerrException& inner) {
         const auto rows = static_cast<std::int32_t>(binFunction.binCount);
+        Before before{table.numRows, nullptr};
         if (rows > table.numRows) {
             checked(inner, edsc_TableRowCountSet(&table, rows, inner));
         }
         EstrStringList names(checked(inner, edsc_TableListColumns(&table, inner)));
-        const RowMap map(
+        before.map.reset(
             checked(inner, edsc_BinFunctionTranslate(rows, &binFunction, table.binFunction, dataType, inner)));
         for (long i = 0; i < estr_StringListCount(names); ++i) {
             /* A column that fails is told; the others go on. */
             guarded(nullptr, "defaultTableRowsAdjustToBinFunction", [&](EerrException& told) {
-                adjustColumn(told, table, names->strings[i], binFunction, dataType, map);
+                adjustColumn(told, table, names->strings[i], binFunction, dataType, before);
             });
         }
         if (rows < table.numRows) {

@@ -68,6 +68,11 @@ ColumnPtr open(EerrException& scope, Edsc_TableInstance* table, const char* name
 /* Zeroes, or empty texts, in every row: what the format's free space held is no value. */
 void blank(EerrException& scope, Edsc_ColumnInstance& column)
 {
+    const SharedTableMethods& methods = shared(methodsOfColumn(&column));
+    if (methods.ColumnIsBlank != nullptr &&
+        callFormat(scope, methods, "ColumnDataWrite failed", methods.ColumnIsBlank, column.handle) > 0) {
+        return;
+    }
     constexpr std::int32_t kRun = 0x20000;
     const std::int32_t rows = std::min(column.numRows, kRun);
     if (rows == 0) {

@@ -20,17 +20,20 @@ struct TableMethodsCloser {
 };
 using TableMethodsPtr = std::unique_ptr<Edsc_TableMethods, TableMethodsCloser>;
 
-/* Two entry points that a format may have beside those of the public set: text columns as fields of their width. */
+/* Entry points that a format may have beside those of the public set: text columns as fields of their width, and
+ * whether a column that was just created reads as zeros, above 0 for yes. */
 using FieldsRead = std::int32_t(void* handle, std::int32_t startRow, std::int32_t numRows, void* fields,
                                 Eerr_ErrorReport** err);
 using FieldsWrite = std::int32_t(void* handle, std::int32_t startRow, std::int32_t numRows, const void* fields,
                                  Eerr_ErrorReport** err);
+using ColumnIsBlank = std::int32_t(void* handle, Eerr_ErrorReport** err);
 
 /* A set as it is shared; the library's name tells it apart from an instance of the same name elsewhere. */
 struct SharedTableMethods : Edsc_TableMethods {
     char* dllName;
     FieldsRead* ColumnFieldsRead;
     FieldsWrite* ColumnFieldsWrite;
+    tables::ColumnIsBlank* ColumnIsBlank;
 };
 
 inline const SharedTableMethods& shared(const Edsc_TableMethods& methods) noexcept

@@ -34,7 +34,7 @@ const OwnEntry kStore[] = {
     EDSC_ENTRY(edsc_HFA, ColumnClose),            EDSC_ENTRY(edsc_HFA, ColumnDestroy),
     EDSC_ENTRY(edsc_HFA, ColumnDataRead),         EDSC_ENTRY(edsc_HFA, ColumnDataWrite),
     EDSC_ENTRY(edsc_HFA, ColumnModTimeGet),       EDSC_ENTRY(tables::edsc_HFA, ColumnFieldsRead),
-    EDSC_ENTRY(tables::edsc_HFA, ColumnFieldsWrite),
+    EDSC_ENTRY(tables::edsc_HFA, ColumnFieldsWrite), EDSC_ENTRY(tables::edsc_HFA, ColumnIsBlank),
 };
 
 const OwnInstance kInstances[] = {

@@ -104,6 +104,7 @@ void findEntries(EerrException& scope, InstanceEntries& entries, SharedTableMeth
     entries.find(scope, "ColumnDataWrite", methods.ColumnDataWrite);
     entries.find(scope, "ColumnFieldsRead", methods.ColumnFieldsRead);
     entries.find(scope, "ColumnFieldsWrite", methods.ColumnFieldsWrite);
+    entries.find(scope, "ColumnIsBlank", methods.ColumnIsBlank);
     if (methods.TableRowCountGet == nullptr) {
         methods.TableRowCountGet = noRowCount;
     }

@@ -20,7 +20,7 @@ Ends endsOfThree(std::span<const Ehst_BreakPoint> points)
     if (isLevelFirst != isLevelLast) {
         return isLevelFirst ? Ends{1, 2} : Ends{0, 1};
     }
-    return {0, 2};
+    return {0, 0};
 }
 
 std::optional<Ends> endsOfMany(std::span<const Ehst_BreakPoint> points, std::int32_t maxOutput)

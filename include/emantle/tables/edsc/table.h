@@ -76,7 +76,7 @@ EMANTLE_API Emsc_Boolean edsc_TableBinFunctionSet(Edsc_TableInstance* table, con
 
 /* The same with the rows moved to the new bins that hold the same values, in the sense that edsc_BinFunctionTranslate
  * gives to `dataType`; the other rows are zero or blank. A column "Value" that held the lower limits of the old bins
- * gets those of the new ones. A column that fails is told and left out. */
+ * and nothing else gets those of the new ones. A column that fails is told and left out. */
 EMANTLE_API Emsc_Boolean edsc_TableBinFunctionSetAndAdjust(Edsc_TableInstance* table,
                                                            const Edsc_BinFunction* binFunction, int32_t dataType,
                                                            Eerr_ErrorReport** err);

@@ -4,6 +4,7 @@
 #include "tables/edsc/binfunction/record.h"
 
 #include <cstring>
+#include <exception>
 #include <limits>
 
 /* Questions about one value, one bin or the span. */
@@ -14,6 +15,21 @@ using namespace emantle::tables;
 namespace {
 
 constexpr double kNoLimit = std::numeric_limits<double>::quiet_NaN();
+
+/* Calls a kind. One from outside may throw: that is raised, and goes no further. */
+template <class Call>
+bool calls(PlainScope& scope, Call&& call) noexcept
+{
+    try {
+        call();
+        return !scope.failed();
+    } catch (const std::exception& thrown) {
+        scope.raise("%s", thrown.what());
+    } catch (...) {
+        scope.raise("The kind of the bin function threw");
+    }
+    return false;
+}
 
 /* The outer limit at one end of the span; of an old record the field as it stands. */
 double outerLimit(const char* function, const Edsc_BinFunction* binFunction, bool upper, Eerr_ErrorReport** err)
@@ -46,8 +62,8 @@ EMANTLE_API int32_t edsc_BinFunctionApply(const Edsc_BinFunction* binFunction, d
     if (scope.failed()) {
         return scope.raise("edsc_BinFunctionBCCheck failed"), kFailed;
     }
-    const std::int32_t bin = record->functions->BinFunctionApply(record->internals, value, scope);
-    if (scope.failed()) {
+    std::int32_t bin = kFailed;
+    if (!calls(scope, [&] { bin = record->functions->BinFunctionApply(record->internals, value, scope); })) {
         return scope.raise("BinFunctionApply failed"), kFailed;
     }
     return single::visibleBin(bin, record->startBin, static_cast<std::int32_t>(record->binCount));
@@ -69,12 +85,14 @@ EMANTLE_API Emsc_Boolean edsc_BinFunctionApplyInverse(const Edsc_BinFunction* bi
     if (bin < 0 || static_cast<std::uint32_t>(bin) >= record->binCount) {
         return scope.raise("bin out of range for bin function"), 0;
     }
-    const Emsc_Boolean done =
-        record->functions->BinFunctionApplyInverse(record->internals, bin + record->startBin, lower, upper, scope);
-    if (scope.failed()) {
+    Emsc_Boolean done = 0;
+    const bool returned = calls(scope, [&] {
+        done = record->functions->BinFunctionApplyInverse(record->internals, bin + record->startBin, lower, upper, scope);
+    });
+    if (!returned || !done) {
         return scope.raise("BinFunctionApplyInverse failed"), 0;
     }
-    return done != 0;
+    return 1;
 }
 
 EMANTLE_API uint32_t edsc_BinFunctionBinCount(const Edsc_BinFunction* binFunction, Eerr_ErrorReport** err)

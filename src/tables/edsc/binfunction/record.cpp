@@ -39,7 +39,10 @@ public:
     ~InternalsOwner()
     {
         if (internals_ != nullptr) {
-            methods_->BinFunctionDestroy(internals_, nullptr);
+            guarded(nullptr, "BinFunctionDestroy", [&](EerrException& scope) {
+                methods_->BinFunctionDestroy(internals_, scope);
+                check(scope);
+            });
         }
     }
     InternalsOwner(const InternalsOwner&) = delete;
@@ -57,7 +60,7 @@ void clearNew(EerrException& scope, Edsc_BinFunction& record)
 {
     const MethodsPtr methods(std::exchange(record.functions, nullptr));
     const HeapPtr<char> title(std::exchange(record.title, nullptr));
-    void* internals = std::exchange(record.internals, nullptr);
+    InternalsOwner internals(methods.get(), std::exchange(record.internals, nullptr));
     record.binFunction = nullptr;
     if (methods != nullptr) {
         if (methods->BinFunctionBCSyncOld != nullptr) {
@@ -65,9 +68,9 @@ void clearNew(EerrException& scope, Edsc_BinFunction& record)
             methods->BinFunctionBCSyncOld(nullptr, &old, scope);
             record.binLimits = nullptr;
         }
-        if (internals != nullptr) {
+        if (void* state = internals.release(); state != nullptr) {
             /* The chain of the first failure stays. */
-            methods->BinFunctionDestroy(internals, scope ? nullptr : static_cast<Eerr_ErrorReport**>(scope));
+            methods->BinFunctionDestroy(state, scope ? nullptr : static_cast<Eerr_ErrorReport**>(scope));
         }
     }
     check(scope);

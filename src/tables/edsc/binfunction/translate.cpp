@@ -21,8 +21,10 @@ struct Limits {
 Limits limitsOfKindBin(EerrException& scope, const Edsc_BinFunction& record, std::int32_t bin)
 {
     Limits limits{};
-    record.functions->BinFunctionApplyInverse(record.internals, bin, &limits.lower, &limits.upper, scope);
+    const Emsc_Boolean done =
+        record.functions->BinFunctionApplyInverse(record.internals, bin, &limits.lower, &limits.upper, scope);
     check(scope, "BinFunctionApplyInverse failed");
+    require(done, "BinFunctionApplyInverse failed");
     return limits;
 }
 

@@ -159,8 +159,10 @@ public:
 private:
     void ask(EerrException& scope, std::int32_t bin, double& lower, double& upper) const
     {
-        record_.functions->BinFunctionApplyInverse(record_.internals, bin + record_.startBin, &lower, &upper, scope);
+        const Emsc_Boolean done = record_.functions->BinFunctionApplyInverse(record_.internals, bin + record_.startBin,
+                                                                             &lower, &upper, scope);
         check(scope, "BinFunctionApplyInverse failed");
+        require(done, "BinFunctionApplyInverse failed");
     }
 
     const Edsc_BinFunction& record_;

@@ -102,7 +102,9 @@ EMANTLE_API int32_t edsc_HFAColumnCreate(void* table, const char* name, int32_t 
         {
             const WholeChange change(scope, owner.file);
             if (size > 0) {
+                const std::int64_t end = ehfa_FileSize(owner.file);
                 header.columnDataPtr = checked(scope, ehfa_NextFreePos(owner.file, size, scope));
+                column->isBlank = header.columnDataPtr >= end;
             }
             checked(scope, ehfa_ObjectWrite(owner.file, owner.path, name, kColumnType, EHFA_WRITE_LAST_CHILD, &header,
                                             columnDesign(scope), scope));

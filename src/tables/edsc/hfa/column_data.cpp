@@ -140,6 +140,7 @@ EMANTLE_API int32_t edsc_HFAColumnDataWrite(void* handle, int32_t startRow, int3
         const Run run = runOf(column, startRow, numRows);
         const WholeChange change(scope, column.table->file);
         stamp(scope, column);
+        column.isBlank = false;
         if (run.size == 0) {
             return 0;
         }
@@ -174,12 +175,21 @@ std::int32_t edsc_HFAColumnFieldsWrite(void* handle, std::int32_t startRow, std:
     return guarded<std::int32_t>(err, "edsc_HFAColumnFieldsWrite", -1, [&](EerrException& scope) {
         OpenHFAColumn& column = columnOf(handle);
         const Run run = runOf(column, startRow, numRows);
+        const WholeChange change(scope, column.table->file);
         stamp(scope, column);
+        column.isBlank = false;
         if (run.size > 0) {
             checked(scope, ehfa_FileMIFDataWrite(column.table->file, run.position, run.size, fields, scope));
         }
         return 0;
     });
+}
+
+/* A file grows by zeros, so that a new run behind its end need not be written to be blank; what is then written first
+ * goes straight there. */
+std::int32_t edsc_HFAColumnIsBlank(void* handle, Eerr_ErrorReport** err)
+{
+    return guarded<std::int32_t>(err, "edsc_HFAColumnIsBlank", -1, [&] { return columnOf(handle).isBlank ? 1 : 0; });
 }
 
 }  // namespace emantle::tables

@@ -59,11 +59,10 @@ void writeRowCount(EerrException& scope, const Edsc_HFATable& table, std::int32_
                                     tableDesign(scope), scope));
 }
 
-void writeTable(EerrException& scope, Ehfa_File* file, const char* name, std::int32_t numRows)
+void writeTable(EerrException& scope, Ehfa_File* file, const char* name, const TableRecord& record,
+                const Edsc_HFAPlacement& placement)
 {
-    const TableRecord record{numRows};
     const Emif_Design* design = tableDesign(scope);
-    const Edsc_HFAPlacement placement = takePlacement();
     if (placement.pending && !placement.name.empty()) {
         checked(scope, ehfa_ObjectWrite(file, placement.parentPath.c_str(), placement.name.c_str(), kTableType,
                                         placement.insertMode, &record, design, scope));
@@ -180,6 +179,8 @@ EMANTLE_API int32_t edsc_HFATableCreate(void* context, const char* name, int32_t
                                         Eerr_ErrorReport** err)
 {
     return guarded<std::int32_t>(err, "edsc_HFATableCreate", -1, [&](EerrException& scope) {
+        /* Whatever happens, the thread's next table has a place of its own. */
+        const Edsc_HFAPlacement placement = takePlacement();
         require(context != nullptr, "File pointer is NULL");
         require(name != nullptr && handle != nullptr, "Args");
         require(numRows >= 0, "Invalid row count %d", numRows);
@@ -188,7 +189,7 @@ EMANTLE_API int32_t edsc_HFATableCreate(void* context, const char* name, int32_t
         addDesigns(scope, *file);
         {
             const WholeChange change(scope, file);
-            writeTable(scope, file, name, numRows);
+            writeTable(scope, file, name, {numRows}, placement);
         }
         const HeapPtr<char> path(checked(scope, ehfa_CurrentEntryPath(file, scope)));
         *handle = newTable(file, path.get(), numRows).release();
@@ -270,9 +271,16 @@ EMANTLE_API int32_t edsc_HFATableRowCountSet(void* handle, int32_t count, Eerr_E
         Edsc_HFATable& table = tableOf(handle);
         require(count >= 0, "Invalid row count %d", count);
         {
+            /* A file without a gap keeps the order: at every moment columns are at least as long as the table says. */
             const WholeChange change(scope, table.file);
+            const bool grows = count > table.numRows;
+            if (!grows) {
+                writeRowCount(scope, table, count);
+            }
             resizeColumns(scope, table, count);
-            writeRowCount(scope, table, count);
+            if (grows) {
+                writeRowCount(scope, table, count);
+            }
         }
         table.numRows = count;
         return 0;

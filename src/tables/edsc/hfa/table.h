@@ -29,6 +29,7 @@ using HFATablePtr = std::unique_ptr<Edsc_HFATable, HFATableDeleter>;
 /* What an open column keeps beside the public record. */
 struct OpenHFAColumn : Edsc_HFAColumn {
     ColumnRecord header;
+    bool isBlank; /* created here behind the end of the file, and not written to */
 };
 
 struct HFAColumnDeleter {
@@ -52,11 +53,13 @@ std::int64_t runSize(const ColumnRecord& header, std::int64_t rows);
 /* Rewrites the header of a column in its node. */
 void writeHeader(EerrException& scope, OpenHFAColumn& column);
 
-/* The entry points of a format that are not in the public set: elements as they lie in the file. */
+/* The entry points of a format that are not in the public set: elements as they lie in the file, and whether there are
+ * none but zeros yet. */
 std::int32_t edsc_HFAColumnFieldsRead(void* handle, std::int32_t startRow, std::int32_t numRows, void* fields,
                                       Eerr_ErrorReport** err);
 std::int32_t edsc_HFAColumnFieldsWrite(void* handle, std::int32_t startRow, std::int32_t numRows, const void* fields,
                                        Eerr_ErrorReport** err);
+std::int32_t edsc_HFAColumnIsBlank(void* handle, Eerr_ErrorReport** err);
 
 /* Moves to a node; fails with `missing`, a format for the path. */
 Ehfa_Entry* seekNode(EerrException& scope, Ehfa_File* file, const char* path, Say missing);

@@ -25,6 +25,7 @@ ColumnRecord currentHeader(EerrException& scope, Ehfa_File* file)
     const bool sound = isColumnType(header.dataType) && header.numRows >= 0 &&
                        (header.dataType != EDSC_COLUMN_STRING || header.maxNumChars > 0);
     require(sound, "Invalid column type");
+    require(header.columnDataPtr <= ehfa_FileSize(file), "efio_Seek error.");
     require(header.columnDataPtr + runSize(header, header.numRows) <= ehfa_FileSize(file),
             "Column data of %d rows do not lie in the file", header.numRows);
     return header;
