@@ -1,7 +1,7 @@
 #include "store/hfa/activity.h"
 #include "store/hfa/bytes.h"
+#include "store/hfa/host_record.h"
 #include "store/hfa/runs.h"
-#include "store/mif/stream.h"
 
 #include <algorithm>
 #include <cstring>
@@ -231,28 +231,17 @@ void Checker::checkAgainstDesign(const Ehfa_Entry& entry)
         finding(EHFA_BLOCK_DATA, entry.data, entry.dataSize, entry.type, "the dictionary has no design of this type");
         return;
     }
-    /* No memory for a record that the whole file could not fill. */
-    if (mif::leastStreamBytes(*design) > handle_.fileEnd) {
-        finding(EHFA_BLOCK_DATA, entry.data, entry.dataSize, entry.type, "the data do not fit their design");
-        return;
-    }
     EerrException unheard;
-    void* record = emif_NewObject(design, unheard);
     long size = 0;
-    if (record != nullptr) {
-        bool failed = false;
-        try {
-            size = readRecord(handle_, entry.data, design, record, unheard);
-        } catch (...) {
-            failed = true;
+    try {
+        const HostRecord record(handle_, design, unheard);
+        if (record.get() != nullptr) {
+            size = readRecord(handle_, entry.data, design, record.get(), unheard);
         }
+    } catch (...) {
+        finding(EHFA_BLOCK_DATA, entry.data, entry.dataSize, entry.type, "the data do not fit their design");
         unheard.Clear();
-        emif_FreeObject(&record, design, unheard);
-        unheard.Clear();
-        if (failed) {
-            finding(EHFA_BLOCK_DATA, entry.data, entry.dataSize, entry.type, "the data do not fit their design");
-            return;
-        }
+        return;
     }
     unheard.Clear();
     if (size > entry.dataSize) {

@@ -1,5 +1,6 @@
 #include "store/hfa/activity.h"
 #include "store/hfa/bytes.h"
+#include "store/hfa/host_record.h"
 #include "store/hfa/print.h"
 #include "store/hfa/runs.h"
 #include "store/hfa/tree.h"
@@ -34,15 +35,10 @@ struct FileCloser {
 /* Prints a record by its design: the conversion to text knows files only. */
 void printRecord(Handle& handle, const Emif_Design* design, EerrException& scope)
 {
-    void* record = checked(scope, emif_NewObject(design, scope), "emif_NewObject failure!");
-    struct Free {
-        const Emif_Design* design;
-        void operator()(void* object) const { emif_FreeObject(&object, design, nullptr); }
-    };
-    const std::unique_ptr<void, Free> owned(record, Free{design});
-    readRecord(handle, handle.currentEntry.data, design, record, scope);
+    const HostRecord record(handle, design, scope);
+    readRecord(handle, handle.currentEntry.data, design, record.get(), scope);
     const std::unique_ptr<Efio_File, FileCloser> text(checked(scope, efio_TmpFile(scope)));
-    emif_FprintfDesign(text.get(), record, design, scope);
+    emif_FprintfDesign(text.get(), record.get(), design, scope);
     check(scope);
     checked(scope, efio_Seek(text.get(), 0, EFIO_SEEK_SET, scope), "efio_Seek failed");
     char line[512];

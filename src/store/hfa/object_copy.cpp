@@ -1,5 +1,6 @@
 #include "frame/guard/plain_scope.h"
 #include "store/hfa/activity.h"
+#include "store/hfa/host_record.h"
 #include "store/hfa/object.h"
 
 #include <cstdarg>
@@ -39,25 +40,6 @@ CopyChoices choicesFrom(va_list words)
     return choices;
 }
 
-/* Frees a record with all that it holds. */
-class Record {
-public:
-    Record(void* record, const Emif_Design* design) : record_(record), design_(design) {}
-    ~Record()
-    {
-        if (record_ != nullptr) {
-            emif_FreeObject(&record_, design_, nullptr);
-        }
-    }
-    Record(const Record&) = delete;
-    Record& operator=(const Record&) = delete;
-    void* get() const { return record_; }
-
-private:
-    void* record_;
-    const Emif_Design* design_;
-};
-
 }  // namespace
 
 }  // namespace emantle::hfa
@@ -83,7 +65,7 @@ EMANTLE_API Emsc_Boolean ehfa_ObjectCopy(Ehfa_File* file, const char* source, co
         const Emif_Design* design = checked(scope, emif_FindDesignByName(handle.dictionary, type.c_str(), scope),
                                             "emif_FindDesignByName failure!");
         require(design != nullptr, "emif_FindDesignByName failure!");
-        const Record record(checked(scope, emif_NewObject(design, scope), "emif_NewObject failure!"), design);
+        const HostRecord record(handle, design, scope);
         if (handle.currentEntry.dataSize != 0) {
             requireData(handle);
             checked(scope,

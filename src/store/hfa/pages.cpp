@@ -5,6 +5,7 @@
 
 #include <emantle/files/efio.h>
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <cstring>
 
@@ -23,7 +24,27 @@ constexpr uint64_t bits(uint32_t first, uint32_t last)
     return (~uint64_t{0} >> (63 - (last - first))) << first;
 }
 
+/* One chunk that no handle holds: whoever opens many small stores, one after the other, asks for its memory once. It is
+ * never given back to the system, as handles may be closed while the process ends. */
+constinit std::atomic<void*> idleChunk{nullptr};
+
 }  // namespace
+
+std::unique_ptr<Pages::Chunk> Pages::takeIdle()
+{
+    auto* chunk = static_cast<Chunk*>(idleChunk.exchange(nullptr));
+    return chunk != nullptr ? std::unique_ptr<Chunk>(chunk) : std::make_unique_for_overwrite<Chunk>();
+}
+
+void Pages::giveBack(std::unique_ptr<Chunk> chunk) noexcept
+{
+    delete static_cast<Chunk*>(idleChunk.exchange(chunk.release()));
+}
+
+Pages::~Pages()
+{
+    forget();
+}
 
 /* Reads what the file has of `size` bytes. */
 std::size_t Pages::readUpTo(Efio_File* file, uint64_t position, void* bytes, std::size_t size, EerrException& scope)
@@ -75,7 +96,7 @@ Pages::Chunk& Pages::chunkOf(uint64_t position)
         }
         std::unique_ptr<Chunk> chunk = std::move(spare_);
         if (chunk == nullptr) {
-            chunk = std::make_unique_for_overwrite<Chunk>();
+            chunk = takeIdle();
         }
         chunk->number = static_cast<uint32_t>(number);
         chunk->valid = chunk->changed = 0;
@@ -340,7 +361,7 @@ void Pages::settle() noexcept
 void Pages::forget() noexcept
 {
     for (Chunk* chunk : live_) {
-        chunks_[chunk->number].reset();
+        giveBack(std::move(chunks_[chunk->number]));
     }
     live_.clear();
     changedChunks_.clear();

@@ -21,6 +21,11 @@ class Pages {
 public:
     static constexpr uint32_t kPage = 4096;
 
+    Pages() = default;
+    ~Pages();
+    Pages(const Pages&) = delete;
+    Pages& operator=(const Pages&) = delete;
+
     /* Bytes of the file that exist on the disk. */
     uint64_t onDisk() const { return onDisk_; }
     void setOnDisk(uint64_t size) { onDisk_ = size; }
@@ -77,6 +82,8 @@ private:
         uint64_t granules;
     };
 
+    static std::unique_ptr<Chunk> takeIdle();
+    static void giveBack(std::unique_ptr<Chunk> chunk) noexcept;
     Chunk& chunkOf(uint64_t position);
     Chunk* findChunk(uint64_t position) const noexcept;
     void makeRoom() noexcept;

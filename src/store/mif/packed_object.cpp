@@ -216,8 +216,9 @@ EMANTLE_API Emsc_Boolean emif_MIFableObjectConvertFromMIFObject(void** object, E
         const std::string name(textOf(packed->type));
         const std::string text(textOf(packed->MIFDictionary));
         DesignPtr copy = designIn(scope, text.c_str(), name.c_str());
-        Record record(allocated(scope, *copy), *copy);
         const Bytes bytes(static_cast<const uint8_t*>(held.pointer), static_cast<std::size_t>(held.count));
+        require(leastStreamBytes(*copy) <= bytes.size(), "Invalid Args"); /* before memory is asked for */
+        Record record(allocated(scope, *copy), *copy);
         asFunction(scope, "emif_ConvertToHost", [&] { convertToHost(scope, bytes, *copy, record.get()); });
         *object = record.release();
         *design = copy.release();
