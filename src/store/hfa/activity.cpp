@@ -1,5 +1,6 @@
 #include "store/hfa/activity.h"
 
+#include "store/hfa/dictionary.h"
 #include "store/hfa/header.h"
 #include "store/hfa/open_files.h"
 #include "store/hfa/tree.h"
@@ -59,6 +60,7 @@ void beginStep(Handle& handle)
     step.headerHeldBack = handle.headerHeldBack;
     step.changes = handle.changes;
     step.fileEnd = handle.fileEnd;
+    step.oldDictionary = handle.oldDictionary;
     handle.pages.beginStep();
     handle.freeBlocks.beginStep();
     handle.journal.beginStep();
@@ -77,6 +79,7 @@ void undoStep(Handle& handle) noexcept
     handle.dictionaryPtr = step.record.dictionaryPtr;
     handle.dictionaryLength = step.record.dictionaryLength;
     handle.fileEnd = step.fileEnd;
+    handle.oldDictionary = step.oldDictionary;
     handle.flags = step.record.flags;
     handle.batchStart = step.record.batchStart;
     handle.headerHeldBack = step.headerHeldBack;
@@ -109,6 +112,10 @@ void commit(Handle& handle, EerrException& scope)
 {
     if (handle.readOnly != 0) {
         return;
+    }
+    /* No object without its design. */
+    if (handle.pages.changedBytes() > 0) {
+        writeOwnDictionary(handle, scope);
     }
     handle.journal.commit(handle, scope);
     beginStep(handle);

@@ -135,6 +135,7 @@ void writeDesigns(Handle& handle, EerrException& scope)
     }
     try {
         writeOwnDictionary(handle, scope);
+        freeOldDictionary(handle, scope);
     } catch (...) {
         handle.dictionary->changed = 1;
         throw;

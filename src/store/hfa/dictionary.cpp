@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace emantle::hfa {
 
@@ -103,9 +104,19 @@ void writeOwnDictionary(Handle& handle, EerrException& scope)
         handle.dictionaryLength = oldLength;
         throw;
     }
+    handle.step.dictionaryChanged = 1; /* where the call is undone, it is to be written again */
     if (oldPosition != 0 && oldPosition != handle.dictionaryPtr) {
+        freeOldDictionary(handle, scope);
+        handle.oldDictionary = {oldPosition, static_cast<uint32_t>(oldLength)};
+    }
+}
+
+void freeOldDictionary(Handle& handle, EerrException& scope)
+{
+    const FreeBlock old = std::exchange(handle.oldDictionary, FreeBlock{});
+    if (old.position != 0) {
         asFunction(scope, "ehfa_DictionaryDelete", "Troubling freeing up old dictionary",
-                   [&] { freeBlock(handle, oldPosition, oldLength, scope); });
+                   [&] { freeBlock(handle, old.position, old.size, scope); });
     }
 }
 

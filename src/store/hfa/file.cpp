@@ -290,6 +290,7 @@ void flush(Handle& handle, EerrException& scope)
     handle.activity = 2;
     if (!heldBack(handle)) {
         writeOwnDictionary(handle, scope);
+        freeOldDictionary(handle, scope);
     }
     /* Where only the free list has changed, no-flush mode keeps it. Within another call that one's end does the rest. */
     const bool isDue = !heldBack(handle) || handle.pages.changedBytes() > 0;

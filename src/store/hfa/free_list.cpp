@@ -103,6 +103,12 @@ FreeBlock FreeList::last() const
     return {0, 0};
 }
 
+uint32_t FreeList::sizeAt(uint32_t position) const
+{
+    const Block* block = blockAt(placeOf(position));
+    return block != nullptr && block->position == position ? block->size : 0;
+}
+
 uint32_t FreeList::idleBytes(uint32_t size) const
 {
     for (const auto& leaf : leaves_) {

@@ -44,6 +44,8 @@ public:
     /* The first block that is as large as `size`, or larger by 8 and more; one of size 0 where there is none. */
     FreeBlock firstFit(uint32_t size) const;
     FreeBlock last() const;
+    /* The size of the block that starts at a position; 0 for none. */
+    uint32_t sizeAt(uint32_t position) const;
     /* Bytes that were free when the list was last written and still are, as many as `size` behind the head of a block. */
     uint32_t idleBytes(uint32_t size) const;
 

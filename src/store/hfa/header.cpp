@@ -70,6 +70,7 @@ void readHeader(Handle& handle, EerrException& scope)
 {
     handle.freeBlocks.forget();
     handle.headerHeldBack = false;
+    handle.oldDictionary = {};
     handle.journal.start(handle, scope);
     handle.fileEnd = fileEndOf(static_cast<int64_t>(handle.journal.committedEnd()), handle.name);
     unsigned char tag[kTagSize] = {};

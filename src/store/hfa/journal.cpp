@@ -17,6 +17,8 @@ constexpr char kRedoMagic[] = "REDO";
 constexpr uint32_t kChangeHead = 8; /* position and size of a change, in a record */
 /* Bytes that are written with a record behind them rather than for themselves. */
 constexpr uint64_t kMostJoined = uint64_t{1} << 18;
+/* A call that makes no more pieces of new bytes has neighbours among them written at once. */
+constexpr std::size_t kFewPieces = 4;
 /* Shorter stretches of free bytes take the way of old bytes: one write more for each would cost more. */
 constexpr uint32_t kLeastStretch = 16384;
 /* From this size on bytes do not pass through the pages on their way to new space. */
@@ -358,8 +360,18 @@ void Journal::writeFresh(Handle& handle, const std::vector<Change>& fresh, EerrE
 {
     /* The tag of a new file goes last: without it the file is no store. */
     const bool hasTag = !fresh.empty() && fresh.front().position == 0;
+    std::vector<unsigned char> joined;
     for (std::size_t i = hasTag ? 1 : 0; i < fresh.size(); ++i) {
-        write(handle, fresh[i].position, fresh[i].bytes, fresh[i].size, scope);
+        const Change* next = i + 1 < fresh.size() ? &fresh[i + 1] : nullptr;
+        /* Of a single object that lies in two pieces of memory. */
+        if (next != nullptr && fresh.size() <= kFewPieces && fresh[i].position + uint64_t{fresh[i].size} == next->position) {
+            joined.assign(fresh[i].bytes, fresh[i].bytes + fresh[i].size);
+            joined.insert(joined.end(), next->bytes, next->bytes + next->size);
+            write(handle, fresh[i].position, joined.data(), joined.size(), scope);
+            ++i;
+        } else {
+            write(handle, fresh[i].position, fresh[i].bytes, fresh[i].size, scope);
+        }
     }
     if (handle.pages.onDisk() < handle.fileEnd) {
         truncate(handle, handle.fileEnd, scope);

@@ -140,7 +140,9 @@ EMANTLE_API Ehfa_Entry* ehfa_ObjectRead(Ehfa_File* file, const char* path, const
         require(goToObject(handle, path, name, method, scope), "Object read failure!");
         if (record != nullptr && handle.currentEntry.dataSize != 0) {
             const bool sequential = method == EHFA_SEEK_SEQUENTIAL;
-            if (!sequential) {
+            if (sequential) {
+                passGaps(handle, scope);
+            } else {
                 requireData(handle);
             }
             checked(scope,

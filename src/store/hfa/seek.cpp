@@ -43,6 +43,7 @@ bool goBack(Handle& handle, const char* path, EerrException& scope)
 /* Reads an entry at the file's present position, and makes its path from where the handle stands. */
 bool readNextInFile(Handle& handle, EerrException& scope)
 {
+    passGaps(handle, scope);
     const uint32_t position = handle.cursor;
     if (!isAllocatable(handle, position, kEntrySize)) {
         return false;
@@ -119,6 +120,26 @@ bool seekDepthNext(Handle& handle, EerrException& scope)
 }
 
 }  // namespace
+
+void passGaps(Handle& handle, EerrException& scope)
+{
+    const uint32_t start = handle.cursor;
+    handle.freeBlocks.load(handle, Teller::nobody, scope);
+    handle.cursor = start;
+    const auto gapAt = [&](uint32_t position) {
+        if (position == handle.dictionaryPtr) {
+            return static_cast<uint32_t>(handle.dictionaryLength);
+        }
+        return position == handle.oldDictionary.position ? handle.oldDictionary.size : handle.freeBlocks.sizeAt(position);
+    };
+    while (handle.cursor < handle.fileEnd) {
+        const uint32_t size = gapAt(handle.cursor);
+        if (size == 0) {
+            return;
+        }
+        handle.cursor += size; /* both are below 2^31 */
+    }
+}
 
 bool goToPath(Handle& handle, const char* path, EerrException& scope)
 {

@@ -60,6 +60,9 @@ bool goToSibling(Handle& handle, const char* name, EerrException& scope);
 bool goToChildNamed(Handle& handle, const char* name, EerrException& scope);
 
 /* By path; false leaves the last part found. */
+/* Moves the position of the file behind free blocks and the dictionary, where it lies at one. */
+void passGaps(Handle& handle, EerrException& scope);
+
 bool goToPath(Handle& handle, const char* path, EerrException& scope);
 
 /* ehfa_EntrySeek without its edge. */

@@ -123,6 +123,12 @@ std::vector<Work> workload()
              Sample sample{1, 2.0, {22, text}};
              ehfa_ObjectWrite(f, ":", "Sample", "Sample", EHFA_WRITE_LAST_CHILD, &sample, sampleDesign(), nullptr);
          }},
+        {"an object of a new design", [](Ehfa_File* f) {
+             const EmifDesignT<Etxt_TextA> design(emif_DesignCreate(nullptr, "Fresh", nullptr, EMIF_TYPE_DOUBLE, "x", 0));
+             emif_DictionaryAddDesign(f->dictionary, design, nullptr);
+             const double number = 7;
+             ehfa_ObjectWrite(f, ":", "Fresh", "Fresh", EHFA_WRITE_LAST_CHILD, &number, design, nullptr);
+         }},
         {"copied", [](Ehfa_File* f) { ehfa_ObjectCopy(f, ":", "Sample", EHFA_SEEK_CHILD_NAME, ":A", EHFA_WRITE_LAST_CHILD, nullptr, 0); }},
         {"the designs of tables", [](Ehfa_File* f) { withTable(f, [](void*) {}); f->dictionary->changed = 1; ehfa_FileFlush(f, nullptr); }},
         {"a table", [](Ehfa_File* f) {
@@ -227,7 +233,9 @@ protected:
         EXPECT_TRUE(unchanged) << "reading changed the file";
         const Contents opened = read(restored_, "r+b");
         EXPECT_EQ(seen, opened);
-        return (seen == before || seen == after) && seen == opened && unchanged;
+        const bool isTold = !seen.contains(":Fresh:") || seen.contains("design Fresh");
+        EXPECT_TRUE(isTold) << "an object without its design";
+        return (seen == before || seen == after) && seen == opened && unchanged && isTold;
     }
 
     std::string restored_;

@@ -150,16 +150,20 @@ TEST_F(Objects, AreCopiedOneByOne)
     EXPECT_EQ(absent.records().back().message, "Source object not found!");
 }
 
+/* The dictionary lies behind A, and free space where C was. */
 TEST_F(Objects, ReadInTheOrderOfTheFile)
 {
     start();
-    put("A", "a");
-    put("B", "bb");
+    for (const char* name : {"A", "B", "C", "D"}) {
+        put(name, name);
+    }
+    ehfa_ObjectDelete(file_, ":C", nullptr, EHFA_SEEK_BACK, expected());
+    EXPECT_EQ(freeSize(), 128 + 21) << "the old dictionary is free from the flush on";
     close();
     open("r");
     char bytes[8];
     ehfa_FileMIFDataRead(file_, 500, 8, bytes, expected());
-    for (const char* text : {"a", "bb"}) {
+    for (const char* text : {"A", "B", "D"}) {
         Sample sample{};
         ehfa_ObjectRead(file_, nullptr, nullptr, EHFA_SEEK_SEQUENTIAL, &sample, sampleDesign(), expected());
         EXPECT_EQ(std::string(sample.label.text, static_cast<std::size_t>(sample.label.count)), text);
