@@ -105,7 +105,7 @@ void writeOwnDictionary(Handle& handle, EerrException& scope)
     }
     if (oldPosition != 0 && oldPosition != handle.dictionaryPtr) {
         asFunction(scope, "ehfa_DictionaryDelete", "Troubling freeing up old dictionary",
-                   [&] { freeBlock(handle, oldPosition, oldLength, scope); });
+                   [&] { freeBlock(handle, oldPosition, oldLength > 0 ? blockSizeOf(oldLength) : 0, scope); });
     }
 }
 
