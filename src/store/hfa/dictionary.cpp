@@ -107,7 +107,7 @@ void writeOwnDictionary(Handle& handle, EerrException& scope)
     handle.step.dictionaryChanged = 1; /* where the call is undone, it is to be written again */
     if (oldPosition != 0 && oldPosition != handle.dictionaryPtr) {
         freeOldDictionary(handle, scope);
-        handle.oldDictionary = {oldPosition, static_cast<uint32_t>(oldLength)};
+        handle.oldDictionary = {oldPosition, oldLength > 0 ? static_cast<uint32_t>(blockSizeOf(oldLength)) : 0};
     }
 }
 

@@ -44,7 +44,7 @@ void unlinkCurrent(Handle& handle, EerrException& scope)
 /* Frees a block that an entry claims; a claim that cannot be is told and left. */
 void freeClaim(Handle& handle, uint32_t position, int64_t size, EerrException& scope)
 {
-    if (position == 0 || size <= 0) {
+    if (position == 0) {
         return;
     }
     if (!isAllocatable(handle, position, static_cast<uint64_t>(size))) {
@@ -77,7 +77,9 @@ void deleteLeaf(Handle& handle, EerrException& scope)
         goToRoot(handle, scope);
     }
     freeClaim(handle, position, entryBlockSize(handle), scope);
-    freeClaim(handle, gone.data, gone.dataSize, scope);
+    if (gone.dataSize > 0) {
+        freeClaim(handle, gone.data, blockSizeOf(gone.dataSize), scope);
+    }
 }
 
 }  // namespace
@@ -110,22 +112,9 @@ struct Move {
     std::string name;   /* the new name */
 };
 
-/* Finds what moves: a relative path is a child of the current entry, else as ehfa_EntrySeek has it. */
-bool goToSource(Handle& handle, const char* source, EerrException& scope)
-{
-    if (*source != ':') {
-        Cursor before = cursorOf(handle);
-        if (goToPath(handle, (handle.pathOfCurrent.text() + source).c_str(), scope)) {
-            return true;
-        }
-        restore(handle, std::move(before));
-    }
-    return goToPath(handle, source, scope);
-}
-
 Move planMove(Handle& handle, const char* source, const char* destination, EerrException& scope)
 {
-    require(goToSource(handle, source, scope) && !isAtRoot(handle), "%s|Node not found", source);
+    require(goToPath(handle, source, scope) && !isAtRoot(handle), "%s|Node not found", source);
     Move move;
     move.source = handle.pathOfCurrent.text();
     std::string target = destination;

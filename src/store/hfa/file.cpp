@@ -74,7 +74,21 @@ bool makeWritable(Handle& handle)
     return true;
 }
 
-Handle* openAlready(const char* name, const char* mode, Eint_InitToolkitData* context)
+/* The same, with the current entry kept where the file still has its path. */
+bool makeWritableInPlace(Handle& handle, EerrException& scope)
+{
+    const std::string path = handle.pathOfCurrent.text();
+    if (!makeWritable(handle)) {
+        return false;
+    }
+    Activity activity(handle, scope);
+    if (!goToPath(handle, path.c_str(), scope)) {
+        goToRoot(handle, scope);
+    }
+    return true;
+}
+
+Handle* openAlready(const char* name, const char* mode, Eint_InitToolkitData* context, EerrException& scope)
 {
     if (mode == nullptr) {
         Handle* writable = findOpenFile(context, name, false);
@@ -87,7 +101,7 @@ Handle* openAlready(const char* name, const char* mode, Eint_InitToolkitData* co
         return writable;
     }
     Handle* readable = findOpenFile(context, name, true);
-    return readable != nullptr && makeWritable(*readable) ? readable : nullptr;
+    return readable != nullptr && makeWritableInPlace(*readable, scope) ? readable : nullptr;
 }
 
 Ehfa_File* withReference(Handle& handle, const Options& options, EerrException& scope)
@@ -209,7 +223,7 @@ Ehfa_File* openFile(const char* name, const char* mode, Eint_InitToolkitData* co
 {
     start(context, scope);
     require(name != nullptr, "Args");
-    if (Handle* open = found(scope, [&] { return openAlready(name, mode, context); })) {
+    if (Handle* open = found(scope, [&] { return openAlready(name, mode, context, scope); })) {
         return withReference(*open, options, scope);
     }
     const auto alien = [&]() -> Ehfa_File* {

@@ -50,18 +50,27 @@ CopyOrder orderFrom(va_list words)
     return order;
 }
 
-const Ehfa_CopyNodeType& rowFor(const CopyOrder& order, const Ehfa_Entry& entry)
+/* The row of the caller's tables; null where they have none. */
+const Ehfa_CopyNodeType* callersRowFor(const CopyOrder& order, const Ehfa_Entry& entry)
 {
     for (const auto* row = order.namesAndTypes; row != nullptr && row->row.type[0] != '\0'; ++row) {
         if (std::strncmp(row->name, entry.name, sizeof row->name) == 0 &&
             std::strncmp(row->row.type, entry.type, sizeof row->row.type) == 0) {
-            return row->row;
+            return &row->row;
         }
     }
     for (const auto* row = order.types; row != nullptr && row->type[0] != '\0'; ++row) {
         if (std::strncmp(row->type, entry.type, sizeof row->type) == 0) {
-            return *row;
+            return row;
         }
+    }
+    return nullptr;
+}
+
+const Ehfa_CopyNodeType& rowFor(const CopyOrder& order, const Ehfa_Entry& entry)
+{
+    if (const Ehfa_CopyNodeType* row = callersRowFor(order, entry)) {
+        return *row;
     }
     static const Ehfa_CopyNodeType builtIn[] = {
         {"Ehfa_Data", ehfa_CopyGenericEntry, nullptr, 1, 1},
@@ -87,7 +96,7 @@ public:
     void run()
     {
         bool asChild = true;
-        bool more = goToChild(source_, scope_);
+        bool more = copyRoot() && goToChild(source_, scope_);
         while (more) {
             tellProgress();
             const bool below = copyCurrent(asChild);
@@ -132,6 +141,17 @@ private:
         return target_.pathOfCurrent.depth() == source_.pathOfCurrent.depth();
     }
 
+    /* The target has a root already, so a row of the caller's says no more of it than what becomes of the rest. */
+    bool copyRoot()
+    {
+        const Ehfa_CopyNodeType* row = callersRowFor(order_, source_.currentEntry);
+        if (row == nullptr) {
+            return true;
+        }
+        copyBehindEntry(*row);
+        return row->children != 0;
+    }
+
     /* Whether the entries below are to be copied too. */
     bool copyCurrent(bool asChild)
     {
@@ -141,6 +161,12 @@ private:
         }
         checked(scope_, row.copyEntry(&source_, &target_, asChild ? 1 : 0, scope_), "Unable to copy >%s< to >%s<",
                 source_.path, target_.name);
+        copyBehindEntry(row);
+        return row.children != 0;
+    }
+
+    void copyBehindEntry(const Ehfa_CopyNodeType& row)
+    {
         if (row.copyData != nullptr) {
             checked(scope_, row.copyData(&source_, &target_, order_.meter, scope_), "Unable to copy >%s< to >%s<",
                     source_.path, target_.name);
@@ -150,7 +176,6 @@ private:
             target_.currentEntry.modTime = source_.currentEntry.modTime;
             rewriteCurrent(target_, scope_);
         }
-        return row.children != 0;
     }
 
     Handle& source_;

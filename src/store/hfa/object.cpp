@@ -14,16 +14,16 @@
 
 namespace emantle::hfa {
 
-bool goToObject(Handle& handle, const char* path, const char* name, long method, EerrException& scope)
+bool goToObject(Handle& handle, const char* path, const char* name, long method, EerrException& scope, Say failure)
 {
     const auto seek = [&](long how, const char* what) {
-        return asFunction(scope, "ehfa_EntrySeek", {"Seek failed for %s"},
-                          [&] { return seekEntry(handle, how, what, scope); });
+        return asFunction(
+            scope, "ehfa_EntrySeek", "Seek failed for %s", [&] { return seekEntry(handle, how, what, scope); },
+            what != nullptr ? what : "<NULL>");
     };
-    if (path != nullptr && !seek(EHFA_SEEK_PATH, path)) {
-        return false;
-    }
-    return seek(method, name);
+    return asFunction(scope, "ehfa_ObjectSeek", failure, [&] {
+        return (path == nullptr || seek(EHFA_SEEK_PATH, path)) && seek(method, name);
+    });
 }
 
 void requireData(const Handle& handle)
@@ -60,10 +60,10 @@ uint32_t blockOf(Handle& handle, int64_t size, EerrException& scope)
 /* Gives up the block of an object that gets another one. */
 void dropBlock(Handle& handle, const Ehfa_Entry& entry, EerrException& scope)
 {
-    if (entry.data != 0 && entry.dataSize > 0 &&
-        isAllocatable(handle, entry.data, static_cast<uint32_t>(entry.dataSize))) {
+    const int64_t size = blockSizeOf(entry.dataSize);
+    if (entry.data != 0 && entry.dataSize > 0 && isAllocatable(handle, entry.data, static_cast<uint64_t>(size))) {
         asFunction(scope, "ehfa_FreeSpace", "ehfa_FreeSpace failed",
-                   [&] { freeBlock(handle, entry.data, entry.dataSize, scope); });
+                   [&] { freeBlock(handle, entry.data, size, scope); });
     }
 }
 
@@ -111,7 +111,8 @@ void writeObject(Handle& handle, const char* path, const char* name, const char*
     const bool isNew = beginObject(handle, path, name, type, method, scope);
     const Ehfa_Entry old = handle.currentEntry;
     uint32_t block = old.data;
-    if (isNew || block == 0 || size > old.dataSize) {
+    /* An object without data has no block that could be freed later. */
+    if (isNew || block == 0 || size > old.dataSize || size == 0) {
         if (!isNew) {
             dropBlock(handle, old, scope);
         }
@@ -235,8 +236,7 @@ EMANTLE_API Emsc_Boolean ehfa_ObjectDelete(Ehfa_File* file, const char* path, co
     return guarded<Emsc_Boolean>(err, "ehfa_ObjectDelete", 0, [&](EerrException& scope) {
         Handle& handle = opened(file);
         Activity activity(handle, scope);
-        const bool isThere = asFunction(scope, "ehfa_ObjectSeek", "ObjectSeek failure!",
-                                        [&] { return goToObject(handle, path, name, method, scope); });
+        const bool isThere = goToObject(handle, path, name, method, scope, "ObjectSeek failure!");
         if (isThere) {
             asFunction(scope, "ehfa_EntryDelete", "EntryDelete failure!", [&] { deleteCurrent(handle, scope); });
         }

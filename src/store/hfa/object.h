@@ -4,8 +4,9 @@
 
 namespace emantle::hfa {
 
-/* Goes to an object as the calls on objects have it; false when it is absent. */
-bool goToObject(Handle& handle, const char* path, const char* name, long method, EerrException& scope);
+/* Goes to an object as the calls on objects have it; false when it is absent. `failure` is the caller's text. */
+bool goToObject(Handle& handle, const char* path, const char* name, long method, EerrException& scope,
+                Say failure = "ObjectSeek failed");
 
 /* Fails where the data block of the current entry cannot be one of the file. */
 void requireData(const Handle& handle);

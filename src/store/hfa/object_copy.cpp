@@ -57,9 +57,7 @@ EMANTLE_API Emsc_Boolean ehfa_ObjectCopy(Ehfa_File* file, const char* source, co
         const CopyChoices choices = choicesFrom(words);
         require(!choices.withChildren && choices.existing == 1, "ehfa_ObjectCopy does not yet support options");
         Activity activity(handle, scope);
-        const bool found = asFunction(scope, "ehfa_EntrySeek", "ObjectSeek failed",
-                                      [&] { return goToObject(handle, source, sourceName, seekMethod, scope); });
-        require(found, "Source object not found!");
+        require(goToObject(handle, source, sourceName, seekMethod, scope), "Source object not found!");
         const std::string name = handle.currentEntry.name;
         const std::string type = handle.currentEntry.type;
         const Emif_Design* design = checked(scope, emif_FindDesignByName(handle.dictionary, type.c_str(), scope),

@@ -1,12 +1,29 @@
 #include "store/hfa/space.h"
 
+#include "frame/guard/plain_scope.h"
 #include "store/hfa/activity.h"
 #include "store/hfa/bytes.h"
 #include "store/hfa/print.h"
 
+#include <emantle/frame/emsc.h>
 #include <algorithm>
 
 namespace emantle::hfa {
+
+namespace {
+
+/* What a file grew by beyond the block that was asked for. The block is there whether this succeeds or not. */
+void giveBackRest(Handle& handle, uint64_t position, int64_t size, EerrException& scope)
+{
+    try {
+        freeBlock(handle, static_cast<uint32_t>(position), size, scope);
+    } catch (const Failure&) {
+        takeThrown(scope, __LINE__);
+        tellAndForget(scope, "ehfa_NextFreePos");
+    }
+}
+
+}  // namespace
 
 uint32_t allocateBlock(Handle& handle, int64_t wanted, EerrException& scope)
 {
@@ -33,17 +50,22 @@ uint32_t allocateBlock(Handle& handle, int64_t wanted, EerrException& scope)
             length = 2 * uint64_t{size} + kNodeSize - tail.size;
         }
     }
+    if (handle.mapWanted != 0) {
+        const auto page = static_cast<uint64_t>(emsc_MemPageSizeGet());
+        length = (length + page - 1) / page * page;
+    }
     require(start + length <= kFileLimit, kBeyondLimit);
     if (extendsTail) {
         asFunction(scope, "freeListItemRemove", "freeListItemRemove failed", [&] { list.remove(handle, tail); });
     }
     if (start + length > handle.fileEnd) {
         if (start == handle.fileEnd) {
-            handle.journal.noteAllocated(start, length);
+            handle.journal.noteAllocated(start, size);
         }
         handle.fileEnd = static_cast<uint32_t>(start + length);
     }
     noteChange(handle);
+    giveBackRest(handle, start + size, static_cast<int64_t>(length - size), scope);
     return static_cast<uint32_t>(start);
 }
 

@@ -202,8 +202,11 @@ TEST_F(Tree, MovesASubtree)
     EXPECT_TRUE(ehfa_EntryMove(file_, ":A:a1", ":C:c1:new", expected()));
     EXPECT_EQ(path(), ":C:c1:new:");
     EXPECT_TRUE(ehfa_EntryMove(file_, ":C", ":B:C", expected()));
-    seek(EHFA_SEEK_PATH, ":B");
-    EXPECT_TRUE(ehfa_EntryMove(file_, "C", "Z", expected())) << "names of children of the current entry";
+    seek(EHFA_SEEK_PATH, ":B:C:c1");
+    Report child;
+    EXPECT_FALSE(ehfa_EntryMove(file_, "new", "Z", child)) << "a child of the current entry is no relative path";
+    seek(EHFA_SEEK_PATH, ":B:C");
+    EXPECT_TRUE(ehfa_EntryMove(file_, "C", "Z", expected()));
     const std::vector<std::string> after{":", ":A:", ":A:a2:", ":A:a3:", ":B:", ":B:Z:", ":B:Z:c1:", ":B:Z:c1:x:", ":B:Z:c1:new:"};
     EXPECT_EQ(paths(), after);
     const std::tuple<std::string, std::string, std::string> refused[] = {

@@ -129,12 +129,15 @@ TEST_F(AFile, IsOneHandleForOneThread)
     ehfa_FileClose(again, expected());
     ehfa_FileClose(again, expected());
     EXPECT_EQ(paths(), std::vector<std::string>{":"}) << "one close leaves it open";
+    write(EHFA_WRITE_LAST_CHILD, "Place");
     close();
     EXPECT_FALSE(ehfa_FileIsOpen(name_.c_str(), eint_GetInit(), expected()));
     open("r");
+    seek(EHFA_SEEK_PATH, ":Place");
     Ehfa_File* writable = ehfa_FileOpen(name_.c_str(), "r+b", eint_GetInit(), expected());
     EXPECT_EQ(writable, file_);
     EXPECT_FALSE(file_->readOnly);
+    EXPECT_EQ(path(), ":Place:");
     EXPECT_NE(write(EHFA_WRITE_LAST_CHILD, "A"), nullptr);
     ehfa_FileClose(writable, expected());
     ehfa_FileClose(nullptr, expected());
@@ -250,6 +253,15 @@ TEST_F(AFile, IsCopiedWithoutItsFragments)
     EXPECT_FALSE(ehfa_FileCopy(name_.c_str(), (directory_ + "/third").c_str(), eint_GetInit(), strange, 99, 1, 0));
     EXPECT_EQ(strange.records().back().message, "Illegal option 99") << "the words behind it are unknown";
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_), {}), 2) << "no temporary file is left";
+
+    putBytes(directory_ + "/third", {'n', 'o', ' ', 's', 't', 'o', 'r', 'e'});
+    const Ehfa_CopyNodeType rootOnly[] = {{"root", nullptr, nullptr, 1, 0}, {}};
+    EXPECT_TRUE(ehfa_FileCopy(name_.c_str(), (directory_ + "/third").c_str(), eint_GetInit(), expected(), EHFA_COPY_TYPES,
+                              rootOnly, 0));
+    close();
+    name_ = directory_ + "/third";
+    open("r");
+    EXPECT_EQ(paths(), std::vector<std::string>{":"});
 }
 
 }  // namespace

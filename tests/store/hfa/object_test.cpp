@@ -63,6 +63,38 @@ TEST_F(Objects, KeepTheirBlockWhileItIsLargeEnough)
     EXPECT_STREQ(file_->entry->type, "Sample");
 }
 
+TEST_F(Objects, OfLessThanABlockGiveTheWholeBlockBack)
+{
+    create();
+    const auto put = [&](const char* at, int size, long method) {
+        ehfa_ObjectDataWrite(file_, at, "A", "Raw", method, "1234567", size, expected());
+    };
+    long end = 0;
+    for (int round = 0; round < 500; ++round) {
+        const int size = round % 7 + 1;
+        put(":", size, EHFA_WRITE_LAST_CHILD);
+        put(":A", 8 - size, EHFA_WRITE_CURRENT);
+        end = round == 1 ? ehfa_FileSize(file_) : end;
+        ehfa_ObjectDelete(file_, ":A", nullptr, EHFA_SEEK_BACK, expected());
+    }
+    EXPECT_EQ(ehfa_FileSize(file_), end);
+    Ehfa_CheckTotals totals;
+    ehfa_FileCheck(file_, nullptr, nullptr, &totals, expected());
+    EXPECT_EQ(totals.lost, 0);
+}
+
+TEST_F(Objects, ThatCannotBeSoughtSayWhatWasSought)
+{
+    start();
+    Report report;
+    EXPECT_EQ(ehfa_ObjectRead(file_, nullptr, nullptr, 99, nullptr, nullptr, report), nullptr);
+    EXPECT_EQ(told(report), "ehfa_ObjectRead: ObjectSeek failed\nehfa_ObjectSeek: Seek failed for <NULL>\n"
+                            "ehfa_EntrySeek: Invalid seek method\n");
+    Report deleting;
+    EXPECT_FALSE(ehfa_ObjectDelete(file_, nullptr, "", EHFA_SEEK_CHILD_NAME, deleting));
+    EXPECT_NE(told(deleting).find("ehfa_ObjectSeek: Seek failed for \n"), std::string::npos) << told(deleting);
+}
+
 TEST_F(Objects, OfBytesGetANewBlockForEachNewSize)
 {
     start();

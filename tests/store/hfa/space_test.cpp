@@ -2,6 +2,8 @@
 
 #include "support/captured_stderr.h"
 
+#include <emantle/frame/emsc.h>
+
 namespace {
 
 /* A store with blocks of 8 bytes between which nothing is free, and the place of the first of them. */
@@ -101,6 +103,27 @@ TEST_F(Space, AtTheEndOfTheFileIsExtended)
     EXPECT_EQ(allocate(100), next);
     EXPECT_EQ(ehfa_FileSize(file_), next + 100);
     EXPECT_EQ(list(), List{});
+}
+
+TEST_F(Space, OfAMappedFileComesByThePage)
+{
+    const long page = emsc_MemPageSizeGet();
+    ehfa_FileChange(file_, expected(), EHFA_OPTION_MAP, 1, 0, 0);
+    ASSERT_EQ(file_->mapWanted, file_->fileSystemState);
+    if (file_->mapWanted == 0) {
+        GTEST_SKIP() << "a remote file is not mapped";
+    }
+    const long end = ehfa_FileSize(file_);
+    const uint32_t first = allocate(100);
+    EXPECT_EQ(first, end);
+    EXPECT_EQ(ehfa_FileSize(file_), end + page);
+    EXPECT_EQ(list(), (List{{end + 100 - long{base_}, page - 100}})) << "what is too much is free";
+    EXPECT_EQ(std::filesystem::file_size(name_), static_cast<std::uintmax_t>(end + page));
+    EXPECT_EQ(allocate(50), first + 100);
+    EXPECT_EQ(ehfa_FileSize(file_), end + page);
+    ehfa_FileChange(file_, expected(), EHFA_OPTION_MAP, 0, 0, 0);
+    EXPECT_EQ(allocate(page), first + 150);
+    EXPECT_EQ(ehfa_FileSize(file_), end + 150 + page);
 }
 
 TEST_F(Space, RefusesWhatIsNoBlock)

@@ -50,8 +50,10 @@ enum {
 EMANTLE_API Ehfa_Entry* ehfa_EntryWrite(Ehfa_File* file, long method, const char* name, const char* type,
                                         Eerr_ErrorReport** err);
 
-/* Deletes the current entry with all below it, and frees their blocks. Current is then the next sibling, else the
- * previous one, else the parent. */
+/* Deletes the current entry with all below it, and frees the blocks of the entries and of their data. Current is then the
+ * next sibling, else the previous one, else the parent. Blocks that data refer to, as the values of a column, the blocks
+ * of a block store and what an Ehfa_Data points to, stay allocated: who wrote them frees them, by edsc_HFAColumnDestroy,
+ * ehfa_CacheDelete or ehfa_FreeSpace. */
 EMANTLE_API Emsc_Boolean ehfa_EntryDelete(Ehfa_File* file, Eerr_ErrorReport** err);
 
 /* Makes the entry at `source`, with all below it, the last child of the parent that `destination` names, under the last

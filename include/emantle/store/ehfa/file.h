@@ -93,7 +93,8 @@ enum { EHFA_FLAG_BATCH = 1, EHFA_FLAG_NO_FLUSH = 2 };
  * its arguments, ended by 0. Codes, flags, offsets and lengths are `int`. Another code is told as a warning,
  * "Illegal option %ld", and skipped. */
 enum {
-    EHFA_OPTION_MAP = 1,            /* flag, growth step: map the whole file */
+    EHFA_OPTION_MAP = 1,            /* flag, growth step: map the whole file, which then grows by whole pages, what is
+                                       too much being free; without effect on a handle that writes to a remote file */
     EHFA_OPTION_FLUSH_ON_WRITE = 2, /* 1 writes what is held back, and from then on at once; else header and free list
                                        stay in memory */
     EHFA_OPTION_ENTRY_CACHING = 3,  /* 1 ends batch mode, else starts it */
@@ -174,7 +175,7 @@ typedef Emsc_Boolean (*Ehfa_DataCopyFunction)(Ehfa_File* source, Ehfa_File* targ
                                               Eerr_ErrorReport** err);
 
 /* How entries of a type, or of a name and type, are copied. A table ends with a row of empty type. A null function
- * copies nothing; a null `copyEntry` leaves the entry and all below it out. */
+ * copies nothing; a null `copyEntry` leaves the entry and all below it out, but for the root, which is there already. */
 typedef struct Ehfa_CopyNodeType {
     char type[EHFA_TYPE_MAX + 1];
     Ehfa_EntryCopyFunction copyEntry;

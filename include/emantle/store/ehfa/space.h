@@ -11,7 +11,7 @@
  * end of the file, which grows. 0 on failure. */
 EMANTLE_API uint32_t ehfa_NextFreePos(Ehfa_File* file, long size, Eerr_ErrorReport** err);
 
-/* Gives a block back. Fewer than 8 bytes are lost to the file. A block that reaches over the end of the file or into
+/* Gives a block back. Fewer than 8 bytes are lost to the file: a block of a smaller object is freed with 8. A block that reaches over the end of the file or into
  * free space is refused. */
 EMANTLE_API Emsc_Boolean ehfa_FreeSpace(Ehfa_File* file, uint32_t position, long size, Eerr_ErrorReport** err);
 
