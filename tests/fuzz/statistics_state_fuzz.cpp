@@ -1,5 +1,5 @@
-// The bytes of the state of an accumulation: what can be read goes on as an accumulation does. Written and read again it
-// gives the same bytes; merged with itself it counts twice; it can be finished.
+// The bytes of the state of an accumulation: what can be read goes on as an accumulation does. Written and read again
+// it gives the same bytes; merged with its copy it counts no less; it can be finished.
 
 #include "fuzz/input.h"
 #include "store/mif/stream.h"

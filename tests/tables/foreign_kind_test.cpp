@@ -89,6 +89,17 @@ TEST_F(ForeignKindOnItsOwn, IsStoredInItsOwnForm)
     EXPECT_TRUE(edsc_BinFunctionIsSame(read.get(), narrow().get(), nullptr));
 }
 
+TEST_F(ForeignKindOnItsOwn, IsNotFetchedFromElsewhereByAStoredTitle)
+{
+    const BinFunction function = narrow();
+    constexpr char kTitle[] = "../modules/whims_module";
+    emsc_HeapFree(function->title);
+    function->title = static_cast<char*>(std::memcpy(emsc_HeapMalloc(sizeof kTitle), kTitle, sizeof kTitle));
+    Report report;
+    EXPECT_EQ(throughBytes(function.get(), report), nullptr);
+    EXPECT_EQ(rootCause(report), "Could not find instance ../modules/whims_module of class BinFunctions");
+}
+
 /* A copy of the module in which one entry point bears another name. */
 class LackingKind : public testing::TestWithParam<std::pair<const char*, const char*>> {};
 
@@ -267,7 +278,8 @@ TEST_F(ForeignKindOnItsOwn, MayBeWild)
     ASSERT_TRUE(esta_RasterAccumulateStats(allStats.get(), picture.get(), nullptr, nullptr));
     ASSERT_TRUE(esta_AllStatsFinish(allStats.get(), nullptr));
     EXPECT_TRUE(std::isnan(allStats->statistics->median));
-    const BaseData lut(esta_LUTCreateForNStdDevStretch(allStats->statistics, function.get(), 2, nullptr, nullptr, nullptr));
+    const BaseData lut(
+        esta_LUTCreateForNStdDevStretch(allStats->statistics, function.get(), 2, nullptr, nullptr, nullptr));
     ASSERT_NE(lut, nullptr);
     EXPECT_EQ(lut->numrows, 3);
 }

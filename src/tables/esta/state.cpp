@@ -137,6 +137,7 @@ void requireStack(const StackState& state)
     require(state.layers.count > 0 && state.layers.count <= std::numeric_limits<std::int16_t>::max() &&
                 state.layers.layers != nullptr,
             "The state of an accumulation has %d layers", state.layers.count);
+    require(state.count >= 0, "The state of an accumulation has %g common pixels", state.count);
     require((state.covariance == nullptr) == (state.means == nullptr) &&
                 (state.covariance == nullptr || isCovariance(state)),
             "The state of an accumulation has sums of products for another number of layers");

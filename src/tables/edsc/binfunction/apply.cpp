@@ -87,7 +87,8 @@ EMANTLE_API Emsc_Boolean edsc_BinFunctionApplyInverse(const Edsc_BinFunction* bi
     }
     Emsc_Boolean done = 0;
     const bool returned = calls(scope, [&] {
-        done = record->functions->BinFunctionApplyInverse(record->internals, bin + record->startBin, lower, upper, scope);
+        done = record->functions->BinFunctionApplyInverse(record->internals, bin + record->startBin, lower, upper,
+                                                          scope);
     });
     if (!returned || !done) {
         return scope.raise("BinFunctionApplyInverse failed"), 0;
