@@ -88,9 +88,9 @@ std::string rowName(const std::string& what, int type, long side)
 }
 
 /* One operation by number. */
-void own(const std::string& row, long op, int type, long side, bool masked)
+void own(const std::string& row, long op, int type, long side, bool masked, int folded = 2)
 {
-    const Arguments arguments(op, type, side, masked);
+    const Arguments arguments(op, type, side, masked, folded);
     if (!arguments.run()) {
         return;
     }
@@ -405,6 +405,12 @@ int main(int argc, char** argv)
     for (const long side : kSides) {
         for (long op = 0; op < EGDA_NUM_OPERATIONS; ++op) {
             addRows(op, side);
+        }
+        for (const int type : kTypes) {
+            const std::string row = rowName("egda_MaoAdd of four", type, side);
+            if (row.find(wanted) != std::string::npos) {
+                own(row, EGDA_OP_ADD, type, side, false, 4);
+            }
         }
         for (const long op : {EGDA_OP_ADD, EGDA_OP_SUB, EGDA_OP_MUL, EGDA_OP_DIV, EGDA_OP_GT, EGDA_OP_COPY,
                               EGDA_OP_SQRT, EGDA_OP_CONVERT_TO_U8, EGDA_OP_MEAN, EGDA_OP_IF_OR, EGDA_OP_HUE}) {

@@ -218,7 +218,7 @@ void Arguments::arrangeBins(int type)
     add({table});
 }
 
-void Arguments::arrange(int type)
+void Arguments::arrange(int type, int folded)
 {
     const std::string check = checkName(op_);
     if (op_ == EGDA_OP_CONVERT_TO_BIN_VALUE || op_ == EGDA_OP_LUT_TRANSFORMATION) {
@@ -229,14 +229,14 @@ void Arguments::arrange(int type)
         arrangeGroup(type);
     } else {
         const bool two = check.find("Two") != std::string::npos || check.find("Binary") != std::string::npos;
-        addData(type, two ? 2 : 1);
+        addData(type, two ? folded : 1);
     }
 }
 
-Arguments::Arguments(long op, int type, long side, bool masked)
+Arguments::Arguments(long op, int type, long side, bool masked, int folded)
     : op_(op), side_(side), destLayers_{operand(side, destTypeFor(op, type), kDest)}
 {
-    arrange(type);
+    arrange(type, folded);
     for (std::vector<Egda_BaseData*>& layers : sources_) {
         const auto count = static_cast<int32_t>(layers.size());
         stacks_.push_back({count, count, layers.data(), 0});

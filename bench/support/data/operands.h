@@ -20,8 +20,8 @@ inline constexpr int kDest = 8;
 /* The arguments of one operation. */
 class Arguments {
 public:
-    /* `op` by its number for sources of `type`. */
-    Arguments(long op, int type, long side, bool masked);
+    /* `op` by its number for sources of `type`; a fold may have more than two. */
+    Arguments(long op, int type, long side, bool masked, int folded = 2);
 
     /* False where the operation does not serve the type or refuses the arguments. */
     bool run() const;
@@ -35,7 +35,7 @@ private:
     void add(std::vector<Egda_BaseData*> layers) { sources_.push_back(std::move(layers)); }
     void addScalars(const std::vector<double>& values);
     void addData(int type, int count);
-    void arrange(int type);
+    void arrange(int type, int folded);
     void arrangeGroup(int type);
     void arrangeMatrices(int type);
     void arrangeBins(int type);

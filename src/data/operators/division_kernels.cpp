@@ -1,5 +1,7 @@
 #include "data/operators/elements.h"
 
+#include <immintrin.h>
+
 #define EMANTLE_LOOPS "data/operators/division_loops.h"
 #include "platform/for_each_target.h"
 

@@ -220,6 +220,25 @@ inline bool isPlainPower(double base, double exponent)
            isPowerWithin(base, exponent, 0x1p32, 30) | isPowerWithin(base, exponent, 0x1p100, 9);
 }
 
+/* Powers that the processor rounds correctly itself: squares, square roots, inverses and the bases as they are. False for
+ * other exponents, or where they differ. */
+inline bool isSimplePower(const Cell<double>* x, const Cell<double>* y, Cell<double>* out, long count)
+{
+    const double exponent = y[0].value;
+    bool alike = (exponent == 2) | (exponent == 0.5) | (exponent == -1) | (exponent == 1);
+    for (long i = 1; alike && i < count; ++i) {
+        alike = y[i].value == exponent;
+    }
+    for (long i = 0; alike && i < count; ++i) {
+        const double base = x[i].value;
+        out[i].value = exponent == 2     ? base * base
+                       : exponent == 0.5 ? __builtin_sqrt(base)
+                       : exponent == -1  ? 1 / base
+                                         : base;
+    }
+    return alike;
+}
+
 inline void powOfPiece(const Cell<double>* x, const Cell<double>* y, Cell<double>* out, long count)
 {
     long i = 0;
@@ -249,7 +268,9 @@ inline void powLoop(void* dest, const void* a, const void* b, long count)
             plain &= isPlainPower(x[i].value, y[i].value);
         }
         if (plain) {
-            powOfPiece(x + first, y + first, out + first, most);
+            if (!isSimplePower(x + first, y + first, out + first, most)) {
+                powOfPiece(x + first, y + first, out + first, most);
+            }
             continue;
         }
         const auto bytes = static_cast<std::size_t>(most) * sizeof(double);

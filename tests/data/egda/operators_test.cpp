@@ -359,6 +359,67 @@ TEST(Operators, FoldOfManySourcesIsOneOperationAfterTheOther)
     }
 }
 
+/* At whole quotients and beside them, where a quotient by way of floating numbers is at its limits. */
+TEST(Division, QuotientsOf32BitsAreExact)
+{
+    std::mt19937 random(23);
+    constexpr long count = 200003;
+    std::vector<std::int32_t> a(count), b(count), out(count);
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        const auto divisor = static_cast<std::int32_t>(random()) >> random() % 31;
+        b[i] = divisor == 0 ? 1 : divisor;
+        const std::int64_t whole = static_cast<std::int32_t>(random()) / b[i];
+        a[i] = static_cast<std::int32_t>(whole * b[i] + static_cast<std::int64_t>(random() % 3) - 1);
+    }
+    a[0] = INT32_MIN, b[0] = -1, a[1] = INT32_MIN, b[1] = 1, a[2] = INT32_MAX, b[2] = 1;
+    const auto recordOver = [](void* data, int type) {
+        return Base(egda_BaseDataCreate(1, count, type, EGDA_RASTER_OBJECT, data, nullptr));
+    };
+    for (const int type : {EGDA_TYPE_S32, EGDA_TYPE_U32}) {
+        Base records[] = {recordOver(a.data(), type), recordOver(b.data(), type), recordOver(out.data(), type)};
+        Egda_BaseData* layers[] = {records[0].get(), records[1].get(), records[2].get()};
+        Egda_BaseDataStack stacks[] = {{1, 1, &layers[0], 0}, {1, 1, &layers[1], 0}, {1, 1, &layers[2], 0}};
+        Egda_BaseDataStack* pointers[] = {&stacks[0], &stacks[1]};
+        const Egda_BaseDataStackArray array{2, pointers, nullptr};
+        for (const InstructionSet set : instructionSets()) {
+            Report report;
+            withSet("egda_MaoDiv", set)(type, &stacks[2], &array, report);
+            EXPECT_EQ(report.text(), "");
+            for (std::size_t i = 0; i < a.size(); ++i) {
+                const std::int64_t wrap = type == EGDA_TYPE_S32 ? 0 : std::int64_t{1} << 32;
+                const std::int64_t over = a[i] + (a[i] < 0 ? wrap : 0);
+                const std::int64_t by = b[i] + (b[i] < 0 ? wrap : 0);
+                ASSERT_EQ(out[i], static_cast<std::int32_t>(over / by)) << a[i] << " / " << b[i];
+            }
+        }
+    }
+}
+
+/* Exponents that all are alike take the processor's own roots and products. */
+TEST(Operators, PowersOfOneExponentAreAsGoodAsAnyOthers)
+{
+    std::vector<double> bases(200), exponents(200), out(200);
+    for (const double exponent : {2.0, 0.5, -1.0, 1.0, 3.0}) {
+        for (std::size_t i = 0; i < bases.size(); ++i) {
+            bases[i] = 0.013 + static_cast<double>(i) * 0.37;
+            exponents[i] = i == 150 && exponent == 0.5 ? 2.0 : exponent;
+        }
+        bases[199] = -0.0; /* has the sign of the C library's result */
+        const auto recordOver = [](std::vector<double>& values) {
+            return Base(egda_BaseDataCreate(1, 200, EGDA_TYPE_F64, EGDA_RASTER_OBJECT, values.data(), nullptr));
+        };
+        const Base base = recordOver(bases), by = recordOver(exponents), dest = recordOver(out);
+        Egda_BaseData* sources[] = {base.get(), by.get()};
+        egda_BaseDataOperation(EGDA_OP_POW, dest.get(), sources, 2, nullptr);
+        for (std::size_t i = 0; i < bases.size(); ++i) {
+            const double exact = static_cast<double>(
+                std::pow(static_cast<long double>(bases[i]), static_cast<long double>(exponents[i])));
+            EXPECT_DOUBLE_EQ(out[i], exact) << bases[i];
+            EXPECT_EQ(std::signbit(out[i]), std::signbit(exact)) << exponent;
+        }
+    }
+}
+
 TEST(Operators, LargeDestinationsAreWholeToo)
 {
     const long columns = static_cast<long>(emantle::platform::lastLevelCacheSize() / 4) + 4099;
