@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <emantle/files/efio.h>
 #include <emantle/frame/eerr.h>
 #include <emantle/frame/emsc/heap.h>
 #include <memory>
@@ -19,6 +20,28 @@ namespace fuzz {
 inline void dropReports()
 {
     eerr_SetAltErrorFunction([](void*, Eerr_ErrorReport*, Eerr_ErrorReportingMode, Eerr_ErrorReport**) {}, nullptr);
+}
+
+/* A report that nobody reads. */
+class Unheard {
+public:
+    ~Unheard() { eerr_DeleteErrorReportEx(&chain_); }
+    operator Eerr_ErrorReport**()
+    {
+        eerr_DeleteErrorReportEx(&chain_);
+        return &chain_;
+    }
+
+private:
+    Eerr_ErrorReport* chain_ = nullptr;
+};
+
+/* A file to print to, empty each time. */
+inline Efio_File* scratchFile()
+{
+    static Efio_File* const file = efio_TmpFile(nullptr);
+    efio_Seek(file, 0, EFIO_SEEK_SET, nullptr);
+    return file;
 }
 
 inline void need(bool holds)

@@ -39,12 +39,66 @@ void changeStream(Ehfa_File* file, std::uint8_t argument)
     }
 }
 
+/* Writes to the record table of a name, which it makes where there is none. */
+void changeTable(Ehfa_File* file, std::uint8_t argument)
+{
+    Unheard report;
+    Ehfa_Table* table = ehfa_TableOpen(file, pathOf(argument).c_str(), 0, report);
+    if (table == nullptr) {
+        char number[] = "number";
+        char text[] = "text";
+        const Ehfa_TableField fields[] = {{number, EHFA_FIELD_INT, 0}, {text, EHFA_FIELD_CHAR, 5}};
+        Ehfa_TableRecordStructure* structure = ehfa_TableRecordStructureCreate(2, fields, report);
+        Ehfa_Table* master = ehfa_TableCreate(file->name, nullptr, nullptr, nullptr, 0, 0, nullptr, report);
+        table = ehfa_TableCreate(file->name, master, nameOf(argument), structure, 1, argument & 16, nullptr, report);
+        ehfa_TableRecordStructureFree(structure);
+        ehfa_TableClose(master, report);
+    }
+    if (table != nullptr) {
+        char record[300] = "1234567\4abc";
+        ehfa_TableRecordWrite(table, argument & 32 ? -1 : argument % 4, record, 13, report);
+        ehfa_TableRecordRead(table, argument % 4, record, sizeof record - 1, report);
+        ehfa_ModifyRecordFieldByIndex(table, argument % 4, record, argument % 3, "7", report);
+        emsc_HeapFree(ehfa_GetRecordFieldByName(table, record, "text", report));
+        ehfa_TableClose(table, report);
+    }
+}
+
+/* Rebuilds the store elsewhere; what comes out is sound. */
+void copyWhole(Ehfa_File* file)
+{
+    static MemoryFile copy;
+    Unheard report;
+    if (ehfa_FileCopy(file->name, copy.name(), eint_GetInit(), report, 0)) {
+        Ehfa_File* made = ehfa_FileOpen(copy.name(), "rb", eint_GetInit(), report);
+        if (made == nullptr) {
+            std::abort();
+        }
+        readAll(made);
+        ehfa_FileClose(made, report);
+    }
+}
+
+void copyRecord(Ehfa_File* file, std::uint8_t argument)
+{
+    Unheard report;
+    const std::string path = pathOf(argument);
+    const Ehfa_Entry* entry = ehfa_EntrySeek(file, EHFA_SEEK_PATH, path.c_str(), report);
+    const Emif_Design* design = entry == nullptr ? nullptr : emif_FindDesignByName(file->dictionary, entry->type, report);
+    if (design != nullptr && design->hostSize <= 4096) {
+        void* record = emif_NewObject(design, report);
+        ehfa_ObjectReadIfPresent(file, path.c_str(), nullptr, EHFA_SEEK_BACK, record, design, report);
+        ehfa_ObjectWrite(file, nullptr, nameOf(argument / 2), design->name, EHFA_WRITE_AFTER, record, design, report);
+        emif_FreeObject(&record, design, report);
+    }
+}
+
 void step(Ehfa_File* file, std::uint8_t kind, std::uint8_t argument)
 {
     Unheard report;
     const std::string path = pathOf(argument);
     static const char bytes[256] = "bytes";
-    switch (kind % 14) {
+    switch (kind % 21) {
     case 0: ehfa_EntrySeek(file, argument % 10, argument % 10 == 7 || argument % 10 == 8 ? path.c_str() : nullptr, report); break;
     case 1: ehfa_EntrySeek(file, EHFA_SEEK_PATH, path.c_str(), report); break;
     case 2: ehfa_EntryDelete(file, report); break;
@@ -58,6 +112,13 @@ void step(Ehfa_File* file, std::uint8_t kind, std::uint8_t argument)
     case 10: ehfa_FileFlush(file, report); break;
     case 11: changeStream(file, argument); break;
     case 12: ehfa_CacheDelete(file, path.c_str(), report); break;
+    case 13: changeTable(file, argument); break;
+    case 14: copyWhole(file); break;
+    case 15: copyRecord(file, argument); break;
+    case 16: ehfa_ObjectDelete(file, path.c_str(), nullptr, EHFA_SEEK_BACK, report); break;
+    case 17: ehfa_HeaderReWrite(file, report); break;
+    case 18: ehfa_DictionaryMergeWithFileDictionary(file, file->dictionary, report); break;
+    case 19: wander(file); break;
     default: ehfa_ObjectCopy(file, path.c_str(), nullptr, EHFA_SEEK_BACK, ":", EHFA_WRITE_LAST_CHILD, report, 0); break;
     }
 }

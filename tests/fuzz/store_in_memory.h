@@ -1,5 +1,8 @@
 #pragma once
 
+#include "fuzz/input.h"
+
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -15,19 +18,7 @@
 
 // A store in a file that has no place on a disk, and what every reader of one does.
 
-/* A report that nobody reads. */
-class Unheard {
-public:
-    ~Unheard() { eerr_DeleteErrorReportEx(&chain_); }
-    operator Eerr_ErrorReport**()
-    {
-        eerr_DeleteErrorReportEx(&chain_);
-        return &chain_;
-    }
-
-private:
-    Eerr_ErrorReport* chain_ = nullptr;
-};
+using fuzz::Unheard;
 
 class MemoryFile {
 public:
@@ -83,6 +74,31 @@ inline void readStreams(Ehfa_File* file, const std::string& path)
         }
         ehfa_TableFree(table);
     }
+}
+
+/* Prints every object by its design, for nobody. */
+inline void listAll(Ehfa_File* file)
+{
+    Unheard report;
+    const auto route = EerrDispatcher::Connect(EerrDispatcher::LogSlot([](const char*, va_list) {}));
+    ehfa_ListFile(file, nullptr, report);
+    ehfa_ShowFreeSpace(file, report);
+}
+
+/* Goes to and fro. */
+inline void wander(Ehfa_File* file)
+{
+    Unheard report;
+    ehfa_EntrySeek(file, EHFA_SEEK_ROOT, nullptr, report);
+    Ehfa_EntryPosition* position = ehfa_EntryPositionGet(file, report);
+    for (long method = 0; method < 10; ++method) {
+        ehfa_EntryPeek(file, method, report);
+        ehfa_EntrySeek(file, method, "C", report);
+    }
+    const EstrStringList some(ehfa_ObjectList(file, nullptr, "*c*", nullptr, report));
+    emsc_HeapFree(ehfa_CurrentEntryPath(file, report));
+    ehfa_EntryPositionSet(file, position, report);
+    ehfa_EntryPositionFree(position, report);
 }
 
 /* Walks a store and reads all that it finds. */

@@ -15,6 +15,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     readAll(file);
+    wander(file);
+    if (size % 8 == 0) { /* a listing takes many times as long as all the rest */
+        listAll(file);
+    }
     if (!ehfa_FileClose(file, report) || memory.size() != size) {
         std::abort();
     }
