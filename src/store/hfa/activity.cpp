@@ -50,12 +50,12 @@ void bringUpToDate(Handle& handle, EerrException& scope)
 
 namespace {
 
-/* Notes what the handle is, to come back to it. */
-void beginStep(Handle& handle)
+/* Notes what the handle is, to come back to it. The path comes as a copy, so that nothing here can fail. */
+void beginStep(Handle& handle, Path path) noexcept
 {
     Step& step = handle.step;
     step.record = handle;
-    step.path = handle.pathOfCurrent;
+    step.path = std::move(path);
     step.dictionaryChanged = handle.dictionary != nullptr ? handle.dictionary->changed : 0;
     step.headerHeldBack = handle.headerHeldBack;
     step.changes = handle.changes;
@@ -117,8 +117,9 @@ void commit(Handle& handle, EerrException& scope)
     if (handle.pages.changedBytes() > 0) {
         writeOwnDictionary(handle, scope);
     }
+    Path path = handle.pathOfCurrent;
     handle.journal.commit(handle, scope);
-    beginStep(handle);
+    beginStep(handle, std::move(path));
 }
 
 void commitGathered(Handle& handle, EerrException& scope)
@@ -142,7 +143,7 @@ Activity::Activity(Handle& handle, EerrException& scope)
                 bringUpToDate(handle, scope);
             }
             if (handle.readOnly == 0) {
-                beginStep(handle);
+                beginStep(handle, handle.pathOfCurrent);
             }
         } catch (...) {
             handle.activity = stale ? -1 : 0;
