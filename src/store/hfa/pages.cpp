@@ -2,11 +2,13 @@
 
 #include "files/efio/record.h"
 #include "frame/guard/nested.h"
+#include "platform/heap.h"
 
 #include <emantle/files/efio.h>
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <utility>
 
 namespace emantle::hfa {
 
@@ -24,6 +26,30 @@ constexpr uint64_t bits(uint32_t first, uint32_t last)
 }
 
 }  // namespace
+
+unsigned char* Pages::Slabs::take()
+{
+    constexpr std::size_t kSingle = 4;
+    if (left_ == 0) {
+        const std::size_t size = slabs_.size() < kSingle ? kChunk : kLarge;
+        const Release release{size < kLarge ? std::size_t{kPage} : kLarge};
+        slabs_.reserve(slabs_.size() + 1);
+        slabs_.emplace_back(static_cast<unsigned char*>(::operator new(size, std::align_val_t{release.alignment})), release);
+        if (size == kLarge) {
+            platform::preferLargePages(slabs_.back().get(), size);
+        }
+        next_ = slabs_.back().get();
+        left_ = size / kChunk;
+    }
+    --left_;
+    return std::exchange(next_, next_ + kChunk);
+}
+
+void Pages::Slabs::clear() noexcept
+{
+    slabs_.clear();
+    left_ = 0;
+}
 
 /* Reads what the file has of `size` bytes. */
 std::size_t Pages::readUpTo(Efio_File* file, uint64_t position, void* bytes, std::size_t size, EerrException& scope)
@@ -72,10 +98,15 @@ Pages::Chunk& Pages::chunkOf(uint64_t position)
         makeRoom();
         if (live_.size() == live_.capacity()) {
             live_.reserve(2 * live_.size() + 16);
+            spares_.reserve(live_.capacity());
         }
-        std::unique_ptr<Chunk> chunk = std::move(spare_);
-        if (chunk == nullptr) {
+        std::unique_ptr<Chunk> chunk;
+        if (!spares_.empty()) {
+            chunk = std::move(spares_.back());
+            spares_.pop_back();
+        } else {
             chunk = std::make_unique_for_overwrite<Chunk>();
+            chunk->bytes = slabs_.take();
         }
         chunk->number = static_cast<uint32_t>(number);
         chunk->valid = chunk->changed = 0;
@@ -106,7 +137,7 @@ void Pages::makeRoom() noexcept
         live_.pop_back();
         validPages_ -= static_cast<uint32_t>(std::popcount(gone->valid));
         last_ = last_ == gone ? nullptr : last_;
-        spare_ = std::move(chunks_[gone->number]);
+        spares_.push_back(std::move(chunks_[gone->number]));
     }
 }
 
@@ -207,15 +238,13 @@ void Pages::read(Efio_File* file, uint64_t position, void* bytes, std::size_t si
 void Pages::keepForUndo(const Chunk& chunk, uint64_t position, uint32_t size, bool wasValid)
 {
     const auto offset = static_cast<uint32_t>(position % kChunk);
-    undo_.push_back({position, size, wasValid, chunk.granules[offset / kPage]});
-    if (wasValid) {
-        try {
-            undoBytes_.insert(undoBytes_.end(), chunk.bytes + offset, chunk.bytes + offset + size);
-        } catch (...) {
-            undo_.pop_back();
-            throw;
-        }
+    if (undo_.size() == undo_.capacity()) {
+        undo_.reserve(2 * undo_.size() + 64);
     }
+    if (wasValid) {
+        undoBytes_.insert(undoBytes_.end(), chunk.bytes + offset, chunk.bytes + offset + size);
+    }
+    undo_.push_back({position, size, wasValid, chunk.granules[offset / kPage]});
 }
 
 void Pages::setGranules(Chunk& chunk, uint32_t page, uint64_t granules) noexcept
@@ -287,8 +316,10 @@ void Pages::changed(std::vector<Piece>& pieces, uint64_t end)
             if (start >= stop) {
                 continue;
             }
-            if (!pieces.empty() && pieces.back().start + pieces.back().size == start && start % kChunk != 0) {
-                pieces.back().size += stop - start;
+            /* Neighbouring pages go in one piece, whatever of them is changed: a write more costs more than the bytes. */
+            const bool goesOn = !pieces.empty() && base % kChunk != 0 && pieces.back().start + pieces.back().size > base - kPage;
+            if (goesOn) {
+                pieces.back().size = stop - pieces.back().start;
             } else {
                 pieces.push_back({start, stop - start, chunk.bytes + start % kChunk});
             }
@@ -343,6 +374,8 @@ void Pages::forget() noexcept
         chunks_[chunk->number].reset();
     }
     live_.clear();
+    spares_.clear();
+    slabs_.clear();
     changedChunks_.clear();
     undo_.clear();
     undoBytes_.clear();

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstddef>
 #include <memory>
+#include <new>
 #include <vector>
 
 class EerrException;
@@ -68,7 +69,23 @@ private:
         uint64_t valid;   /* a bit a page */
         uint64_t changed; /* a bit a page */
         uint64_t granules[kPagesOfChunk];
-        alignas(64) unsigned char bytes[kChunk];
+        unsigned char* bytes;
+    };
+    /* The memory of chunks: single ones first, then blocks that the kernel backs with large pages. */
+    class Slabs {
+    public:
+        unsigned char* take();
+        void clear() noexcept;
+
+    private:
+        static constexpr std::size_t kLarge = std::size_t{1} << 21;
+        struct Release {
+            std::size_t alignment;
+            void operator()(unsigned char* slab) const noexcept { ::operator delete(slab, std::align_val_t{alignment}); }
+        };
+        std::vector<std::unique_ptr<unsigned char, Release>> slabs_;
+        unsigned char* next_ = nullptr;
+        std::size_t left_ = 0; /* chunks of the last slab */
     };
     struct Undo {
         uint64_t position;
@@ -87,10 +104,11 @@ private:
     void keepForUndo(const Chunk& chunk, uint64_t position, uint32_t size, bool wasValid);
     void setGranules(Chunk& chunk, uint32_t page, uint64_t granules) noexcept;
 
+    Slabs slabs_;
     std::vector<std::unique_ptr<Chunk>> chunks_; /* by number */
     std::vector<Chunk*> live_;
     std::vector<uint32_t> changedChunks_;
-    std::unique_ptr<Chunk> spare_;
+    std::vector<std::unique_ptr<Chunk>> spares_;
     Chunk* last_ = nullptr;
     uint64_t tick_ = 0;
     uint64_t onDisk_ = 0;
