@@ -3,11 +3,14 @@
 #include "files/efio/record.h"
 #include "frame/guard/nested.h"
 #include "platform/heap.h"
+#include "platform/threads.h"
 
 #include <emantle/files/efio.h>
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
+#include <mutex>
 #include <utility>
 
 namespace emantle::hfa {
@@ -25,21 +28,60 @@ constexpr uint64_t bits(uint32_t first, uint32_t last)
     return (~uint64_t{0} >> (63 - (last - first))) << first;
 }
 
+/* Large slabs of handles that were closed, for the next one: memory that the kernel need not clear anew. */
+class IdleSlabs {
+public:
+    unsigned char* take() noexcept
+    {
+        const std::lock_guard guard(mutex_);
+        return count_ > 0 ? slabs_[--count_] : nullptr;
+    }
+    bool put(unsigned char* slab) noexcept
+    {
+        const std::lock_guard guard(mutex_);
+        if (count_ == slabs_.size()) {
+            return false;
+        }
+        slabs_[count_++] = slab;
+        return true;
+    }
+
+private:
+    platform::Mutex mutex_;
+    std::array<unsigned char*, 10> slabs_{};
+    std::size_t count_ = 0;
+};
+
+IdleSlabs& idleSlabs()
+{
+    static auto* const slabs = new IdleSlabs; /* handles may be closed while the process ends */
+    return *slabs;
+}
+
 }  // namespace
+
+void Pages::Slabs::Release::operator()(unsigned char* slab) const noexcept
+{
+    if (size < kLarge || !idleSlabs().put(slab)) {
+        ::operator delete(slab, std::align_val_t{size < kLarge ? std::size_t{kPage} : kLarge});
+    }
+}
 
 unsigned char* Pages::Slabs::take()
 {
     constexpr std::size_t kSingle = 4;
     if (left_ == 0) {
-        const std::size_t size = slabs_.size() < kSingle ? kChunk : kLarge;
-        const Release release{size < kLarge ? std::size_t{kPage} : kLarge};
+        const Release release{slabs_.size() < kSingle ? std::size_t{kChunk} : kLarge};
         slabs_.reserve(slabs_.size() + 1);
-        slabs_.emplace_back(static_cast<unsigned char*>(::operator new(size, std::align_val_t{release.alignment})), release);
-        if (size == kLarge) {
-            platform::preferLargePages(slabs_.back().get(), size);
+        unsigned char* slab = release.size == kLarge ? idleSlabs().take() : nullptr;
+        if (slab == nullptr) {
+            const auto alignment = release.size == kLarge ? kLarge : std::size_t{kPage};
+            slab = static_cast<unsigned char*>(::operator new(release.size, std::align_val_t{alignment}));
+            platform::preferLargePages(slab, release.size);
         }
-        next_ = slabs_.back().get();
-        left_ = size / kChunk;
+        slabs_.emplace_back(slab, release);
+        next_ = slab;
+        left_ = release.size / kChunk;
     }
     --left_;
     return std::exchange(next_, next_ + kChunk);

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstddef>
 #include <memory>
-#include <new>
 #include <vector>
 
 class EerrException;
@@ -80,8 +79,8 @@ private:
     private:
         static constexpr std::size_t kLarge = std::size_t{1} << 21;
         struct Release {
-            std::size_t alignment;
-            void operator()(unsigned char* slab) const noexcept { ::operator delete(slab, std::align_val_t{alignment}); }
+            std::size_t size;
+            void operator()(unsigned char* slab) const noexcept;
         };
         std::vector<std::unique_ptr<unsigned char, Release>> slabs_;
         unsigned char* next_ = nullptr;
