@@ -1,7 +1,8 @@
+#include "store/store_bench.h"
+
 #include <benchmark/benchmark.h>
 #include <emantle/frame/eint.h>
 #include <emantle/store/ehfa.h>
-#include <emantle/tables/edsc/hfa.h>
 
 #ifdef EMANTLE_BENCH_LMDB
 #include <lmdb.h>
@@ -9,46 +10,22 @@
 #ifdef EMANTLE_BENCH_SQLITE3
 #include <sqlite3.h>
 #endif
-#ifdef EMANTLE_BENCH_HDF5
-#include <hdf5.h>
-#endif
 
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <filesystem>
-#include <memory>
-#include <string>
 #include <sys/wait.h>
-#include <time.h>
-#include <unistd.h>
-#include <vector>
 
-/* 100,000 objects of 48 bytes under 100 parents, and columns of 1,000,000 elements: the store beside databases that hold
- * the same bytes under the same names. All of them promise that the end of the process at any moment leaves a sound file;
- * none waits for the disk. Each figure is for the whole of its work, from the opening of the file to its close. */
+/* 100,000 objects of 48 bytes under 100 parents: the store beside databases that hold the same bytes under the same names.
+ * All of them promise that the end of the process at any moment leaves a sound file; none waits for the disk. Each figure
+ * is for the whole of its work, from the opening of the file to its close. */
 
 namespace {
+
+using namespace store_bench;
 
 constexpr int kParents = 100;
 constexpr int kEach = 1000;
 constexpr int kObjects = kParents * kEach;
-constexpr int kRows = 1000000;
-constexpr int kWidth = 32;
-
-[[noreturn]] void stop(const char* what)
-{
-    std::fprintf(stderr, "%s failed\n", what);
-    std::exit(1);
-}
-
-void demand(bool holds, const char* what)
-{
-    if (!holds) {
-        stop(what);
-    }
-}
 
 struct Names {
     char parent[16];
@@ -83,28 +60,6 @@ void check(const void* bytes, std::size_t size, int index)
     demand(size == sizeof(Data), "size");
     std::memcpy(&found, bytes, sizeof found);
     demand(found == index, "content");
-}
-
-/* In a started process the folder of the one that started it. */
-std::string& childFolder()
-{
-    static std::string name;
-    return name;
-}
-
-std::string folder()
-{
-    if (!childFolder().empty()) {
-        return childFolder();
-    }
-    static const std::string name = [] {
-        const char* base = std::getenv("EMANTLE_BENCH_DIR");
-        std::string made = std::string(base != nullptr ? base : "/tmp") + "/store_bench_XXXXXX";
-        demand(mkdtemp(made.data()) != nullptr, "mkdtemp");
-        std::atexit([] { std::filesystem::remove_all(folder()); });
-        return made;
-    }();
-    return name;
 }
 
 /* Each peer: a session opens a file, does its work as one transaction, and closes. */
@@ -267,23 +222,6 @@ struct Lmdb {
     }
 };
 #endif
-
-/* The clock on the wall; with EMANTLE_BENCH_CPU the time that the process had, for machines that others use as well. */
-double now()
-{
-    static const bool cpu = std::getenv("EMANTLE_BENCH_CPU") != nullptr;
-    timespec time{};
-    clock_gettime(cpu ? CLOCK_PROCESS_CPUTIME_ID : CLOCK_MONOTONIC, &time);
-    return double(time.tv_sec) + double(time.tv_nsec) * 1e-9;
-}
-
-template <class Work>
-double secondsOf(Work&& work)
-{
-    const double start = now();
-    work();
-    return now() - start;
-}
 
 template <class Peer>
 void makeObjects()
@@ -460,195 +398,6 @@ void readOneInNewProcess(benchmark::State& state)
     }
 }
 
-/* Columns. */
-
-struct Column {
-    Ehfa_File* file = nullptr;
-    void* table = nullptr;
-    void* column = nullptr;
-
-    explicit Column(bool fresh, int type)
-    {
-        const std::string name = folder() + "/column.img";
-        if (fresh) {
-            file = ehfa_FileCreate(name.c_str(), eint_GetInit(), nullptr);
-            edsc_HFATableCreate(file, ":T", kRows, &table, nullptr);
-            edsc_HFAColumnCreate(table, "c", type, kWidth, &column, nullptr);
-        } else {
-            int32_t found = 0;
-            int32_t width = 0;
-            file = ehfa_FileOpen(name.c_str(), "r", eint_GetInit(), nullptr);
-            edsc_HFATableOpen(file, ":T", &table, nullptr);
-            edsc_HFAColumnOpen(table, "c", &found, &width, &column, nullptr);
-        }
-        demand(column != nullptr, "column");
-    }
-    ~Column()
-    {
-        edsc_HFAColumnClose(column, nullptr);
-        edsc_HFATableClose(table, nullptr);
-        ehfa_FileClose(file, nullptr);
-    }
-};
-
-const std::vector<double>& doubles()
-{
-    static const std::vector<double> values(kRows, 1.5);
-    return values;
-}
-
-const std::vector<char*>& strings()
-{
-    static std::vector<char> bytes(std::size_t{kRows} * (kWidth + 1), 'x');
-    static const std::vector<char*> texts = [] {
-        std::vector<char*> made(kRows);
-        for (int i = 0; i < kRows; ++i) {
-            made[static_cast<std::size_t>(i)] = &bytes[static_cast<std::size_t>(i) * (kWidth + 1)];
-            made[static_cast<std::size_t>(i)][kWidth] = '\0';
-        }
-        return made;
-    }();
-    return texts;
-}
-
-const void* valuesOf(int type)
-{
-    return type == EDSC_COLUMN_REAL ? static_cast<const void*>(doubles().data()) : static_cast<const void*>(strings().data());
-}
-
-void setBytes(benchmark::State& state, int type)
-{
-    state.SetBytesProcessed(state.iterations() * kRows * (type == EDSC_COLUMN_REAL ? 8 : kWidth));
-}
-
-void writeColumn(benchmark::State& state)
-{
-    const auto type = static_cast<int>(state.range(0));
-    const void* values = valuesOf(type);
-    for (auto _ : state) {
-        std::filesystem::remove(folder() + "/column.img");
-        state.SetIterationTime(secondsOf([&] {
-            Column column(true, type);
-            demand(edsc_HFAColumnDataWrite(column.column, 0, kRows, values, nullptr) == 0, "write");
-        }));
-    }
-    setBytes(state, type);
-}
-
-void rewriteColumn(benchmark::State& state)
-{
-    const auto type = static_cast<int>(state.range(0));
-    const void* values = valuesOf(type);
-    Column column(true, type);
-    edsc_HFAColumnDataWrite(column.column, 0, kRows, values, nullptr);
-    for (auto _ : state) {
-        state.SetIterationTime(secondsOf([&] {
-            demand(edsc_HFAColumnDataWrite(column.column, 0, kRows, values, nullptr) == 0, "write");
-        }));
-    }
-    setBytes(state, type);
-}
-
-void readColumn(benchmark::State& state)
-{
-    const auto type = static_cast<int>(state.range(0));
-    {
-        Column column(true, type);
-        edsc_HFAColumnDataWrite(column.column, 0, kRows, valuesOf(type), nullptr);
-    }
-    std::vector<double> numbers(kRows);
-    std::vector<char*> texts(kRows);
-    void* target = type == EDSC_COLUMN_REAL ? static_cast<void*>(numbers.data()) : static_cast<void*>(texts.data());
-    for (auto _ : state) {
-        state.SetIterationTime(secondsOf([&] {
-            Column column(false, type);
-            demand(edsc_HFAColumnDataRead(column.column, 0, kRows, target, nullptr) == 0, "read");
-        }));
-        for (char*& text : texts) {
-            emsc_HeapFree(text);
-            text = nullptr;
-        }
-    }
-    setBytes(state, type);
-}
-
-/* The same bytes through stdio: numbers in one piece, texts one at a time. */
-void writePlain(benchmark::State& state)
-{
-    const auto type = static_cast<int>(state.range(0));
-    const std::string name = folder() + "/plain";
-    valuesOf(type);
-    for (auto _ : state) {
-        std::filesystem::remove(name);
-        state.SetIterationTime(secondsOf([&] {
-            FILE* out = std::fopen(name.c_str(), "wb");
-            if (type == EDSC_COLUMN_REAL) {
-                std::fwrite(doubles().data(), 8, kRows, out);
-            } else {
-                for (const char* text : strings()) {
-                    std::fwrite(text, kWidth, 1, out);
-                }
-            }
-            std::fclose(out);
-        }));
-    }
-    setBytes(state, type);
-}
-
-void readPlain(benchmark::State& state)
-{
-    const auto type = static_cast<int>(state.range(0));
-    const std::string name = folder() + "/plain";
-    FILE* out = std::fopen(name.c_str(), "wb");
-    std::vector<char> bytes(std::size_t{kRows} * (type == EDSC_COLUMN_REAL ? 8 : kWidth), 'x');
-    std::fwrite(bytes.data(), 1, bytes.size(), out);
-    std::fclose(out);
-    std::vector<char*> texts(kRows);
-    for (auto _ : state) {
-        state.SetIterationTime(secondsOf([&] {
-            FILE* in = std::fopen(name.c_str(), "rb");
-            if (type == EDSC_COLUMN_REAL) {
-                demand(std::fread(bytes.data(), 8, kRows, in) == kRows, "fread");
-            } else {
-                for (char*& text : texts) {
-                    text = static_cast<char*>(std::malloc(kWidth + 1));
-                    demand(std::fread(text, kWidth, 1, in) == 1, "fread");
-                    text[kWidth] = '\0';
-                }
-            }
-            std::fclose(in);
-        }));
-        for (char*& text : texts) {
-            std::free(text);
-            text = nullptr;
-        }
-    }
-    setBytes(state, type);
-}
-
-#ifdef EMANTLE_BENCH_HDF5
-void writeHdf5(benchmark::State& state)
-{
-    const std::string name = folder() + "/column.h5";
-    doubles();
-    for (auto _ : state) {
-        std::filesystem::remove(name);
-        state.SetIterationTime(secondsOf([&] {
-            const hsize_t rows = kRows;
-            const hid_t file = H5Fcreate(name.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT);
-            const hid_t space = H5Screate_simple(1, &rows, nullptr);
-            const hid_t set = H5Dcreate2(file, "c", H5T_NATIVE_DOUBLE, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT);
-            H5Dwrite(set, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, doubles().data());
-            H5Dclose(set);
-            H5Sclose(space);
-            H5Fclose(file);
-        }));
-    }
-    setBytes(state, EDSC_COLUMN_REAL);
-}
-BENCHMARK(writeHdf5)->UseManualTime()->Unit(benchmark::kMillisecond);
-#endif
-
 #define OBJECTS(peer)                                                                                        \
     BENCHMARK(createObjects<peer>)->UseManualTime()->Unit(benchmark::kMillisecond);                           \
     BENCHMARK(readObjects<peer>)->UseManualTime()->Unit(benchmark::kMillisecond);                             \
@@ -665,14 +414,6 @@ OBJECTS(Lmdb);
 OBJECTS(Sqlite);
 BENCHMARK(readOneInNewProcess<Sqlite>)->ArgName("cold")->Arg(0)->Arg(1)->Iterations(30)->UseManualTime()->Unit(benchmark::kMicrosecond);
 #endif
-
-#define COLUMNS(function) \
-    BENCHMARK(function)->ArgName("type")->Arg(EDSC_COLUMN_REAL)->Arg(EDSC_COLUMN_STRING)->UseManualTime()->Unit(benchmark::kMillisecond)
-COLUMNS(writeColumn);
-COLUMNS(rewriteColumn);
-COLUMNS(writePlain);
-COLUMNS(readColumn);
-COLUMNS(readPlain);
 
 }  // namespace
 

@@ -54,7 +54,15 @@ namespace {
 void beginStep(Handle& handle, Path path) noexcept
 {
     Step& step = handle.step;
-    step.record = handle;
+    step.version = handle.version;
+    step.freeList = handle.freeList;
+    step.rootEntryPtr = handle.rootEntryPtr;
+    step.dictionaryPtr = handle.dictionaryPtr;
+    step.dictionaryLength = handle.dictionaryLength;
+    step.flags = handle.flags;
+    step.batchStart = handle.batchStart;
+    step.entryPtr = handle.entryPtr;
+    step.currentEntry = handle.currentEntry;
     step.path = std::move(path);
     step.dictionaryChanged = handle.dictionary != nullptr ? handle.dictionary->changed : 0;
     step.headerHeldBack = handle.headerHeldBack;
@@ -73,21 +81,21 @@ void undoStep(Handle& handle) noexcept
     Step& step = handle.step;
     handle.pages.undoStep();
     handle.freeBlocks.undoStep();
-    handle.freeList = step.record.freeList;
-    handle.version = step.record.version;
-    handle.rootEntryPtr = step.record.rootEntryPtr;
-    handle.dictionaryPtr = step.record.dictionaryPtr;
-    handle.dictionaryLength = step.record.dictionaryLength;
+    handle.freeList = step.freeList;
+    handle.version = step.version;
+    handle.rootEntryPtr = step.rootEntryPtr;
+    handle.dictionaryPtr = step.dictionaryPtr;
+    handle.dictionaryLength = step.dictionaryLength;
     handle.fileEnd = step.fileEnd;
     handle.oldDictionary = step.oldDictionary;
-    handle.flags = step.record.flags;
-    handle.batchStart = step.record.batchStart;
+    handle.flags = step.flags;
+    handle.batchStart = step.batchStart;
     handle.headerHeldBack = step.headerHeldBack;
     if (handle.dictionary != nullptr && step.dictionaryChanged != 0) {
         handle.dictionary->changed = step.dictionaryChanged;
     }
     handle.children.clear();
-    restore(handle, {step.record.entryPtr, step.record.currentEntry, std::move(step.path)});
+    restore(handle, {step.entryPtr, step.currentEntry, std::move(step.path)});
     try {
         EerrException unheard;
         handle.journal.undoFill(handle, unheard);

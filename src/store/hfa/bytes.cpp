@@ -12,18 +12,6 @@ namespace emantle::hfa {
 static_assert(sizeof(Ehfa_Entry) == kEntrySize && offsetof(Ehfa_Entry, modTime) == 120,
               "the entry of the host has the layout of the file's");
 
-uint32_t decoded32(const unsigned char* bytes)
-{
-    return uint32_t(bytes[0]) | uint32_t(bytes[1]) << 8 | uint32_t(bytes[2]) << 16 | uint32_t(bytes[3]) << 24;
-}
-
-void encode32(uint32_t value, unsigned char* bytes)
-{
-    for (int i = 0; i < 4; ++i) {
-        bytes[i] = static_cast<unsigned char>(value >> (8 * i));
-    }
-}
-
 static_assert(std::endian::native == std::endian::little, "entries pass between file and host as they are");
 
 EntryBytes encoded(const Ehfa_Entry& entry)
@@ -76,18 +64,13 @@ Ehfa_FreeListNode decodedNode(const unsigned char* bytes)
     return {decoded32(bytes), static_cast<int32_t>(decoded32(bytes + 4))};
 }
 
-bool isAllocatable(const Handle& handle, uint64_t position, uint64_t size)
-{
-    const bool clearOfHeader =
-        position >= uint64_t{handle.headerPtr} + kHeaderSize || position + size <= handle.headerPtr;
-    const uint32_t least = handle.headerPtr >= kHeaderPosition ? kHeaderPosition : kTagSize;
-    return position >= least && isInside(handle, position, size) && clearOfHeader;
-}
-
 void requireWritable(const Handle& handle, EerrException& scope)
 {
+    if (handle.readOnly == 0) {
+        return;
+    }
     asFunction(scope, "efio_WriteSeq", "efio_WriteSeq failed", [&] {
-        require(handle.readOnly == 0, "File I/O operation failed: Unable to write to Read-Only file:\n %s",
+        fail("File I/O operation failed: Unable to write to Read-Only file:\n %s",
                 handle.nameText.c_str());
     });
 }
@@ -174,6 +157,16 @@ const unsigned char* entryBytes(Handle& handle, uint32_t position, EntryBytes& s
     return scratch.data();
 }
 
+void takeEntry(const Handle& handle, uint32_t position, const unsigned char* bytes, Ehfa_Entry& entry)
+{
+    std::memcpy(&entry, bytes, kEntrySize);
+    entry.name[EHFA_NAME_MAX] = '\0';
+    entry.type[EHFA_TYPE_MAX] = '\0';
+    if (position == handle.rootEntryPtr) {
+        entry.next = entry.prev = entry.parent = 0;
+    }
+}
+
 bool readEntry(Handle& handle, uint32_t position, Ehfa_Entry& entry, EerrException& scope)
 {
     EntryBytes scratch;
@@ -181,20 +174,27 @@ bool readEntry(Handle& handle, uint32_t position, Ehfa_Entry& entry, EerrExcepti
     if (bytes == nullptr) {
         return false;
     }
-    entry = decodedEntry(bytes);
-    if (position == handle.rootEntryPtr) {
-        entry.next = entry.prev = entry.parent = 0;
-    }
+    takeEntry(handle, position, bytes, entry);
     return true;
 }
 
 void writeEntry(Handle& handle, uint32_t position, const Ehfa_Entry& entry, EerrException& scope)
 {
-    const EntryBytes bytes = encoded(entry);
-    writeBytes(handle, position, bytes.data(), bytes.size(), scope);
+    writeBytes(handle, position, &entry, kEntrySize, scope);
     if (!handle.mended.empty()) {
         handle.mended.erase(position);
     }
+}
+
+void writeLink(Handle& handle, uint32_t position, const Ehfa_Entry& entry, uint32_t Ehfa_Entry::*link, EerrException& scope)
+{
+    if (!handle.mended.empty()) {
+        writeEntry(handle, position, entry, scope);
+        return;
+    }
+    const uint32_t& value = entry.*link;
+    const auto offset = static_cast<uint32_t>(reinterpret_cast<const char*>(&value) - reinterpret_cast<const char*>(&entry));
+    writeBytes(handle, position + offset, &value, sizeof value, scope);
 }
 
 uint32_t entryBlockSize(const Handle& handle)

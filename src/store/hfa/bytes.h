@@ -17,8 +17,18 @@ std::array<unsigned char, kHeaderSize> encodedHeader(const Ehfa_File& file);
 void decodeHeader(const unsigned char* bytes, Ehfa_File& file);
 std::array<unsigned char, kNodeSize> encoded(const Ehfa_FreeListNode& node);
 Ehfa_FreeListNode decodedNode(const unsigned char* bytes);
-uint32_t decoded32(const unsigned char* bytes);
-void encode32(uint32_t value, unsigned char* bytes);
+
+inline uint32_t decoded32(const unsigned char* bytes)
+{
+    return uint32_t(bytes[0]) | uint32_t(bytes[1]) << 8 | uint32_t(bytes[2]) << 16 | uint32_t(bytes[3]) << 24;
+}
+
+inline void encode32(uint32_t value, unsigned char* bytes)
+{
+    for (int i = 0; i < 4; ++i) {
+        bytes[i] = static_cast<unsigned char>(value >> (8 * i));
+    }
+}
 
 /* Whether `size` bytes at `position` lie inside the file. */
 inline bool isInside(const Handle& handle, uint64_t position, uint64_t size)
@@ -27,7 +37,13 @@ inline bool isInside(const Handle& handle, uint64_t position, uint64_t size)
 }
 
 /* The same, and clear of the tag, of the gap behind it and of the file record. */
-bool isAllocatable(const Handle& handle, uint64_t position, uint64_t size);
+inline bool isAllocatable(const Handle& handle, uint64_t position, uint64_t size)
+{
+    const bool clearOfHeader =
+        position >= uint64_t{handle.headerPtr} + kHeaderSize || position + size <= handle.headerPtr;
+    const uint32_t least = handle.headerPtr >= kHeaderPosition ? kHeaderPosition : kTagSize;
+    return position >= least && isInside(handle, position, size) && clearOfHeader;
+}
 
 void readBytes(Handle& handle, uint32_t position, void* bytes, std::size_t size, EerrException& scope);
 void writeBytes(Handle& handle, uint32_t position, const void* bytes, std::size_t size, EerrException& scope);
@@ -47,9 +63,14 @@ void requireWritable(const Handle& handle, EerrException& scope);
 /* The 128 bytes of an entry, until the next call, where need be in `scratch`; null where no entry can be. */
 const unsigned char* entryBytes(Handle& handle, uint32_t position, EntryBytes& scratch, EerrException& scope);
 
+/* What the bytes of an entry say, which entryBytes gave for a position. */
+void takeEntry(const Handle& handle, uint32_t position, const unsigned char* bytes, Ehfa_Entry& entry);
+
 /* The entry at a position; false where no entry can be. */
 bool readEntry(Handle& handle, uint32_t position, Ehfa_Entry& entry, EerrException& scope);
 void writeEntry(Handle& handle, uint32_t position, const Ehfa_Entry& entry, EerrException& scope);
+/* Writes `entry`, of which only a link differs from what lies at the position. */
+void writeLink(Handle& handle, uint32_t position, const Ehfa_Entry& entry, uint32_t Ehfa_Entry::*link, EerrException& scope);
 
 /* Bytes of the block that an entry lies in. */
 uint32_t entryBlockSize(const Handle& handle);

@@ -35,25 +35,29 @@ bool Children::Family::remove(std::string_view name, uint32_t position) noexcept
 
 Children::Family& Children::of(uint32_t parent)
 {
-    if (recent_ == nullptr || recentParent_ != parent) {
-        recent_ = &families_[parent];
-        recentParent_ = parent;
+    Recent& recent = recentOf(parent);
+    if (recent.family == nullptr || recent.parent != parent) {
+        recent = {parent, &families_[parent]};
     }
-    return *recent_;
+    return *recent.family;
 }
 
 Children::Family* Children::find(uint32_t parent) noexcept
 {
-    if (recent_ != nullptr && recentParent_ == parent) {
-        return recent_;
+    Recent& recent = recentOf(parent);
+    if (recent.family == nullptr || recent.parent != parent) {
+        const auto found = families_.find(parent);
+        if (found == families_.end()) {
+            return nullptr;
+        }
+        recent = {parent, &found->second};
     }
-    const auto found = families_.find(parent);
-    return found == families_.end() ? nullptr : &found->second;
+    return recent.family;
 }
 
 void Children::forget(uint32_t parent) noexcept
 {
-    recent_ = recentParent_ == parent ? nullptr : recent_;
+    forgetRecent(parent);
     families_.erase(parent);
 }
 

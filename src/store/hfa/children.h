@@ -1,6 +1,9 @@
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -52,7 +55,20 @@ public:
 
         static uint32_t hashOf(std::string_view name) noexcept
         {
-            return static_cast<uint32_t>(std::hash<std::string_view>()(name));
+            constexpr uint64_t kFactor = 0x9E3779B97F4A7C15;
+            uint64_t sum = name.size() * kFactor;
+            std::size_t at = 0;
+            for (; name.size() - at >= sizeof sum; at += sizeof sum) {
+                uint64_t word;
+                std::memcpy(&word, name.data() + at, sizeof word);
+                sum = (std::rotl(sum, 23) ^ word) * kFactor;
+            }
+            uint64_t rest = 0;
+            for (; at < name.size(); ++at) {
+                rest = rest << 8 | static_cast<unsigned char>(name[at]);
+            }
+            sum = (std::rotl(sum, 23) ^ rest) * kFactor;
+            return static_cast<uint32_t>((sum ^ sum >> 29) * kFactor >> 32);
         }
         std::size_t mask() const { return slots_.size() - 1; }
         /* The slot of the first position that fits, else the empty one behind. */
@@ -75,7 +91,7 @@ public:
     void clear() noexcept
     {
         families_.clear();
-        recent_ = nullptr;
+        recent_ = {};
     }
     /* The family of the entry at `parent`, made where there is none. */
     Family& of(uint32_t parent);
@@ -106,9 +122,21 @@ public:
     void noteRemoved(uint32_t parent, std::string_view name, uint32_t position, uint32_t prev) noexcept;
 
 private:
+    /* A walk along paths comes back to the same few parents. */
+    struct Recent {
+        uint32_t parent = 0;
+        Family* family = nullptr;
+    };
+    static constexpr int kRecentBits = 5;
+    Recent& recentOf(uint32_t parent) noexcept { return recent_[(parent * 0x9E3779B1u) >> (32 - kRecentBits)]; }
+    void forgetRecent(uint32_t parent) noexcept
+    {
+        Recent& recent = recentOf(parent);
+        recent = recent.parent == parent ? Recent() : recent;
+    }
+
     std::unordered_map<uint32_t, Family> families_;
-    Family* recent_ = nullptr;
-    uint32_t recentParent_ = 0;
+    std::array<Recent, std::size_t{1} << kRecentBits> recent_{};
 };
 
 }  // namespace emantle::hfa

@@ -24,7 +24,7 @@ void relink(Handle& handle, uint32_t neighbour, uint32_t Ehfa_Entry::*link, uint
     }
     entry.*link = to;
     asFunction(scope, "ehfa_WriteEntry", "ehfa_WriteCurrentEntry failed",
-               [&] { writeEntry(handle, neighbour, entry, scope); });
+               [&] { writeLink(handle, neighbour, entry, link, scope); });
 }
 
 /* Takes the current entry out from between its neighbours. */

@@ -34,6 +34,12 @@ void put(Handle& handle, uint32_t position, const Ehfa_Entry& entry, EerrExcepti
                [&] { writeEntry(handle, position, entry, scope); });
 }
 
+void putLink(Handle& handle, uint32_t position, const Ehfa_Entry& entry, uint32_t Ehfa_Entry::*link, EerrException& scope)
+{
+    asFunction(scope, "ehfa_WriteEntry", "ehfa_WriteCurrentEntry failed",
+               [&] { writeLink(handle, position, entry, link, scope); });
+}
+
 /* A new entry between its neighbours. It keeps the time of the entry held before. */
 Ehfa_Entry freshEntry(const Handle& handle, const char* name, const char* type)
 {
@@ -115,10 +121,10 @@ void insertAfter(Handle& handle, const char* name, const char* type, EerrExcepti
     put(handle, position, entry, scope);
     Ehfa_Entry current = handle.currentEntry;
     current.next = position;
-    put(handle, handle.entryPtr, current, scope);
+    putLink(handle, handle.entryPtr, current, &Ehfa_Entry::next, scope);
     if (nextPosition != 0) {
         next.prev = position;
-        put(handle, nextPosition, next, scope);
+        putLink(handle, nextPosition, next, &Ehfa_Entry::prev, scope);
     }
     becomeCurrent(handle, position, entry, true, scope);
 }
@@ -135,11 +141,12 @@ void insertBefore(Handle& handle, const char* name, const char* type, EerrExcept
     entry.prev = handle.currentEntry.prev;
     entry.parent = handle.currentEntry.parent;
     put(handle, position, entry, scope);
-    (handle.currentEntry.prev != 0 ? before.next : before.child) = position;
-    put(handle, beforePosition, before, scope);
+    const auto link = handle.currentEntry.prev != 0 ? &Ehfa_Entry::next : &Ehfa_Entry::child;
+    before.*link = position;
+    putLink(handle, beforePosition, before, link, scope);
     Ehfa_Entry current = handle.currentEntry;
     current.prev = position;
-    put(handle, handle.entryPtr, current, scope);
+    putLink(handle, handle.entryPtr, current, &Ehfa_Entry::prev, scope);
     becomeCurrent(handle, position, entry, true, scope);
 }
 
@@ -153,7 +160,7 @@ void addOnlyChild(Handle& handle, const char* name, const char* type, EerrExcept
     put(handle, position, entry, scope);
     Ehfa_Entry current = handle.currentEntry;
     current.child = position;
-    put(handle, handle.entryPtr, current, scope);
+    putLink(handle, handle.entryPtr, current, &Ehfa_Entry::child, scope);
     becomeCurrent(handle, position, entry, false, scope);
 }
 

@@ -5,6 +5,7 @@
 #include "store/hfa/bytes.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace emantle::hfa {
 
@@ -216,8 +217,19 @@ void FreeList::takeOut(uint32_t position) noexcept
         spares_.push_back(std::move(leaves_[place.leaf]));
         leaves_.erase(leaves_.begin() + static_cast<std::ptrdiff_t>(place.leaf));
     } else if (size == leaf.largest) {
-        measure(leaf);
+        measure(leaf, place.index);
     }
+}
+
+/* The largest block is gone; one of the same size often lies near by. */
+void FreeList::measure(Leaf& leaf, uint32_t near) noexcept
+{
+    for (uint32_t i = near; i < std::min(near + 2, leaf.count); ++i) {
+        if (leaf.blocks[i].size == leaf.largest) {
+            return;
+        }
+    }
+    measure(leaf);
 }
 
 void FreeList::measure(Leaf& leaf) noexcept
@@ -265,13 +277,38 @@ void FreeList::noteHead(Handle& handle)
     noteChange(handle);
 }
 
+/* Puts a block in the place of one that overlaps it: the order of the list stays. */
+void FreeList::replace(Place place, Block block)
+{
+    Leaf& leaf = *leaves_[place.leaf];
+    const Block old = std::exchange(leaf.blocks[place.index], block);
+    changes_.push_back({old, false});
+    changes_.push_back({block, true});
+    if (old.isNew == 0) {
+        taken_.push_back({old.position, old.size});
+    }
+    touched_.push_back(block.position);
+    if (block.position != old.position) {
+        if (const Block* before = blockBefore(place)) {
+            touched_.push_back(before->position);
+        }
+    }
+    if (block.size > leaf.largest) {
+        leaf.largest = block.size;
+    } else if (old.size == leaf.largest) {
+        measure(leaf, place.index);
+    }
+}
+
 void FreeList::take(Handle& handle, FreeBlock free, uint32_t size)
 {
     reserveForChange();
-    const Block block = *blockAt(placeOf(free.position));
-    erase(block);
+    const Place place = placeOf(free.position);
+    const Block block = *blockAt(place);
     if (size < block.size) {
-        insert({block.position + size, block.size - size, 1});
+        replace(place, {block.position + size, block.size - size, 1});
+    } else {
+        erase(block);
     }
     noteHead(handle);
 }
@@ -296,8 +333,14 @@ void FreeList::add(Handle& handle, uint32_t position, uint32_t size, EerrExcepti
                [&] { reserveForChange(); });
     Block joined{position, size, 1};
     const bool joinsNext = next != nullptr && position + size == next->position;
+    const bool joinsBefore = before != nullptr && before->position + before->size == position;
+    if (joinsBefore && !joinsNext) {
+        replace(placeOf(before->position), {before->position, before->size + size, 1});
+        noteHead(handle);
+        return;
+    }
     const Block behind = joinsNext ? *next : Block{};
-    if (before != nullptr && before->position + before->size == position) {
+    if (joinsBefore) {
         const Block front = *before;
         erase(front);
         joined.position = front.position;
@@ -320,14 +363,17 @@ void FreeList::writeNodes(Handle& handle, EerrException& scope)
     require(head == handle.freeList,
             "Inconsistency detected - position of first cached node not same as free list");
     std::vector<uint32_t> positions = touched_;
-    std::ranges::sort(positions);
+    if (!std::ranges::is_sorted(positions)) {
+        std::ranges::sort(positions);
+    }
     positions.erase(std::unique(positions.begin(), positions.end()), positions.end());
     for (const uint32_t position : positions) {
-        const Block* block = blockAt(placeOf(position));
+        const Place place = placeOf(position);
+        const Block* block = blockAt(place);
         if (block == nullptr || block->position != position) {
             continue;
         }
-        const Block* next = blockAt(placeOf(position + 1));
+        const Block* next = blockAt({place.leaf, place.index + 1});
         const auto bytes = encoded(Ehfa_FreeListNode{next != nullptr ? next->position : 0, static_cast<int32_t>(block->size)});
         asFunction(scope, "freeListItemSet", "freeListItemSet failed",
                    [&] { writeBytes(handle, position, bytes.data(), bytes.size(), scope); });

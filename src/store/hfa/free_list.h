@@ -109,7 +109,9 @@ private:
     void erase(Block block);
     void putIn(Block block) noexcept;
     void takeOut(uint32_t position) noexcept;
+    void replace(Place place, Block block);
     static void measure(Leaf& leaf) noexcept;
+    static void measure(Leaf& leaf, uint32_t near) noexcept;
     void touchBefore(uint32_t position);
     void noteHead(Handle& handle);
 

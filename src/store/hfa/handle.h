@@ -28,7 +28,15 @@ inline constexpr int kDepthLimit = 1000;
 
 /* What a handle was when its outermost call began. */
 struct Step {
-    Ehfa_File record{}; /* its pointers are not looked at */
+    int32_t version = 0;
+    uint32_t freeList = 0;
+    uint32_t rootEntryPtr = 0;
+    uint32_t dictionaryPtr = 0;
+    int32_t dictionaryLength = 0;
+    uint32_t flags = 0;
+    uint32_t batchStart = 0;
+    uint32_t entryPtr = 0;
+    Ehfa_Entry currentEntry{};
     Path path;
     int32_t dictionaryChanged = 0;
     bool headerHeldBack = false;

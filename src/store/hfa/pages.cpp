@@ -2,12 +2,16 @@
 
 #include "files/efio/record.h"
 #include "frame/guard/nested.h"
+#include "platform/heap.h"
+#include "platform/threads.h"
 
 #include <emantle/files/efio.h>
 #include <algorithm>
-#include <atomic>
+#include <array>
 #include <bit>
 #include <cstring>
+#include <mutex>
+#include <utility>
 
 namespace emantle::hfa {
 
@@ -24,26 +28,69 @@ constexpr uint64_t bits(uint32_t first, uint32_t last)
     return (~uint64_t{0} >> (63 - (last - first))) << first;
 }
 
-/* One chunk that no handle holds: whoever opens many small stores, one after the other, asks for its memory once. It is
- * never given back to the system, as handles may be closed while the process ends. */
-constinit std::atomic<void*> idleChunk{nullptr};
+/* Large slabs of handles that were closed, for the next one: memory that the kernel need not clear anew. */
+class IdleSlabs {
+public:
+    unsigned char* take() noexcept
+    {
+        const std::lock_guard guard(mutex_);
+        return count_ > 0 ? slabs_[--count_] : nullptr;
+    }
+    bool put(unsigned char* slab) noexcept
+    {
+        const std::lock_guard guard(mutex_);
+        if (count_ == slabs_.size()) {
+            return false;
+        }
+        slabs_[count_++] = slab;
+        return true;
+    }
+
+private:
+    platform::Mutex mutex_;
+    std::array<unsigned char*, 10> slabs_{};
+    std::size_t count_ = 0;
+};
+
+IdleSlabs& idleSlabs()
+{
+    static auto* const slabs = new IdleSlabs; /* handles may be closed while the process ends */
+    return *slabs;
+}
 
 }  // namespace
 
-std::unique_ptr<Pages::Chunk> Pages::takeIdle()
+void Pages::Slabs::Release::operator()(unsigned char* slab) const noexcept
 {
-    auto* chunk = static_cast<Chunk*>(idleChunk.exchange(nullptr));
-    return chunk != nullptr ? std::unique_ptr<Chunk>(chunk) : std::make_unique_for_overwrite<Chunk>();
+    if (size < kLarge || !idleSlabs().put(slab)) {
+        ::operator delete(slab, std::align_val_t{size < kLarge ? std::size_t{kPage} : kLarge});
+    }
 }
 
-void Pages::giveBack(std::unique_ptr<Chunk> chunk) noexcept
+unsigned char* Pages::Slabs::take()
 {
-    delete static_cast<Chunk*>(idleChunk.exchange(chunk.release()));
+    constexpr std::size_t kSingle = 4;
+    if (left_ == 0) {
+        const Release release{slabs_.size() < kSingle ? std::size_t{kChunk} : kLarge};
+        slabs_.reserve(slabs_.size() + 1);
+        unsigned char* slab = release.size == kLarge ? idleSlabs().take() : nullptr;
+        if (slab == nullptr) {
+            const auto alignment = release.size == kLarge ? kLarge : std::size_t{kPage};
+            slab = static_cast<unsigned char*>(::operator new(release.size, std::align_val_t{alignment}));
+            platform::preferLargePages(slab, release.size);
+        }
+        slabs_.emplace_back(slab, release);
+        next_ = slab;
+        left_ = release.size / kChunk;
+    }
+    --left_;
+    return std::exchange(next_, next_ + kChunk);
 }
 
-Pages::~Pages()
+void Pages::Slabs::clear() noexcept
 {
-    forget();
+    slabs_.clear();
+    left_ = 0;
 }
 
 /* Reads what the file has of `size` bytes. */
@@ -93,10 +140,15 @@ Pages::Chunk& Pages::chunkOf(uint64_t position)
         makeRoom();
         if (live_.size() == live_.capacity()) {
             live_.reserve(2 * live_.size() + 16);
+            spares_.reserve(live_.capacity());
         }
-        std::unique_ptr<Chunk> chunk = std::move(spare_);
-        if (chunk == nullptr) {
-            chunk = takeIdle();
+        std::unique_ptr<Chunk> chunk;
+        if (!spares_.empty()) {
+            chunk = std::move(spares_.back());
+            spares_.pop_back();
+        } else {
+            chunk = std::make_unique_for_overwrite<Chunk>();
+            chunk->bytes = slabs_.take();
         }
         chunk->number = static_cast<uint32_t>(number);
         chunk->valid = chunk->changed = 0;
@@ -127,7 +179,7 @@ void Pages::makeRoom() noexcept
         live_.pop_back();
         validPages_ -= static_cast<uint32_t>(std::popcount(gone->valid));
         last_ = last_ == gone ? nullptr : last_;
-        spare_ = std::move(chunks_[gone->number]);
+        spares_.push_back(std::move(chunks_[gone->number]));
     }
 }
 
@@ -228,15 +280,13 @@ void Pages::read(Efio_File* file, uint64_t position, void* bytes, std::size_t si
 void Pages::keepForUndo(const Chunk& chunk, uint64_t position, uint32_t size, bool wasValid)
 {
     const auto offset = static_cast<uint32_t>(position % kChunk);
-    undo_.push_back({position, size, wasValid, chunk.granules[offset / kPage]});
-    if (wasValid) {
-        try {
-            undoBytes_.insert(undoBytes_.end(), chunk.bytes + offset, chunk.bytes + offset + size);
-        } catch (...) {
-            undo_.pop_back();
-            throw;
-        }
+    if (undo_.size() == undo_.capacity()) {
+        undo_.reserve(2 * undo_.size() + 64);
     }
+    if (wasValid) {
+        undoBytes_.insert(undoBytes_.end(), chunk.bytes + offset, chunk.bytes + offset + size);
+    }
+    undo_.push_back({position, size, wasValid, chunk.granules[offset / kPage]});
 }
 
 void Pages::setGranules(Chunk& chunk, uint32_t page, uint64_t granules) noexcept
@@ -308,8 +358,10 @@ void Pages::changed(std::vector<Piece>& pieces, uint64_t end)
             if (start >= stop) {
                 continue;
             }
-            if (!pieces.empty() && pieces.back().start + pieces.back().size == start && start % kChunk != 0) {
-                pieces.back().size += stop - start;
+            /* Neighbouring pages go in one piece, whatever of them is changed: a write more costs more than the bytes. */
+            const bool goesOn = !pieces.empty() && base % kChunk != 0 && pieces.back().start + pieces.back().size > base - kPage;
+            if (goesOn) {
+                pieces.back().size = stop - pieces.back().start;
             } else {
                 pieces.push_back({start, stop - start, chunk.bytes + start % kChunk});
             }
@@ -361,9 +413,11 @@ void Pages::settle() noexcept
 void Pages::forget() noexcept
 {
     for (Chunk* chunk : live_) {
-        giveBack(std::move(chunks_[chunk->number]));
+        chunks_[chunk->number].reset();
     }
     live_.clear();
+    spares_.clear();
+    slabs_.clear();
     changedChunks_.clear();
     undo_.clear();
     undoBytes_.clear();

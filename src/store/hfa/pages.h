@@ -21,11 +21,6 @@ class Pages {
 public:
     static constexpr uint32_t kPage = 4096;
 
-    Pages() = default;
-    ~Pages();
-    Pages(const Pages&) = delete;
-    Pages& operator=(const Pages&) = delete;
-
     /* Bytes of the file that exist on the disk. */
     uint64_t onDisk() const { return onDisk_; }
     void setOnDisk(uint64_t size) { onDisk_ = size; }
@@ -73,7 +68,23 @@ private:
         uint64_t valid;   /* a bit a page */
         uint64_t changed; /* a bit a page */
         uint64_t granules[kPagesOfChunk];
-        alignas(64) unsigned char bytes[kChunk];
+        unsigned char* bytes;
+    };
+    /* The memory of chunks: single ones first, then blocks that the kernel backs with large pages. */
+    class Slabs {
+    public:
+        unsigned char* take();
+        void clear() noexcept;
+
+    private:
+        static constexpr std::size_t kLarge = std::size_t{1} << 21;
+        struct Release {
+            std::size_t size;
+            void operator()(unsigned char* slab) const noexcept;
+        };
+        std::vector<std::unique_ptr<unsigned char, Release>> slabs_;
+        unsigned char* next_ = nullptr;
+        std::size_t left_ = 0; /* chunks of the last slab */
     };
     struct Undo {
         uint64_t position;
@@ -82,8 +93,6 @@ private:
         uint64_t granules;
     };
 
-    static std::unique_ptr<Chunk> takeIdle();
-    static void giveBack(std::unique_ptr<Chunk> chunk) noexcept;
     Chunk& chunkOf(uint64_t position);
     Chunk* findChunk(uint64_t position) const noexcept;
     void makeRoom() noexcept;
@@ -94,10 +103,11 @@ private:
     void keepForUndo(const Chunk& chunk, uint64_t position, uint32_t size, bool wasValid);
     void setGranules(Chunk& chunk, uint32_t page, uint64_t granules) noexcept;
 
+    Slabs slabs_;
     std::vector<std::unique_ptr<Chunk>> chunks_; /* by number */
     std::vector<Chunk*> live_;
     std::vector<uint32_t> changedChunks_;
-    std::unique_ptr<Chunk> spare_;
+    std::vector<std::unique_ptr<Chunk>> spares_;
     Chunk* last_ = nullptr;
     uint64_t tick_ = 0;
     uint64_t onDisk_ = 0;

@@ -15,15 +15,14 @@ namespace {
 /* Down one step, by a part of a path as it stands or without its protection. */
 bool goToPart(Handle& handle, std::string_view part, EerrException& scope)
 {
-    const std::string raw(part);
-    if (raw.find('\\') != std::string::npos) {
-        const HeapPtr<char> name(efnp_NodePathGet(raw.c_str(), EFNP_NODE, -1, scope));
+    if (part.find('\\') != std::string_view::npos) {
+        const HeapPtr<char> name(efnp_NodePathGet(std::string(part).c_str(), EFNP_NODE, -1, scope));
         scope.Clear();
         if (name && stepToChild(handle, name.get(), scope)) {
             return true;
         }
     }
-    return stepToChild(handle, raw.c_str(), scope);
+    return stepToChild(handle, part, scope);
 }
 
 /* Back to a path that ehfa_CurrentEntryPath gave; null stands for the handle's own. */
@@ -149,7 +148,8 @@ bool goToPath(Handle& handle, const char* path, EerrException& scope)
         goToParent(handle, scope);
     }
     while (*path != '\0') {
-        const std::size_t length = std::strcspn(path, ":");
+        const char* end = std::strchr(path, ':');
+        const std::size_t length = end != nullptr ? static_cast<std::size_t>(end - path) : std::strlen(path);
         if (length > 0 && !goToPart(handle, {path, length}, scope)) {
             return false;
         }

@@ -135,9 +135,8 @@ uint32_t learnUpTo(Handle& handle, Children::Family& family, uint32_t parent, ui
 }
 
 /* The first child of that name; 0 for none. */
-uint32_t childNamed(Handle& handle, uint32_t parent, uint32_t firstChild, const char* name, EerrException& scope)
+uint32_t childNamed(Handle& handle, uint32_t parent, uint32_t firstChild, std::string_view wanted, EerrException& scope)
 {
-    const std::string_view wanted(name);
     if (firstChild == 0 || wanted.size() > EHFA_NAME_MAX) {
         return 0;
     }
@@ -161,12 +160,17 @@ uint32_t childNamed(Handle& handle, uint32_t parent, uint32_t firstChild, const 
 
 bool enterChild(Handle& handle, uint32_t position, EerrException& scope)
 {
-    Ehfa_Entry found;
-    if (position == 0 || handle.pathOfCurrent.depth() >= kDepthLimit || !readEntry(handle, position, found, scope)) {
+    if (position == 0 || handle.pathOfCurrent.depth() >= kDepthLimit) {
         return false;
     }
-    pushName(handle, found.name);
-    setCurrent(handle, position, found);
+    EntryBytes scratch;
+    const unsigned char* entry = entryBytes(handle, position, scratch, scope);
+    if (entry == nullptr) {
+        return false;
+    }
+    pushName(handle, nameIn(entry));
+    handle.entryPtr = position;
+    takeEntry(handle, position, entry, handle.currentEntry);
     return true;
 }
 
@@ -185,7 +189,7 @@ void setCurrent(Handle& handle, uint32_t position, const Ehfa_Entry& entry)
     handle.currentEntry = entry;
 }
 
-void pushName(Handle& handle, const char* name)
+void pushName(Handle& handle, std::string_view name)
 {
     handle.pathOfCurrent.push(name);
     showPath(handle);
@@ -219,11 +223,13 @@ void noteRenamed(Handle& handle, const char* from, EerrException& scope)
 
 void goToRoot(Handle& handle, EerrException& scope)
 {
-    Ehfa_Entry root;
-    require(readEntry(handle, handle.rootEntryPtr, root, scope), "Corrupt root entry detected...cannot continue");
+    EntryBytes scratch;
+    const unsigned char* root = entryBytes(handle, handle.rootEntryPtr, scratch, scope);
+    require(root != nullptr, "Corrupt root entry detected...cannot continue");
     handle.pathOfCurrent.clear();
     showPath(handle);
-    setCurrent(handle, handle.rootEntryPtr, root);
+    handle.entryPtr = handle.rootEntryPtr;
+    takeEntry(handle, handle.rootEntryPtr, root, handle.currentEntry);
 }
 
 bool goToNext(Handle& handle, EerrException& scope)
@@ -355,7 +361,7 @@ bool goToLastChild(Handle& handle, EerrException& scope)
     return enterChild(handle, family.last, scope);
 }
 
-bool stepToChild(Handle& handle, const char* name, EerrException& scope)
+bool stepToChild(Handle& handle, std::string_view name, EerrException& scope)
 {
     return enterChild(handle, childNamed(handle, handle.entryPtr, handle.currentEntry.child, name, scope), scope);
 }

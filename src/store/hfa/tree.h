@@ -23,7 +23,7 @@ void restore(Handle& handle, Cursor&& cursor);
 /* Makes an entry current whose path is the handle's already. */
 void setCurrent(Handle& handle, uint32_t position, const Ehfa_Entry& entry);
 
-void pushName(Handle& handle, const char* name);
+void pushName(Handle& handle, std::string_view name);
 void popName(Handle& handle);
 
 /* Keeps what is known of the tree true when an entry comes to lie where its links say, or the current one was renamed. */
@@ -53,7 +53,7 @@ bool goForwardToType(Handle& handle, const char* type, EerrException& scope);
 bool goToLastChild(Handle& handle, EerrException& scope);
 
 /* To the first child of that name; false stays where it is. */
-bool stepToChild(Handle& handle, const char* name, EerrException& scope);
+bool stepToChild(Handle& handle, std::string_view name, EerrException& scope);
 
 /* By name among the siblings, and among the children; false leaves the last of them. */
 bool goToSibling(Handle& handle, const char* name, EerrException& scope);
