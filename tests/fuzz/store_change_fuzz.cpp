@@ -67,15 +67,16 @@ void changeTable(Ehfa_File* file, std::uint8_t argument)
 /* Rebuilds the store elsewhere; what comes out is sound. */
 void copyWhole(Ehfa_File* file)
 {
-    static MemoryFile copy;
+    static const std::string copy = "/dev/shm/store_copy_" + std::to_string(getpid());
     Unheard report;
-    if (ehfa_FileCopy(file->name, copy.name(), eint_GetInit(), report, 0)) {
-        Ehfa_File* made = ehfa_FileOpen(copy.name(), "rb", eint_GetInit(), report);
+    if (ehfa_FileCopy(file->name, copy.c_str(), eint_GetInit(), report, 0)) {
+        Ehfa_File* made = ehfa_FileOpen(copy.c_str(), "rb", eint_GetInit(), report);
         if (made == nullptr) {
             std::abort();
         }
         readAll(made);
         ehfa_FileClose(made, report);
+        unlink(copy.c_str());
     }
 }
 
