@@ -46,6 +46,33 @@ void bringUpToDate(Handle& handle, EerrException& scope)
     asFunction(scope, "ehfa_EntryPathInit", "Error re-initializing cache", [&] { startTree(handle, scope); });
 }
 
+/* Reads again what another thread's handle has changed, and goes to where this one stood, or to the root. */
+void takeNews(Handle& handle, EerrException& scope)
+{
+    const bool gathered = handle.pages.changedBytes() > 0 || handle.freeBlocks.isChanged() || inBatchMode(handle);
+    const std::string path = handle.pathOfCurrent.text();
+    EmifDictionaryT<Etxt_TextA> old(std::exchange(handle.dictionary, nullptr));
+    const int32_t changed = old->changed;
+    try {
+        asFunction(scope, "ehfa_HeaderRead", "Error re-reading header", [&] { readHeader(handle, scope); });
+        asFunction(scope, "ehfa_EntryPathInit", "Error re-initializing cache", [&] { startTree(handle, scope); });
+    } catch (...) {
+        if (handle.dictionary == nullptr) {
+            handle.dictionary = old.Release();
+        }
+        throw;
+    }
+    for (const Emif_Design* design = old->first; design != nullptr; design = design->next) {
+        checked(scope, emif_DictionaryAddDesign(handle.dictionary, design, scope), "emif_DictionaryAddDesign failed");
+    }
+    handle.dictionary->changed = changed != 0 ? handle.dictionary->changed : 0;
+    if (!goToPath(handle, path.c_str(), scope)) {
+        goToRoot(handle, scope);
+    }
+    handle.lock.noteSeen();
+    require(!gathered, "What was gathered for %s is lost: another thread has written the file", handle.nameText.c_str());
+}
+
 }  // namespace
 
 namespace {
@@ -126,6 +153,9 @@ void commit(Handle& handle, EerrException& scope)
         writeOwnDictionary(handle, scope);
     }
     Path path = handle.pathOfCurrent;
+    if (!handle.journal.isIdle(handle)) {
+        handle.lock.noteChanged();
+    }
     handle.journal.commit(handle, scope);
     beginStep(handle, std::move(path));
 }
@@ -144,22 +174,42 @@ Activity::Activity(Handle& handle, EerrException& scope)
     /* A rename that failed half-way leaves a handle without its file. */
     require(handle.file != nullptr, "Bad file");
     if (handle.depth == 0) {
-        const bool stale = handle.activity == -1;
-        handle.activity = 1;
-        try {
-            if (stale) {
-                bringUpToDate(handle, scope);
-            }
-            if (handle.readOnly == 0) {
-                beginStep(handle, handle.pathOfCurrent);
-            }
-        } catch (...) {
-            handle.activity = stale ? -1 : 0;
-            throw;
-        }
-        changes_ = handle.changes;
+        begin();
     }
     ++handle.depth;
+}
+
+void Activity::begin()
+{
+    if (handle_.readOnly == 0) {
+        handle_.lock.beginTurn();
+        hasTurn_ = true;
+    }
+    const bool stale = handle_.activity == -1;
+    handle_.activity = 1;
+    try {
+        if (stale) {
+            bringUpToDate(handle_, scope_);
+        } else if (hasTurn_ && handle_.lock.hasNews()) {
+            takeNews(handle_, scope_);
+        }
+        handle_.lock.noteSeen();
+        if (handle_.readOnly == 0) {
+            beginStep(handle_, handle_.pathOfCurrent);
+        }
+    } catch (...) {
+        handle_.activity = stale ? -1 : 0;
+        endTurn();
+        throw;
+    }
+    changes_ = handle_.changes;
+}
+
+void Activity::endTurn() noexcept
+{
+    if (std::exchange(hasTurn_, false)) {
+        handle_.lock.endTurn();
+    }
 }
 
 Activity::~Activity() noexcept(false)
@@ -180,6 +230,7 @@ void Activity::leave(bool failed)
             undoStep(handle_);
         }
         handle_.activity = handle_.activity == -1 ? -1 : 0;
+        endTurn();
         return;
     }
     try {
@@ -192,8 +243,10 @@ void Activity::leave(bool failed)
             undoStep(handle_);
         }
         handle_.activity = handle_.activity == -1 ? -1 : 0;
+        endTurn();
         throw;
     }
+    endTurn();
     if (handle_.activity == 2) {
         ++handle_.depth;
         tellOfChange(handle_);

@@ -16,12 +16,15 @@ public:
     Activity& operator=(const Activity&) = delete;
 
 private:
+    void begin();
+    void endTurn() noexcept;
     void leave(bool failed);
 
     Handle& handle_;
     EerrException& scope_;
     uint64_t changes_;
     int exceptions_;
+    bool hasTurn_ = false;
 };
 
 /* Makes the changes of the handle those of its file. */

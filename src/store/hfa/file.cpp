@@ -146,6 +146,18 @@ Ehfa_File* enterList(OwnedHandle handle, const Options& options, EerrException& 
     return handle.release();
 }
 
+/* The turn of a handle that is being made. */
+class Turn {
+public:
+    explicit Turn(const WriterLock& lock) : lock_(lock) { lock_.beginTurn(); }
+    ~Turn() { lock_.endTurn(); }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+private:
+    const WriterLock& lock_;
+};
+
 /* Whether an open file holds a store, which nothing but a whole new one may replace. */
 bool holdsStore(Efio_File* file, EerrException& scope)
 {
@@ -197,6 +209,7 @@ Ehfa_File* createFile(const char* name, Eint_InitToolkitData* context, const Opt
     handle->dictionary = checked(scope, emif_DictionaryDecodeFromString(kOwnDesigns, scope), "EMIF_DESIGN_FETCH failed");
     Handle& made = *handle;
     Ehfa_File* result = enterList(std::move(handle), options, scope, "ehfa_HeaderWrite", [&] {
+        const Turn turn(made.lock);
         made.journal.start(made, scope);
         writeNewFile(made, scope);
         made.dictionary->changed = 1;
@@ -250,7 +263,11 @@ Ehfa_File* openFile(const char* name, const char* mode, Eint_InitToolkitData* co
     if (!fresh.readOnly) {
         fresh.lock.acquire(fresh.file, name);
     }
-    return enterList(std::move(handle), options, scope, "ehfa_HeaderRead", [&] { readHeader(fresh, scope); });
+    return enterList(std::move(handle), options, scope, "ehfa_HeaderRead", [&] {
+        const Turn turn(fresh.lock);
+        readHeader(fresh, scope);
+        fresh.lock.noteSeen();
+    });
 }
 
 /* The version of a store in a file that is not open; 0 for anything else. */

@@ -447,12 +447,16 @@ void Journal::writeRecord(Handle& handle, std::vector<Change>& fresh, const std:
     pending_ = std::move(record);
 }
 
+bool Journal::isIdle(const Handle& handle) const
+{
+    return handle.pages.changedBytes() == 0 && !handle.freeBlocks.isChanged() && !handle.headerHeldBack &&
+           handle.fileEnd == committedEnd_ && pending_.bytes.empty() && fill_.end == 0;
+}
+
 void Journal::commit(Handle& handle, EerrException& scope)
 {
     wasMade_ = false;
-    const bool isIdle = handle.pages.changedBytes() == 0 && !handle.freeBlocks.isChanged() && !handle.headerHeldBack &&
-                        handle.fileEnd == committedEnd_ && pending_.bytes.empty() && fill_.end == 0;
-    if (isIdle) {
+    if (isIdle(handle)) {
         return;
     }
     tidy(handle, scope);

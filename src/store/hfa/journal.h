@@ -36,6 +36,8 @@ public:
      * elsewhere. */
     bool writeAtOnce(Handle& handle, uint64_t position, const void* bytes, std::size_t size, EerrException& scope);
 
+    /* Whether a commit has nothing to do. */
+    bool isIdle(const Handle& handle) const;
     /* Makes every change of the handle one of the file. */
     void commit(Handle& handle, EerrException& scope);
     /* Whether the last commit that failed did so behind the moment at which its changes were made. */

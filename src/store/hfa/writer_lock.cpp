@@ -20,7 +20,14 @@ struct Held {
     uint64_t serial;
     platform::File file;
     int handles;
+    platform::RecursiveMutex turn;
+    uint64_t changes = 0; /* of a handle that has its turn */
 };
+
+Held* heldOf(void* key)
+{
+    return static_cast<Held*>(key);
+}
 
 platform::Mutex mutex;
 
@@ -43,6 +50,7 @@ void WriterLock::acquire(const Efio_File* file, const char* name)
         if (held.device == status.device && held.serial == status.serial) {
             ++held.handles;
             key_ = &held;
+            seen_ = UINT64_MAX; /* it may have been read before this */
             return;
         }
     }
@@ -55,6 +63,38 @@ void WriterLock::acquire(const Efio_File* file, const char* name)
     require(fresh.front().file.lock() != platform::error::tryAgain, "File %s is being written by another process", name);
     heldFiles().splice(heldFiles().end(), fresh);
     key_ = &heldFiles().back();
+    seen_ = 0;
+}
+
+void WriterLock::beginTurn() const
+{
+    if (key_ != nullptr) {
+        heldOf(key_)->turn.lock();
+    }
+}
+
+void WriterLock::endTurn() const noexcept
+{
+    if (key_ != nullptr) {
+        heldOf(key_)->turn.unlock();
+    }
+}
+
+bool WriterLock::hasNews() const noexcept
+{
+    return key_ != nullptr && heldOf(key_)->changes != seen_;
+}
+
+void WriterLock::noteSeen() noexcept
+{
+    seen_ = key_ != nullptr ? heldOf(key_)->changes : 0;
+}
+
+void WriterLock::noteChanged() noexcept
+{
+    if (key_ != nullptr) {
+        seen_ = ++heldOf(key_)->changes;
+    }
 }
 
 void WriterLock::release() noexcept

@@ -110,6 +110,40 @@ TEST_F(AWriter, IsTheOnlyProcessThatWrites)
     EXPECT_EQ(third.next(), 0) << "the other thread's close did not give the lock up";
 }
 
+/* Each thread has a handle of its own, and sees in its next call what the other one has written. */
+TEST_F(AWriter, TakesTurnsWithItsThreads)
+{
+    create();
+    close();
+    const auto fill = [&](char name) {
+        Report report;
+        Ehfa_File* file = ehfa_FileOpen(name_.c_str(), "r+b", eint_GetInit(), report);
+        const EmifDesignT<Etxt_TextA> design(emif_DesignCreate(nullptr, std::string(1, name).c_str(), nullptr, EMIF_TYPE_DOUBLE, "x", 0));
+        emif_DictionaryAddDesign(file->dictionary, design, report);
+        for (int i = 0; i < 200; ++i) {
+            const std::string text = name + std::to_string(i);
+            const std::string data(static_cast<std::size_t>(10 + i % 90), name);
+            ehfa_ObjectDataWrite(file, ":", text.c_str(), "Raw", EHFA_WRITE_LAST_CHILD, data.data(), static_cast<long>(data.size()), report);
+            EXPECT_EQ(file->path, ":" + text + ":");
+            if (i % 3 == 0) {
+                ehfa_ObjectDelete(file, (":" + text).c_str(), nullptr, EHFA_SEEK_BACK, report);
+            }
+        }
+        ehfa_FileClose(file, report);
+        EXPECT_EQ(told(report), "");
+    };
+    std::thread one(fill, 'a'), other(fill, 'b');
+    one.join();
+    other.join();
+    open("r");
+    Ehfa_CheckTotals totals;
+    ehfa_FileCheck(file_, nullptr, nullptr, &totals, expected());
+    EXPECT_EQ(totals.damaged, 0);
+    EXPECT_EQ(paths().size(), 1u + 2 * 133);
+    EXPECT_NE(emif_FindDesignByName(file_->dictionary, "a", nullptr), nullptr);
+    EXPECT_NE(emif_FindDesignByName(file_->dictionary, "b", nullptr), nullptr);
+}
+
 TEST_F(AWriter, ReplacesAStoreWhollyOrNotAtAll)
 {
     create();

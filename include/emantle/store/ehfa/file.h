@@ -114,7 +114,11 @@ EMANTLE_API Ehfa_File* ehfa_FileCreate(const char* name, Eint_InitToolkitData* c
 EMANTLE_API Ehfa_File* ehfa_FileCreateWithOptions(const char* name, Eint_InitToolkitData* context,
                                                   Eerr_ErrorReport** err, ...);
 
-/* Opens a store: "r" or "rb" for reading, "r+b" and its like for writing; null takes what this thread has open already,
+/* Threads that open one file hold a handle each. Those that write it take turns, a call each; what a handle has gathered
+ * in no-flush or batch mode fails, and is dropped, when another one has written in between. A handle that only reads sees
+ * what other threads write when it is marked stale.
+ *
+ * Opens a store: "r" or "rb" for reading, "r+b" and its like for writing; null takes what this thread has open already,
  * and else opens for reading. A read-only handle asked for again for writing becomes writable. Fails with
  * "File %s is not an EHFA file" for another file, or answers null without a report where that was asked for. */
 EMANTLE_API Ehfa_File* ehfa_FileOpen(const char* name, const char* mode, Eint_InitToolkitData* context,
