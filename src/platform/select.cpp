@@ -45,6 +45,8 @@ int waitUntilReady(ReadySet& read, ReadySet& write, ReadySet& except, double sec
     add(polled, read, POLLIN);
     add(polled, write, POLLOUT);
     add(polled, except, POLLPRI);
+    if (std::isnan(seconds))
+        seconds = 0;
     const double until = monotonicSeconds() + seconds;
     for (;;) {
         const int wait = seconds < 0 ? -1 : milliseconds(until);

@@ -69,6 +69,8 @@ void copyFile(const std::string& source, const std::string& target)
     platform::FileStatus status;
     int failure = platform::fileStatus(source, status);
     require(failure == 0, "Error opening file %s\nError %d", source.c_str(), failure);
+    /* A pipe or a device may have no end. */
+    require(status.kind != platform::FileKind::other, "%s is not a file", source.c_str());
     platform::File from, to;
     openOrFail(from, source, Disposition::openExisting, Access::read);
 

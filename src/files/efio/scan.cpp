@@ -39,6 +39,32 @@ std::string joined(const std::string& directory, const std::string& name)
     return directory == "/" ? directory + name : directory + "/" + name;
 }
 
+std::vector<platform::DirectoryEntry> entriesOf(const std::string& directory)
+{
+    std::vector<platform::DirectoryEntry> entries;
+    const int failure = platform::listDirectory(directory, entries);
+    require(failure == 0, "Cannot read directory %s\n%s", directory.c_str(), platform::systemErrorText(failure).c_str());
+    return entries;
+}
+
+/* The entries of one directory of a tree. What fails reads as the iteration that it stands for. */
+std::vector<platform::DirectoryEntry> iterated(const std::string& directory, EerrException& scope)
+{
+    std::vector<platform::DirectoryEntry> entries;
+    guarded(scope, "efio_NextFilename", [&] { entries = entriesOf(directory); });
+    check(scope);
+    return entries;
+}
+
+std::vector<platform::DirectoryEntry> iteratedBelow(const std::string& directory, EerrException& scope)
+{
+    std::vector<platform::DirectoryEntry> entries;
+    guarded(scope, "efio_DirectoryScanRecursive",
+            [&](EerrException& inner) { entries = iterated(directory, inner); });
+    check(scope, "Error searching subfolders of <%s>", directory.c_str());
+    return entries;
+}
+
 /* Collects from a directory and those below it, each before what lies in it. */
 void scanTree(const std::string& top, const char* pattern, Estr_StringList*& result, EerrException& scope)
 {
@@ -46,11 +72,8 @@ void scanTree(const std::string& top, const char* pattern, Estr_StringList*& res
     while (!open.empty()) {
         const std::string directory = std::move(open.back());
         open.pop_back();
-        std::vector<platform::DirectoryEntry> entries;
-        require(platform::listDirectory(directory, entries) == 0, "Error searching subfolders of <%s>",
-                directory.c_str());
         std::vector<std::string> below;
-        for (const auto& entry : entries) {
+        for (const auto& entry : directory == top ? iterated(directory, scope) : iteratedBelow(directory, scope)) {
             const std::string path = joined(directory, entry.name);
             platform::FileStatus itself;
             require(platform::linkStatus(path, itself) == 0, "Error determining if <%s> is a directory.", path.c_str());
@@ -80,9 +103,7 @@ EMANTLE_API char* efio_NextFilename(const char* name, char* buffer, Efio_Find** 
         if (*find == nullptr) {
             const std::string directory = directoryOf(expandedName(name), scope);
             auto fresh = std::make_unique<Efio_Find>();
-            const int failure = platform::listDirectory(directory, fresh->entries);
-            require(failure == 0, "Cannot read directory %s\n%s", directory.c_str(),
-                    platform::systemErrorText(failure).c_str());
+            fresh->entries = entriesOf(directory);
             *find = fresh.release();
         }
         if ((*find)->next == (*find)->entries.size()) {

@@ -3,6 +3,7 @@
 #include "frame/guard/guard.h"
 
 #include <algorithm>
+#include <deque>
 #include <emantle/files/efio/paths.h>
 #include <emantle/files/efio/scan.h>
 #include <emantle/files/efio/search_list.h>
@@ -260,8 +261,11 @@ EMANTLE_API long efio_SearchListIdentifyFiles(const Efio_SearchList* list, const
 {
     return guarded<long>(err, "efio_SearchListIdentifyFiles", -1, [&](EerrException& scope) {
         require(result != nullptr, "NULL string list");
+        std::deque<EstrStringList> all; /* of every entry first: a failure leaves the result as it was */
         for (; list != nullptr; list = list->next) {
-            const EstrStringList found(checked(scope, efio_FindFilesInPath(list->directory, pattern, scope)));
+            all.emplace_back(checked(scope, efio_FindFilesInPath(list->directory, pattern, scope)));
+        }
+        for (const EstrStringList& found : all) {
             const Estr_StringList* const names = found;
             for (long i = 0; i < estr_StringListCount(names); ++i) {
                 *result = estr_StringListAppendUniq(*result, names->strings[i], scope);

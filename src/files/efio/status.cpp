@@ -164,7 +164,7 @@ EMANTLE_API long efio_AddAllUserPermissions(const char* name, long flags, Eerr_E
         int failure = platform::fileStatus(path, found);
         require(failure == 0, "Error getting security information%s", platform::systemErrorText(failure).c_str());
         failure = platform::grantToAll(path, rights);
-        require(failure == 0, "Could not grant permissions (%s)", platform::systemErrorText(failure).c_str());
+        require(failure == 0, "Error setting named security (%s)", platform::systemErrorText(failure).c_str());
         return 0;
     });
 }

@@ -34,6 +34,9 @@ TEST_F(Directories, ACopyIsWholeOrNotThere)
         EXPECT_EQ(contents("to"), "old");
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(path()), {}), 2);
     }
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    Report endless;
+    EXPECT_EQ(efio_FileCopy(path("pipe").c_str(), path("to").c_str(), endless), -1);
     EXPECT_EQ(efio_FileCopy(path("from").c_str(), path("to").c_str(), report), 0);
     EXPECT_EQ(contents("to"), bytes);
     Efio_Status one, other;

@@ -128,6 +128,35 @@ TEST_F(Search, MatchesOverAllEntriesAppearOnce)
     EXPECT_EQ(names(found), (Names{"one/a.img", "two/a.img", "two/b.IMG", "two/sub/c.img"}));
 }
 
+TEST_F(Search, ADirectoryThatCannotBeReadFailsWithItsCauseAndLeavesTheResultAlone)
+{
+    using namespace emantle::platform;
+    EstrStringList found(estr_StringListAppend(nullptr, "kept", report));
+    Estr_StringList* result = found;
+    const std::string all = path() + "/*.img", cause = "Cannot read directory ";
+    for (const std::string& name : {std::string(), std::string("two/sub")}) {
+        const FaultInjection denied(Operation::list, 1, Outcome{13}, Repeat::once, path(name));
+        Report failed;
+        Estr_StringList* partly = nullptr;
+        EXPECT_EQ(efio_DirectoryScanRecursive(all.c_str(), &partly, failed), -1);
+        estr_StringListDelete(partly, nullptr);
+        const auto records = failed.records();
+        ASSERT_EQ(records.size(), name.empty() ? 2U : 3U);
+        if (!name.empty()) {
+            EXPECT_EQ(records[0].message, "Error searching subfolders of <" + path(name) + ">");
+        }
+        EXPECT_EQ(records[records.size() - 2], (Record{"efio_DirectoryScanRecursive", "efio_NextFilename failed"}));
+        EXPECT_EQ(records.back().function, "efio_NextFilename");
+        EXPECT_EQ(records.back().message->rfind(cause + path(name), 0), 0U);
+    }
+    list = efio_CreateSLFromEnv(nullptr, "SEARCH_TEST", nullptr, report);
+    const FaultInjection denied(Operation::list, 1, Outcome{13}, Repeat::once, path("two"));
+    Report failed;
+    EXPECT_EQ(efio_SearchListIdentifyFiles(list, "*.img", &result, failed), -1);
+    EXPECT_EQ(estr_StringListCount(result), 1);
+    EXPECT_EQ(report.get(), nullptr);
+}
+
 TEST_F(Search, IterationMeetsEachEntryAndEndsEarly)
 {
     Efio_Find* find = nullptr;

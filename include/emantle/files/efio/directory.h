@@ -21,7 +21,8 @@ EMANTLE_API long efio_DirectoryRemoveRecursive(const char* name, Eerr_ErrorRepor
 
 EMANTLE_API Emsc_Boolean efio_DirectoryIsWritable(const char* name, Eerr_ErrorReport** err);
 
-/* Copies bytes, permissions and the time of the last change. A copy that fails is removed, and what `to` held is kept. */
+/* Copies bytes, permissions and the time of the last change. A copy that fails is removed, and what `to` held is kept.
+ * Pipes and devices are refused: they may have no end. */
 EMANTLE_API long efio_FileCopy(const char* from, const char* to, Eerr_ErrorReport** err);
 
 /* Appends the bytes of `from` to `to`, which is made where it is missing; on failure `to` has its old size again. */
