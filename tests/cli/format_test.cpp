@@ -7,7 +7,7 @@
 
 #include <fstream>
 #include <gtest/gtest.h>
-#include <regex>
+#include <re2/re2.h>
 #include <set>
 #include <sstream>
 
@@ -64,13 +64,13 @@ TEST(FormatDocument, DumpsTheStoreThatTheLibraryWrites)
     std::string line;
     while (line != "```hexdump" && std::getline(page, line)) {
     }
-    const std::regex shape("([0-9a-f]{4})  ((?:[0-9a-f]{2} ?)+)(?:  .*)?");
+    const RE2 shape("([0-9a-f]{4})  ((?:[0-9a-f]{2} ?)+)(?:  .*)?");
     std::set<std::size_t> told;
     while (std::getline(page, line) && line != "```") {
-        std::smatch parts;
-        ASSERT_TRUE(std::regex_match(line, parts, shape)) << line;
-        const std::size_t offset = std::stoul(parts[1], nullptr, 16);
-        const std::size_t size = (parts[2].length() + 1) / 3;
+        std::size_t offset = 0;
+        std::string row;
+        ASSERT_TRUE(RE2::FullMatch(line, shape, RE2::Hex(&offset), &row)) << line;
+        const std::size_t size = (row.length() + 1) / 3;
         EXPECT_TRUE(line.starts_with(asDumpLine(bytes, offset, size)))
             << line << "\nthe store has\n" << asDumpLine(bytes, offset, size);
         for (std::size_t i = 0; i < size; ++i) {

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <regex>
+#include <re2/re2.h>
 #include <string>
 #include <vector>
 
@@ -22,10 +22,11 @@ struct SvgText {
 
 inline std::vector<SvgText> textsOf(const std::string& svg)
 {
-    static const std::regex pattern("<text class=\"[^\"]*\" x=\"([^\"]*)\"[^>]*>([^<]*)</text>");
+    static const RE2 pattern("<text class=\"[^\"]*\" x=\"([^\"]*)\"[^>]*>([^<]*)</text>");
     std::vector<SvgText> texts;
-    for (std::sregex_iterator found(svg.begin(), svg.end(), pattern), end; found != end; ++found) {
-        texts.push_back({std::stod((*found)[1]), (*found)[2]});
+    re2::StringPiece rest(svg);
+    for (SvgText text; RE2::FindAndConsume(&rest, pattern, &text.x, &text.text);) {
+        texts.push_back(text);
     }
     return texts;
 }
@@ -40,7 +41,7 @@ struct SvgBar {
 
 inline std::vector<SvgBar> barsOf(const std::string& svg)
 {
-    static const std::regex pattern("M([-0-9.]+) ([-0-9.]+)V([-0-9.]+)[HV0-9.]*H([-0-9.]+)V");
+    static const RE2 pattern("M([-0-9.]+) ([-0-9.]+)V([-0-9.]+)[HV0-9.]*H([-0-9.]+)V");
     const std::size_t start = svg.find("class=\"ink-bar\" d=\"");
     std::vector<SvgBar> bars;
     if (start == std::string::npos) {
@@ -49,12 +50,11 @@ inline std::vector<SvgBar> barsOf(const std::string& svg)
     const std::string path = svg.substr(start, svg.find('>', start) - start);
     for (std::size_t at = path.find('M'); at != std::string::npos; at = path.find('M', at + 1)) {
         const std::string shape = path.substr(at, path.find('Z', at) - at);
-        std::smatch parts;
-        EXPECT_TRUE(std::regex_search(shape, parts, pattern)) << shape;
-        if (!parts.empty()) {
-            const double bottom = std::stod(parts[2]);
-            bars.push_back({std::stod(parts[1]), std::stod(parts[4]), bottom, bottom - std::stod(parts[3])});
-        }
+        SvgBar bar{};
+        double top = 0;
+        EXPECT_TRUE(RE2::PartialMatch(shape, pattern, &bar.left, &bar.bottom, &top, &bar.right)) << shape;
+        bar.height = bar.bottom - top;
+        bars.push_back(bar);
     }
     return bars;
 }

@@ -42,10 +42,11 @@ std::vector<std::string> cellsOf(const std::string& dom, const std::string& capt
         return {};
     }
     const std::string line = dom.substr(begin, dom.find("</tr>", begin) - begin);
-    static const std::regex cell("<td[^>]*>([^<]*)</td>");
+    static const RE2 pattern("<td[^>]*>([^<]*)</td>");
     std::vector<std::string> cells;
-    for (std::sregex_iterator found(line.begin(), line.end(), cell), end; found != end; ++found) {
-        cells.push_back((*found)[1]);
+    re2::StringPiece rest(line);
+    for (std::string cell; RE2::FindAndConsume(&rest, pattern, &cell);) {
+        cells.push_back(cell);
     }
     return cells;
 }
