@@ -76,6 +76,11 @@ protected:
     const std::string store_ = scratch_ / "scene.img";
 };
 
+void PrintTo(const Scene& scene, std::ostream* out)
+{
+    *out << scene.name;
+}
+
 std::string nameOf(const testing::TestParamInfo<Scene>& info)
 {
     return info.param.name;

@@ -300,7 +300,7 @@ TEST(State, KeepsTheValuesOfAThousandLayersAtMost)
     EXPECT_EQ(rootCause(report),
               "The state of an accumulation keeps the values of 1025 layers; at most 1024 can be kept");
     eahg_HistogramDestroy(&stack->allStats[0]->uvHistogram, nullptr);
-    EXPECT_TRUE(esta_AllStatsStackConvertToMIF(stack.get(), &object, &design, report));
+    EXPECT_TRUE(esta_AllStatsStackConvertToMIF(stack.get(), &object, &design, Report()));
     emif_ObjectFree(&object, design, nullptr);
 }
 

@@ -142,7 +142,7 @@ std::vector<Work> workload()
         {"a table", [](Ehfa_File* f) {
              void* table = nullptr;
              ehfa_EntrySeek(f, EHFA_SEEK_ROOT, nullptr, nullptr);
-             edsc_HFATableArgsSet(f, ":", "Table", EHFA_WRITE_LAST_CHILD, EHFA_SEEK_CHILD_NAME, nullptr);
+             emsc_HeapFree(edsc_HFATableArgsSet(f, ":", "Table", EHFA_WRITE_LAST_CHILD, EHFA_SEEK_CHILD_NAME, nullptr));
              edsc_HFATableCreate(f, "Table", 100, &table, nullptr);
              edsc_HFATableClose(table, nullptr);
          }},

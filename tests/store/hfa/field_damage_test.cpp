@@ -114,9 +114,9 @@ protected:
                 return;
             }
             for (const char* path : {":A:b", ":B", ":C"}) {
-                Report writing, moving, deleting;
+                Report writing, adding, moving, deleting;
                 ehfa_ObjectDataWrite(file_, path, nullptr, "T", EHFA_WRITE_CURRENT, "123456789", 9, writing);
-                ehfa_ObjectDataWrite(file_, path, "new", "T", EHFA_WRITE_FIRST_CHILD, "123456789", 9, writing);
+                ehfa_ObjectDataWrite(file_, path, "new", "T", EHFA_WRITE_FIRST_CHILD, "123456789", 9, adding);
                 ehfa_EntryMove(file_, (path + std::string(":new")).c_str(), ":moved", moving);
                 ehfa_ObjectDelete(file_, path, nullptr, EHFA_SEEK_BACK, deleting);
             }
