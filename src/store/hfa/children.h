@@ -1,5 +1,7 @@
 #pragma once
 
+#include "store/hfa/path.h"
+
 #include <array>
 #include <bit>
 #include <cstdint>
@@ -88,10 +90,28 @@ public:
         std::size_t taken_ = 0;
     };
 
+    /* The walk from the root that was done last: one call after another goes to the same parent. */
+    struct Walk {
+        std::string text; /* as it was asked for; no text for no walk */
+        Path path;
+        uint32_t position = 0;
+    };
+    /* The walk of that text; null where it was another one. */
+    const Walk* walkOf(const char* text) const noexcept { return walk_.text == text ? &walk_ : nullptr; }
+    void noteWalk(const char* text, const Path& path, uint32_t position)
+    {
+        walk_.text.clear();
+        walk_.path = path;
+        walk_.position = position;
+        walk_.text = text;
+    }
+    void forgetWalk() noexcept { walk_.text.clear(); }
+
     void clear() noexcept
     {
         families_.clear();
         recent_ = {};
+        forgetWalk();
     }
     /* The family of the entry at `parent`, made where there is none. */
     Family& of(uint32_t parent);
@@ -108,15 +128,19 @@ public:
             family.isComplete = true;
             family.add(name, position, isTwin);
             family.last = position;
-        } else if (Family* family = find(parent)) {
-            if (prev == family->last && prev != 0) {
-                family->add(name, position, isTwin);
-                family->last = position;
-            } else if (family->isComplete || (prev == 0 && family->last != 0)) {
-                family->add(name, position, isTwin);
-            } else if (prev != 0) {
-                forget(parent); /* it may lie before or behind the last known child */
-            }
+            return;
+        }
+        Family* family = find(parent);
+        const bool isBehind = family != nullptr && prev == family->last && prev != 0;
+        if (family != nullptr && (isBehind || family->isComplete || (prev == 0 && family->last != 0))) {
+            family->add(name, position, isTwin);
+            family->last = isBehind ? position : family->last;
+        } else if (family != nullptr && prev != 0) {
+            forget(parent); /* it may lie before or behind the last known child */
+            family = nullptr;
+        }
+        if (family == nullptr || family->last == 0 || family->hasTwins) {
+            forgetWalk(); /* the new child may be the one that the walk comes to */
         }
     }
     void noteRemoved(uint32_t parent, std::string_view name, uint32_t position, uint32_t prev) noexcept;
@@ -135,6 +159,7 @@ private:
         recent = recent.parent == parent ? Recent() : recent;
     }
 
+    Walk walk_;
     std::unordered_map<uint32_t, Family> families_;
     std::array<Recent, std::size_t{1} << kRecentBits> recent_{};
 };

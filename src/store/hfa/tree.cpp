@@ -89,12 +89,14 @@ private:
     std::size_t size_;
 };
 
-/* Whether the entry at a position is the child of that name. */
+/* Whether the entry at a position is the child of that name, of a length that a name can have. */
 bool isChildNamed(Handle& handle, uint32_t position, uint32_t parent, std::string_view name, EerrException& scope)
 {
     EntryBytes scratch;
     const unsigned char* entry = entryBytes(handle, position, scratch, scope);
-    return entry != nullptr && decoded32(entry + kAtParent) == parent && nameIn(entry) == name;
+    return entry != nullptr && decoded32(entry + kAtParent) == parent &&
+           std::memcmp(entry + kAtName, name.data(), name.size()) == 0 &&
+           (name.size() == EHFA_NAME_MAX || entry[kAtName + name.size()] == '\0');
 }
 
 /* Makes known the children behind the last known one, up to the first of `name` or to the end. */
@@ -212,6 +214,7 @@ void noteRenamed(Handle& handle, const char* from, EerrException& scope)
 {
     const Ehfa_Entry& entry = handle.currentEntry;
     Children::Family* family = handle.children.find(entry.parent);
+    handle.children.forgetWalk();
     if (family != nullptr && family->hasTwins) {
         handle.children.forget(entry.parent);
     } else if (family != nullptr && family->remove(from, handle.entryPtr)) {
@@ -230,6 +233,26 @@ void goToRoot(Handle& handle, EerrException& scope)
     showPath(handle);
     handle.entryPtr = handle.rootEntryPtr;
     takeEntry(handle, handle.rootEntryPtr, root, handle.currentEntry);
+}
+
+bool walkAgain(Handle& handle, const char* path, EerrException& scope)
+{
+    const Children::Walk* walk = handle.mended.empty() ? handle.children.walkOf(path) : nullptr;
+    if (walk == nullptr) {
+        return false;
+    }
+    EntryBytes scratch;
+    const unsigned char* entry = entryBytes(handle, walk->position, scratch, scope);
+    const std::string_view text = walk->path.text();
+    const std::size_t start = walk->path.parentLength();
+    if (entry == nullptr || nameIn(entry) != text.substr(start, text.size() - 1 - start)) {
+        return false;
+    }
+    handle.pathOfCurrent = walk->path;
+    showPath(handle);
+    handle.entryPtr = walk->position;
+    takeEntry(handle, walk->position, entry, handle.currentEntry);
+    return true;
 }
 
 bool goToNext(Handle& handle, EerrException& scope)
@@ -351,14 +374,19 @@ bool goForwardToType(Handle& handle, const char* type, EerrException& scope)
     return goForward(handle, scope, [&](const Ehfa_Entry& entry) { return std::strcmp(entry.type, type) == 0; });
 }
 
-bool goToLastChild(Handle& handle, EerrException& scope)
+uint32_t lastChildOf(Handle& handle, EerrException& scope)
 {
     const uint32_t parent = handle.entryPtr;
     Children::Family& family = handle.children.of(parent);
     if (!family.isComplete) {
         learnUpTo(handle, family, parent, handle.currentEntry.child, kNoName, scope);
     }
-    return enterChild(handle, family.last, scope);
+    return family.last;
+}
+
+bool goToLastChild(Handle& handle, EerrException& scope)
+{
+    return enterChild(handle, lastChildOf(handle, scope), scope);
 }
 
 bool stepToChild(Handle& handle, std::string_view name, EerrException& scope)
