@@ -2,10 +2,9 @@
 
 namespace emantle::hfa {
 
-void Children::Family::grow()
+void Children::Family::grow(std::size_t slots)
 {
-    const std::size_t factor = slots_.size() < 512 ? 4 : 2;
-    std::vector<Slot> old(std::max<std::size_t>(16, factor * slots_.size()));
+    std::vector<Slot> old(slots);
     old.swap(slots_);
     taken_ = 0;
     for (const Slot& slot : old) {

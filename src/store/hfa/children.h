@@ -2,6 +2,7 @@
 
 #include "store/hfa/path.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
@@ -33,10 +34,14 @@ public:
         template <class IsTwin>
         void add(std::string_view name, uint32_t position, IsTwin&& isTwin)
         {
+            addHashed(hashOf(name), position, isTwin);
+        }
+        template <class IsTwin>
+        void addHashed(uint32_t hash, uint32_t position, IsTwin&& isTwin)
+        {
             if (2 * (taken_ + 1) > slots_.size()) {
-                grow();
+                grow(std::max<std::size_t>(16, (slots_.size() < 512 ? 4 : 2) * slots_.size()));
             }
-            const uint32_t hash = hashOf(name);
             std::size_t at = probe(hash, isTwin);
             if (slots_[at].position != 0) {
                 hasTwins = true;
@@ -48,6 +53,40 @@ public:
         /* False where it was not known. */
         bool remove(std::string_view name, uint32_t position) noexcept;
 
+        static uint32_t hashOf(std::string_view name) noexcept
+        {
+            uint64_t sum = 0;
+            std::size_t at = 0;
+            for (; name.size() - at >= sizeof sum; at += sizeof sum) {
+                uint64_t word;
+                std::memcpy(&word, name.data() + at, sizeof word);
+                sum = mixed(sum, word);
+            }
+            uint64_t rest = 0;
+            for (std::size_t i = 0; at + i < name.size(); ++i) {
+                rest |= uint64_t{static_cast<unsigned char>(name[at + i])} << 8 * i;
+            }
+            return finished(mixed(sum, rest));
+        }
+        /* The same of a name that ends with the first zero of its field, or one byte before the end of that. */
+        template <std::size_t kField>
+        static uint32_t hashOfField(const unsigned char* field) noexcept
+        {
+            static_assert(kField % sizeof(uint64_t) == 0);
+            constexpr uint64_t kOnes = 0x0101010101010101;
+            uint64_t sum = 0;
+            for (std::size_t at = 0;; at += sizeof sum) {
+                uint64_t word;
+                std::memcpy(&word, field + at, sizeof word);
+                word = at + sizeof word == kField ? word << 8 >> 8 : word;
+                const uint64_t zeros = (word - kOnes) & ~word & kOnes << 7;
+                if (zeros != 0) {
+                    return finished(mixed(sum, word & ((zeros & -zeros) - 1)));
+                }
+                sum = mixed(sum, word);
+            }
+        }
+
     private:
         static constexpr uint32_t kGone = 1; /* no entry lies there */
         struct Slot {
@@ -55,23 +94,9 @@ public:
             uint32_t position;
         };
 
-        static uint32_t hashOf(std::string_view name) noexcept
-        {
-            constexpr uint64_t kFactor = 0x9E3779B97F4A7C15;
-            uint64_t sum = name.size() * kFactor;
-            std::size_t at = 0;
-            for (; name.size() - at >= sizeof sum; at += sizeof sum) {
-                uint64_t word;
-                std::memcpy(&word, name.data() + at, sizeof word);
-                sum = (std::rotl(sum, 23) ^ word) * kFactor;
-            }
-            uint64_t rest = 0;
-            for (; at < name.size(); ++at) {
-                rest = rest << 8 | static_cast<unsigned char>(name[at]);
-            }
-            sum = (std::rotl(sum, 23) ^ rest) * kFactor;
-            return static_cast<uint32_t>((sum ^ sum >> 29) * kFactor >> 32);
-        }
+        static constexpr uint64_t kFactor = 0x9E3779B97F4A7C15;
+        static uint64_t mixed(uint64_t sum, uint64_t word) noexcept { return (std::rotl(sum, 23) ^ word) * kFactor; }
+        static uint32_t finished(uint64_t sum) noexcept { return static_cast<uint32_t>((sum ^ sum >> 29) * kFactor >> 32); }
         std::size_t mask() const { return slots_.size() - 1; }
         /* The slot of the first position that fits, else the empty one behind. */
         template <class Fits>
@@ -84,7 +109,7 @@ public:
             }
             return at;
         }
-        void grow();
+        void grow(std::size_t slots);
 
         std::vector<Slot> slots_; /* a power of two, at most half of them taken; linear probing */
         std::size_t taken_ = 0;

@@ -215,11 +215,14 @@ void Pages::readPages(Efio_File* file, Chunk& chunk, uint32_t first, uint32_t la
 
 void Pages::load(Efio_File* file, Chunk& chunk, uint32_t first, uint32_t last, EerrException& scope)
 {
-    constexpr uint32_t kFirstWindow = 4;
+    /* The head of a file is read for itself; elsewhere a walk along siblings begins. */
+    constexpr uint32_t kHeadWindow = 4;
+    constexpr uint32_t kFirstWindow = 16;
     while (const uint64_t missing = ~chunk.valid & bits(first, last)) {
         const auto from = static_cast<uint32_t>(std::countr_zero(missing));
         const uint64_t start = uint64_t{chunk.number} * kChunk + uint64_t{from} * kPage;
-        window_ = start == expected_ ? std::min(2 * std::max(window_, kFirstWindow), kPagesOfChunk) : kFirstWindow;
+        const uint32_t least = start == 0 ? kHeadWindow : kFirstWindow;
+        window_ = start == expected_ ? std::clamp(2 * window_, least, kPagesOfChunk) : least;
         /* Up to the next page that is held, and not behind the end of the file without need. */
         const uint64_t held = chunk.valid & bits(from, kPagesOfChunk - 1);
         const uint32_t bound = held == 0 ? kPagesOfChunk : static_cast<uint32_t>(std::countr_zero(held));
@@ -280,18 +283,6 @@ void Pages::read(Efio_File* file, uint64_t position, void* bytes, std::size_t si
         position += step;
         size -= step;
     }
-}
-
-void Pages::keepForUndo(const Chunk& chunk, uint64_t position, uint32_t size, bool wasValid)
-{
-    const auto offset = static_cast<uint32_t>(position % kChunk);
-    if (undo_.size() == undo_.capacity()) {
-        undo_.reserve(2 * undo_.size() + 64);
-    }
-    if (wasValid) {
-        undoBytes_.insert(undoBytes_.end(), chunk.bytes + offset, chunk.bytes + offset + size);
-    }
-    undo_.push_back({static_cast<uint32_t>(position), size, wasValid, (chunk.changed & bit(offset / kPage)) != 0});
 }
 
 void Pages::forgetChange(Chunk& chunk, uint32_t page) noexcept
@@ -437,9 +428,11 @@ void Pages::undoStep() noexcept
         const auto offset = static_cast<uint32_t>(undo.position % kChunk);
         const uint32_t page = offset / kPage;
         Chunk& chunk = *chunks_[undo.position / kChunk];
-        if (undo.wasValid) {
+        if (undo.wasValid && undo.size <= kFewBytes) {
+            std::memcpy(chunk.bytes + offset, undo.few, undo.size);
+        } else if (undo.wasValid) {
             std::memcpy(chunk.bytes + offset, undoBytes_.data() + undoBytes_.size() - undo.size, undo.size);
-            undoBytes_.erase(undoBytes_.end() - undo.size, undoBytes_.end());
+            undoBytes_.resize(undoBytes_.size() - undo.size);
         } else {
             chunk.valid &= ~bit(page);
             --validPages_;

@@ -122,6 +122,7 @@ private:
     static constexpr uint32_t kPagesOfChunk = 64;
     static constexpr uint32_t kChunk = kPage * kPagesOfChunk;
     static constexpr uint32_t kGranule = 8; /* a change is noted in these units */
+    static constexpr uint32_t kFewBytes = 8; /* a link, or the head of a free block */
     static constexpr uint32_t kGranulesOfPage = kPage / kGranule;
     static constexpr uint32_t kMostPages = 4096;
     static constexpr std::size_t kBulk = std::size_t{1} << 17; /* a read past the pages pays from here on */
@@ -181,7 +182,8 @@ private:
         uint32_t position;
         uint32_t size : 30; /* within a page */
         uint32_t wasValid : 1;
-        uint32_t wasChanged : 1; /* the page, by anything before this */
+        uint32_t wasChanged : 1;     /* the page, by anything before this */
+        unsigned char few[kFewBytes]; /* what was there, where it is no more; else it lies in `undoBytes_` */
     };
 
     Chunk& chunkOf(uint64_t position);
@@ -198,7 +200,20 @@ private:
     std::size_t readUpTo(Efio_File* file, uint64_t position, void* bytes, std::size_t size, EerrException& scope);
     void readPages(Efio_File* file, Chunk& chunk, uint32_t first, uint32_t last, uint32_t wanted, EerrException& scope);
     void readBulk(Efio_File* file, uint64_t position, unsigned char* bytes, std::size_t size, EerrException& scope);
-    void keepForUndo(const Chunk& chunk, uint64_t position, uint32_t size, bool wasValid);
+    void keepForUndo(const Chunk& chunk, uint64_t position, uint32_t size, bool wasValid)
+    {
+        if (undo_.size() == undo_.capacity()) [[unlikely]] {
+            undo_.reserve(2 * undo_.size() + 64); /* first: bytes that no undo knows of would belong to another one */
+        }
+        const auto offset = static_cast<uint32_t>(position % kChunk);
+        Undo undo{static_cast<uint32_t>(position), size, wasValid, (chunk.changed & bit(offset / kPage)) != 0, {}};
+        if (size <= kFewBytes) {
+            std::memcpy(undo.few, chunk.bytes + offset, size);
+        } else if (wasValid) {
+            undoBytes_.insert(undoBytes_.end(), chunk.bytes + offset, chunk.bytes + offset + size);
+        }
+        undo_.push_back(undo);
+    }
     void forgetChange(Chunk& chunk, uint32_t page) noexcept;
 
     Slabs slabs_;

@@ -4,6 +4,7 @@
 #include "store/hfa/bytes.h"
 
 #include <cstring>
+#include <optional>
 
 namespace emantle::hfa {
 
@@ -105,6 +106,7 @@ uint32_t learnUpTo(Handle& handle, Children::Family& family, uint32_t parent, ui
 {
     EntryBytes scratch;
     EntryBytes lastScratch;
+    const uint32_t wanted = Children::Family::hashOf(name);
     uint32_t position = firstChild;
     if (family.last != 0) {
         const unsigned char* entry = entryBytes(handle, family.last, lastScratch, scope);
@@ -120,11 +122,12 @@ uint32_t learnUpTo(Handle& handle, Children::Family& family, uint32_t parent, ui
             break;
         }
         const uint32_t next = decoded32(entry + kAtNext);
-        const std::string_view its = nameIn(entry);
-        const bool found = its == name;
-        family.add(its, position, [&](uint32_t other) {
-            const Name own(its); /* the look at the other may take the place of these bytes */
-            return isChildNamed(handle, other, parent, own.text(), scope);
+        const uint32_t hash = Children::Family::hashOfField<EHFA_NAME_MAX + 1>(entry + kAtName);
+        const bool found = hash == wanted && nameIn(entry) == name;
+        std::optional<Name> own; /* a look at another entry may take the place of these bytes */
+        family.addHashed(hash, position, [&](uint32_t other) {
+            own = own ? own : Name(nameIn(entry));
+            return isChildNamed(handle, other, parent, own->text(), scope);
         });
         family.last = position;
         if (found) {
