@@ -432,7 +432,7 @@ void Pages::undoStep() noexcept
             std::memcpy(chunk.bytes + offset, undo.few, undo.size);
         } else if (undo.wasValid) {
             std::memcpy(chunk.bytes + offset, undoBytes_.data() + undoBytes_.size() - undo.size, undo.size);
-            undoBytes_.resize(undoBytes_.size() - undo.size);
+            undoBytes_.erase(undoBytes_.end() - undo.size, undoBytes_.end());
         } else {
             chunk.valid &= ~bit(page);
             --validPages_;
