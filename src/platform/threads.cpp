@@ -9,7 +9,8 @@ namespace emantle::platform {
 
 std::int64_t threadId() noexcept
 {
-    static thread_local std::int64_t id = 0;
+    // Read in every call on a store: without a call of its own for the address.
+    [[gnu::tls_model("initial-exec")]] static thread_local std::int64_t id = 0;
     if (id == 0)
         id = gettid();
     return id;

@@ -7,6 +7,7 @@
 
 #include <emantle/files/efio.h>
 #include <emantle/siblings/ethr.h>
+#include <atomic>
 #include <exception>
 
 namespace emantle::hfa {
@@ -22,10 +23,11 @@ struct ChangeListener {
 };
 
 thread_local ChangeListener listener;
+std::atomic<bool> someThreadListens = false;
 
 void tellOfChange(Handle& handle)
 {
-    if (listener.function != nullptr && (listener.everyHandle || handle.thread == ethr_ThreadSelf())) {
+    if (someThreadListens && listener.function != nullptr && (listener.everyHandle || handle.thread == ethr_ThreadSelf())) {
         const EthrMTUnsafeCode section;
         listener.function(&handle);
     }
@@ -77,8 +79,8 @@ void takeNews(Handle& handle, EerrException& scope)
 
 namespace {
 
-/* Notes what the handle is, to come back to it. The path comes as a copy, so that nothing here can fail. */
-void beginStep(Handle& handle, Path path) noexcept
+/* Notes what the handle is, to come back to it. `step.path` is a copy already, so that nothing here can fail. */
+void beginStep(Handle& handle) noexcept
 {
     Step& step = handle.step;
     step.version = handle.version;
@@ -90,13 +92,12 @@ void beginStep(Handle& handle, Path path) noexcept
     step.batchStart = handle.batchStart;
     step.entryPtr = handle.entryPtr;
     step.currentEntry = handle.currentEntry;
-    step.path = std::move(path);
     step.dictionaryChanged = handle.dictionary != nullptr ? handle.dictionary->changed : 0;
     step.headerHeldBack = handle.headerHeldBack;
     step.changes = handle.changes;
     step.fileEnd = handle.fileEnd;
     step.oldDictionary = handle.oldDictionary;
-    handle.pages.beginStep();
+    handle.pages.beginStep(handle.fileEnd);
     handle.freeBlocks.beginStep();
     handle.journal.beginStep();
     handle.isBroken = false;
@@ -135,14 +136,6 @@ void undoStep(Handle& handle) noexcept
 
 }  // namespace
 
-void noteChange(Handle& handle)
-{
-    ++handle.changes;
-    if (handle.readOnly == 0) {
-        handle.activity = 2;
-    }
-}
-
 void commit(Handle& handle, EerrException& scope)
 {
     if (handle.readOnly != 0) {
@@ -157,7 +150,8 @@ void commit(Handle& handle, EerrException& scope)
         handle.lock.noteChanged();
     }
     handle.journal.commit(handle, scope);
-    beginStep(handle, std::move(path));
+    handle.step.path = std::move(path);
+    beginStep(handle);
 }
 
 void commitGathered(Handle& handle, EerrException& scope)
@@ -195,7 +189,8 @@ void Activity::begin()
         }
         handle_.lock.noteSeen();
         if (handle_.readOnly == 0) {
-            beginStep(handle_, handle_.pathOfCurrent);
+            handle_.step.path = handle_.pathOfCurrent;
+            beginStep(handle_);
         }
     } catch (...) {
         handle_.activity = stale ? -1 : 0;
@@ -261,5 +256,6 @@ void Activity::leave(bool failed)
 
 EMANTLE_API void ehfa_SetFileChangedCallback(Ehfa_FileChangedCallback callback, Emsc_Boolean everyHandle)
 {
+    emantle::hfa::someThreadListens = true;
     emantle::hfa::listener = {callback, everyHandle != 0};
 }

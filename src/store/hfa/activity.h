@@ -34,6 +34,12 @@ void commit(Handle& handle, EerrException& scope);
 void commitGathered(Handle& handle, EerrException& scope);
 
 /* Counts a change, of which the end of the call tells. */
-void noteChange(Handle& handle);
+inline void noteChange(Handle& handle)
+{
+    ++handle.changes;
+    if (handle.readOnly == 0) {
+        handle.activity = 2;
+    }
+}
 
 }  // namespace emantle::hfa

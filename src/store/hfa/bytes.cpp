@@ -64,30 +64,17 @@ Ehfa_FreeListNode decodedNode(const unsigned char* bytes)
     return {decoded32(bytes), static_cast<int32_t>(decoded32(bytes + 4))};
 }
 
-void requireWritable(const Handle& handle, EerrException& scope)
+void refuseWrite(const Handle& handle, EerrException& scope)
 {
-    if (handle.readOnly == 0) {
-        return;
-    }
     asFunction(scope, "efio_WriteSeq", "efio_WriteSeq failed", [&] {
-        fail("File I/O operation failed: Unable to write to Read-Only file:\n %s",
-                handle.nameText.c_str());
+        fail("File I/O operation failed: Unable to write to Read-Only file:\n %s", handle.nameText.c_str());
     });
+    __builtin_unreachable();
 }
 
 void readBytes(Handle& handle, uint32_t position, void* bytes, std::size_t size, EerrException& scope)
 {
     handle.pages.read(handle.file, position, bytes, size, scope);
-    handle.cursor = static_cast<uint32_t>(position + size);
-}
-
-void writeBytes(Handle& handle, uint32_t position, const void* bytes, std::size_t size, EerrException& scope)
-{
-    requireWritable(handle, scope);
-    noteChange(handle);
-    if (!handle.journal.writeAtOnce(handle, position, bytes, size, scope)) {
-        handle.pages.write(handle.file, position, bytes, size, scope);
-    }
     handle.cursor = static_cast<uint32_t>(position + size);
 }
 
@@ -139,11 +126,8 @@ void writeHeader(Handle& handle)
     noteChange(handle);
 }
 
-const unsigned char* entryBytes(Handle& handle, uint32_t position, EntryBytes& scratch, EerrException& scope)
+const unsigned char* entryBytesAnywhere(Handle& handle, uint32_t position, EntryBytes& scratch, EerrException& scope)
 {
-    if (!isAllocatable(handle, position, kEntrySize)) {
-        return nullptr;
-    }
     if (!handle.mended.empty() && handle.entryCacheInUse == 1 && !inBatchMode(handle)) {
         if (const auto found = handle.mended.find(position); found != handle.mended.end()) {
             scratch = encoded(found->second);
@@ -155,16 +139,6 @@ const unsigned char* entryBytes(Handle& handle, uint32_t position, EntryBytes& s
     }
     handle.pages.read(handle.file, position, scratch.data(), scratch.size(), scope);
     return scratch.data();
-}
-
-void takeEntry(const Handle& handle, uint32_t position, const unsigned char* bytes, Ehfa_Entry& entry)
-{
-    std::memcpy(&entry, bytes, kEntrySize);
-    entry.name[EHFA_NAME_MAX] = '\0';
-    entry.type[EHFA_TYPE_MAX] = '\0';
-    if (position == handle.rootEntryPtr) {
-        entry.next = entry.prev = entry.parent = 0;
-    }
 }
 
 bool readEntry(Handle& handle, uint32_t position, Ehfa_Entry& entry, EerrException& scope)

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "store/hfa/activity.h"
 #include "store/hfa/handle.h"
 
 #include <array>
+#include <cstring>
 
 /* The bytes of a store. Everything that is read from a file or written to it passes here. */
 
@@ -46,7 +48,25 @@ inline bool isAllocatable(const Handle& handle, uint64_t position, uint64_t size
 }
 
 void readBytes(Handle& handle, uint32_t position, void* bytes, std::size_t size, EerrException& scope);
-void writeBytes(Handle& handle, uint32_t position, const void* bytes, std::size_t size, EerrException& scope);
+
+/* Fails for a handle that only reads. */
+[[noreturn]] void refuseWrite(const Handle& handle, EerrException& scope);
+inline void requireWritable(const Handle& handle, EerrException& scope)
+{
+    if (handle.readOnly != 0) [[unlikely]] {
+        refuseWrite(handle, scope);
+    }
+}
+
+inline void writeBytes(Handle& handle, uint32_t position, const void* bytes, std::size_t size, EerrException& scope)
+{
+    requireWritable(handle, scope);
+    noteChange(handle);
+    if (!handle.journal.writeAtOnce(handle, position, bytes, size, scope)) {
+        handle.pages.write(handle.file, position, bytes, size, scope);
+    }
+    handle.cursor = static_cast<uint32_t>(position + size);
+}
 
 /* A record between file and host through its design; position and size are those of its block. */
 /* Returns the bytes that the design takes. */
@@ -57,14 +77,28 @@ void writeRecord(Handle& handle, uint32_t position, const Emif_Design* design, c
 /* The file record is to be written with the changes of this call. */
 void writeHeader(Handle& handle);
 
-/* Fails for a handle that only reads. */
-void requireWritable(const Handle& handle, EerrException& scope);
-
 /* The 128 bytes of an entry, until the next call, where need be in `scratch`; null where no entry can be. */
-const unsigned char* entryBytes(Handle& handle, uint32_t position, EntryBytes& scratch, EerrException& scope);
+const unsigned char* entryBytesAnywhere(Handle& handle, uint32_t position, EntryBytes& scratch, EerrException& scope);
+inline const unsigned char* entryBytes(Handle& handle, uint32_t position, EntryBytes& scratch, EerrException& scope)
+{
+    if (!isAllocatable(handle, position, kEntrySize)) {
+        return nullptr;
+    }
+    const unsigned char* bytes =
+        handle.mended.empty() ? handle.pages.at(handle.file, position, kEntrySize, scope) : nullptr;
+    return bytes != nullptr ? bytes : entryBytesAnywhere(handle, position, scratch, scope);
+}
 
 /* What the bytes of an entry say, which entryBytes gave for a position. */
-void takeEntry(const Handle& handle, uint32_t position, const unsigned char* bytes, Ehfa_Entry& entry);
+inline void takeEntry(const Handle& handle, uint32_t position, const unsigned char* bytes, Ehfa_Entry& entry)
+{
+    std::memcpy(&entry, bytes, kEntrySize);
+    entry.name[EHFA_NAME_MAX] = '\0';
+    entry.type[EHFA_TYPE_MAX] = '\0';
+    if (position == handle.rootEntryPtr) {
+        entry.next = entry.prev = entry.parent = 0;
+    }
+}
 
 /* The entry at a position; false where no entry can be. */
 bool readEntry(Handle& handle, uint32_t position, Ehfa_Entry& entry, EerrException& scope);

@@ -2,9 +2,9 @@
 
 namespace emantle::hfa {
 
-void Children::Family::grow()
+void Children::Family::grow(std::size_t slots)
 {
-    std::vector<Slot> old(std::max<std::size_t>(16, 4 * slots_.size()));
+    std::vector<Slot> old(slots);
     old.swap(slots_);
     taken_ = 0;
     for (const Slot& slot : old) {
@@ -63,9 +63,13 @@ void Children::forget(uint32_t parent) noexcept
 
 void Children::noteRemoved(uint32_t parent, std::string_view name, uint32_t position, uint32_t prev) noexcept
 {
+    if (position == walk_.position) {
+        forgetWalk();
+    }
     if (Family* family = find(parent)) {
         if (family->hasTwins) {
             forget(parent);
+            forgetWalk();
             return;
         }
         family->remove(name, position);

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "store/hfa/path.h"
+
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
@@ -31,10 +34,14 @@ public:
         template <class IsTwin>
         void add(std::string_view name, uint32_t position, IsTwin&& isTwin)
         {
+            addHashed(hashOf(name), position, isTwin);
+        }
+        template <class IsTwin>
+        void addHashed(uint32_t hash, uint32_t position, IsTwin&& isTwin)
+        {
             if (2 * (taken_ + 1) > slots_.size()) {
-                grow();
+                grow(std::max<std::size_t>(16, (slots_.size() < 512 ? 4 : 2) * slots_.size()));
             }
-            const uint32_t hash = hashOf(name);
             std::size_t at = probe(hash, isTwin);
             if (slots_[at].position != 0) {
                 hasTwins = true;
@@ -46,6 +53,40 @@ public:
         /* False where it was not known. */
         bool remove(std::string_view name, uint32_t position) noexcept;
 
+        static uint32_t hashOf(std::string_view name) noexcept
+        {
+            uint64_t sum = 0;
+            std::size_t at = 0;
+            for (; name.size() - at >= sizeof sum; at += sizeof sum) {
+                uint64_t word;
+                std::memcpy(&word, name.data() + at, sizeof word);
+                sum = mixed(sum, word);
+            }
+            uint64_t rest = 0;
+            for (std::size_t i = 0; at + i < name.size(); ++i) {
+                rest |= uint64_t{static_cast<unsigned char>(name[at + i])} << 8 * i;
+            }
+            return finished(mixed(sum, rest));
+        }
+        /* The same of a name that ends with the first zero of its field, or one byte before the end of that. */
+        template <std::size_t kField>
+        static uint32_t hashOfField(const unsigned char* field) noexcept
+        {
+            static_assert(kField % sizeof(uint64_t) == 0);
+            constexpr uint64_t kOnes = 0x0101010101010101;
+            uint64_t sum = 0;
+            for (std::size_t at = 0;; at += sizeof sum) {
+                uint64_t word;
+                std::memcpy(&word, field + at, sizeof word);
+                word = at + sizeof word == kField ? word << 8 >> 8 : word;
+                const uint64_t zeros = (word - kOnes) & ~word & kOnes << 7;
+                if (zeros != 0) {
+                    return finished(mixed(sum, word & ((zeros & -zeros) - 1)));
+                }
+                sum = mixed(sum, word);
+            }
+        }
+
     private:
         static constexpr uint32_t kGone = 1; /* no entry lies there */
         struct Slot {
@@ -53,23 +94,9 @@ public:
             uint32_t position;
         };
 
-        static uint32_t hashOf(std::string_view name) noexcept
-        {
-            constexpr uint64_t kFactor = 0x9E3779B97F4A7C15;
-            uint64_t sum = name.size() * kFactor;
-            std::size_t at = 0;
-            for (; name.size() - at >= sizeof sum; at += sizeof sum) {
-                uint64_t word;
-                std::memcpy(&word, name.data() + at, sizeof word);
-                sum = (std::rotl(sum, 23) ^ word) * kFactor;
-            }
-            uint64_t rest = 0;
-            for (; at < name.size(); ++at) {
-                rest = rest << 8 | static_cast<unsigned char>(name[at]);
-            }
-            sum = (std::rotl(sum, 23) ^ rest) * kFactor;
-            return static_cast<uint32_t>((sum ^ sum >> 29) * kFactor >> 32);
-        }
+        static constexpr uint64_t kFactor = 0x9E3779B97F4A7C15;
+        static uint64_t mixed(uint64_t sum, uint64_t word) noexcept { return (std::rotl(sum, 23) ^ word) * kFactor; }
+        static uint32_t finished(uint64_t sum) noexcept { return static_cast<uint32_t>((sum ^ sum >> 29) * kFactor >> 32); }
         std::size_t mask() const { return slots_.size() - 1; }
         /* The slot of the first position that fits, else the empty one behind. */
         template <class Fits>
@@ -82,16 +109,34 @@ public:
             }
             return at;
         }
-        void grow();
+        void grow(std::size_t slots);
 
         std::vector<Slot> slots_; /* a power of two, at most half of them taken; linear probing */
         std::size_t taken_ = 0;
     };
 
+    /* The walk from the root that was done last: one call after another goes to the same parent. */
+    struct Walk {
+        std::string text; /* as it was asked for; no text for no walk */
+        Path path;
+        uint32_t position = 0;
+    };
+    /* The walk of that text; null where it was another one. */
+    const Walk* walkOf(const char* text) const noexcept { return walk_.text == text ? &walk_ : nullptr; }
+    void noteWalk(const char* text, const Path& path, uint32_t position)
+    {
+        walk_.text.clear();
+        walk_.path = path;
+        walk_.position = position;
+        walk_.text = text;
+    }
+    void forgetWalk() noexcept { walk_.text.clear(); }
+
     void clear() noexcept
     {
         families_.clear();
         recent_ = {};
+        forgetWalk();
     }
     /* The family of the entry at `parent`, made where there is none. */
     Family& of(uint32_t parent);
@@ -108,15 +153,19 @@ public:
             family.isComplete = true;
             family.add(name, position, isTwin);
             family.last = position;
-        } else if (Family* family = find(parent)) {
-            if (prev == family->last && prev != 0) {
-                family->add(name, position, isTwin);
-                family->last = position;
-            } else if (family->isComplete || (prev == 0 && family->last != 0)) {
-                family->add(name, position, isTwin);
-            } else if (prev != 0) {
-                forget(parent); /* it may lie before or behind the last known child */
-            }
+            return;
+        }
+        Family* family = find(parent);
+        const bool isBehind = family != nullptr && prev == family->last && prev != 0;
+        if (family != nullptr && (isBehind || family->isComplete || (prev == 0 && family->last != 0))) {
+            family->add(name, position, isTwin);
+            family->last = isBehind ? position : family->last;
+        } else if (family != nullptr && prev != 0) {
+            forget(parent); /* it may lie before or behind the last known child */
+            family = nullptr;
+        }
+        if (family == nullptr || family->last == 0 || family->hasTwins) {
+            forgetWalk(); /* the new child may be the one that the walk comes to */
         }
     }
     void noteRemoved(uint32_t parent, std::string_view name, uint32_t position, uint32_t prev) noexcept;
@@ -135,6 +184,7 @@ private:
         recent = recent.parent == parent ? Recent() : recent;
     }
 
+    Walk walk_;
     std::unordered_map<uint32_t, Family> families_;
     std::array<Recent, std::size_t{1} << kRecentBits> recent_{};
 };

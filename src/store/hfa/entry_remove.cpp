@@ -76,9 +76,14 @@ void deleteLeaf(Handle& handle, EerrException& scope)
     } else {
         goToRoot(handle, scope);
     }
-    freeClaim(handle, position, entryBlockSize(handle), scope);
-    if (gone.dataSize > 0) {
-        freeClaim(handle, gone.data, blockSizeOf(gone.dataSize), scope);
+    const int64_t entrySize = entryBlockSize(handle);
+    const int64_t dataSize = gone.dataSize > 0 ? blockSizeOf(gone.dataSize) : 0;
+    /* Data lie behind their entry where both were made at once. */
+    const bool isOneBlock = dataSize > 0 && gone.data == position + entrySize &&
+                            isAllocatable(handle, position, static_cast<uint64_t>(entrySize + dataSize));
+    freeClaim(handle, position, isOneBlock ? entrySize + dataSize : entrySize, scope);
+    if (dataSize > 0 && !isOneBlock) {
+        freeClaim(handle, gone.data, dataSize, scope);
     }
 }
 
@@ -174,6 +179,7 @@ void moveEntry(Handle& handle, const char* source, const char* destination, Eerr
     handle.currentEntry = entry;
     unlinkCurrent(handle, scope);
     handle.children.noteRemoved(entry.parent, entry.name, position, entry.prev);
+    handle.children.forgetWalk();
 
     Ehfa_Entry above;
     require(readEntry(handle, parent, above, scope), "File may be corrupt");

@@ -40,15 +40,31 @@ void putLink(Handle& handle, uint32_t position, const Ehfa_Entry& entry, uint32_
                [&] { writeLink(handle, position, entry, link, scope); });
 }
 
+/* What a new entry is to be. */
+struct Wanted {
+    const char* name;
+    const char* type;
+    NewEntry how;
+};
+
 /* A new entry between its neighbours. It keeps the time of the entry held before. */
-Ehfa_Entry freshEntry(const Handle& handle, const char* name, const char* type)
+Ehfa_Entry freshEntry(const Wanted& wanted, double modTime)
 {
-    require(name != nullptr, "Push of null name invalid");
+    require(wanted.name != nullptr, "Push of null name invalid");
     Ehfa_Entry entry{};
-    entry.modTime = handle.currentEntry.modTime;
-    setName(entry, name);
-    setType(entry, type != nullptr ? type : "");
+    entry.modTime = modTime;
+    std::memcpy(entry.name, wanted.name, std::strlen(wanted.name));
+    if (wanted.type != nullptr) {
+        std::memcpy(entry.type, wanted.type, strnlen(wanted.type, EHFA_TYPE_MAX));
+    }
     return entry;
+}
+
+void putNew(Handle& handle, uint32_t position, const Ehfa_Entry& entry, const Wanted& wanted, EerrException& scope)
+{
+    if (wanted.how == NewEntry::isWritten) {
+        put(handle, position, entry, scope);
+    }
 }
 
 /* The new entry is in the file before anything leads to it. */
@@ -100,9 +116,9 @@ void rewrite(Handle& handle, const char* name, const char* type, EerrException& 
     }
 }
 
-void insertAfter(Handle& handle, const char* name, const char* type, EerrException& scope)
+void insertAfter(Handle& handle, const Wanted& wanted, EerrException& scope)
 {
-    Ehfa_Entry entry = freshEntry(handle, name, type);
+    Ehfa_Entry entry = freshEntry(wanted, handle.currentEntry.modTime);
     /* A next sibling that does not link back is dropped by the look at it. */
     uint32_t nextPosition = 0;
     Ehfa_Entry next{};
@@ -118,7 +134,7 @@ void insertAfter(Handle& handle, const char* name, const char* type, EerrExcepti
     entry.next = nextPosition;
     entry.prev = handle.entryPtr;
     entry.parent = handle.currentEntry.parent;
-    put(handle, position, entry, scope);
+    putNew(handle, position, entry, wanted, scope);
     Ehfa_Entry current = handle.currentEntry;
     current.next = position;
     putLink(handle, handle.entryPtr, current, &Ehfa_Entry::next, scope);
@@ -129,9 +145,9 @@ void insertAfter(Handle& handle, const char* name, const char* type, EerrExcepti
     becomeCurrent(handle, position, entry, true, scope);
 }
 
-void insertBefore(Handle& handle, const char* name, const char* type, EerrException& scope)
+void insertBefore(Handle& handle, const Wanted& wanted, EerrException& scope)
 {
-    Ehfa_Entry entry = freshEntry(handle, name, type);
+    Ehfa_Entry entry = freshEntry(wanted, handle.currentEntry.modTime);
     const uint32_t beforePosition = handle.currentEntry.prev != 0 ? handle.currentEntry.prev : handle.currentEntry.parent;
     Ehfa_Entry before{};
     require(readEntry(handle, beforePosition, before, scope), "Seek prev failed");
@@ -140,7 +156,7 @@ void insertBefore(Handle& handle, const char* name, const char* type, EerrExcept
     entry.next = handle.entryPtr;
     entry.prev = handle.currentEntry.prev;
     entry.parent = handle.currentEntry.parent;
-    put(handle, position, entry, scope);
+    putNew(handle, position, entry, wanted, scope);
     const auto link = handle.currentEntry.prev != 0 ? &Ehfa_Entry::next : &Ehfa_Entry::child;
     before.*link = position;
     putLink(handle, beforePosition, before, link, scope);
@@ -150,45 +166,68 @@ void insertBefore(Handle& handle, const char* name, const char* type, EerrExcept
     becomeCurrent(handle, position, entry, true, scope);
 }
 
-void addOnlyChild(Handle& handle, const char* name, const char* type, EerrException& scope)
+void addOnlyChild(Handle& handle, const Wanted& wanted, EerrException& scope)
 {
-    Ehfa_Entry entry = freshEntry(handle, name, type);
+    Ehfa_Entry entry = freshEntry(wanted, handle.currentEntry.modTime);
     require(handle.pathOfCurrent.depth() < kDepthLimit, "Entries do not nest deeper than %d in %s", kDepthLimit,
             handle.nameText.c_str());
     const uint32_t position = newBlock(handle, scope);
     entry.parent = handle.entryPtr;
-    put(handle, position, entry, scope);
+    putNew(handle, position, entry, wanted, scope);
     Ehfa_Entry current = handle.currentEntry;
     current.child = position;
     putLink(handle, handle.entryPtr, current, &Ehfa_Entry::child, scope);
     becomeCurrent(handle, position, entry, false, scope);
 }
 
-void addChild(Handle& handle, bool last, const char* name, const char* type, EerrException& scope)
+/* Behind the last child, of which nothing but its link is touched; false where that is not the end of its chain. */
+bool appendChild(Handle& handle, const Wanted& wanted, EerrException& scope)
 {
+    const uint32_t last = lastChildOf(handle, scope);
+    Ehfa_Entry before;
+    if (last == 0 || handle.pathOfCurrent.depth() >= kDepthLimit || !readEntry(handle, last, before, scope) ||
+        before.next != 0) {
+        return false;
+    }
+    Ehfa_Entry entry = freshEntry(wanted, before.modTime);
+    const uint32_t position = newBlock(handle, scope);
+    entry.prev = last;
+    entry.parent = handle.entryPtr;
+    putNew(handle, position, entry, wanted, scope);
+    before.next = position;
+    putLink(handle, last, before, &Ehfa_Entry::next, scope);
+    becomeCurrent(handle, position, entry, false, scope);
+    return true;
+}
+
+void addChild(Handle& handle, bool last, const Wanted& wanted, EerrException& scope)
+{
+    if (last && appendChild(handle, wanted, scope)) {
+        return;
+    }
     if (last && goToLastChild(handle, scope)) {
-        insertAfter(handle, name, type, scope);
+        insertAfter(handle, wanted, scope);
     } else if (!goToChild(handle, scope)) {
-        addOnlyChild(handle, name, type, scope);
+        addOnlyChild(handle, wanted, scope);
     } else if (last) {
         goToLast(handle, scope);
-        insertAfter(handle, name, type, scope);
+        insertAfter(handle, wanted, scope);
     } else {
-        insertBefore(handle, name, type, scope);
+        insertBefore(handle, wanted, scope);
     }
 }
 
-void writeInBatchMode(Handle& handle, long method, const char* name, const char* type, EerrException& scope)
+void writeInBatchMode(Handle& handle, long method, const Wanted& wanted, EerrException& scope)
 {
     switch (method) {
-    case EHFA_WRITE_CURRENT: rewrite(handle, name, type, scope); return;
+    case EHFA_WRITE_CURRENT: rewrite(handle, wanted.name, wanted.type, scope); return;
     case EHFA_WRITE_AFTER:
         require(handle.currentEntry.next == 0, "Cannot write before an existing node in batch mode");
-        insertAfter(handle, name, type, scope);
+        insertAfter(handle, wanted, scope);
         return;
     case EHFA_WRITE_FIRST_CHILD:
         require(handle.currentEntry.child == 0, "Cannot write additional offspring to a node in batch mode");
-        addOnlyChild(handle, name, type, scope);
+        addOnlyChild(handle, wanted, scope);
         return;
     default: fail("Invalid write position for batch write mode");
     }
@@ -201,7 +240,7 @@ void rewriteCurrent(Handle& handle, EerrException& scope)
     put(handle, handle.entryPtr, handle.currentEntry, scope);
 }
 
-void writeTreeEntry(Handle& handle, long method, const char* name, const char* type, EerrException& scope)
+void writeTreeEntry(Handle& handle, long method, const char* name, const char* type, NewEntry how, EerrException& scope)
 {
     require(name == nullptr || std::strlen(name) <= EHFA_NAME_MAX,
             "The length of EHFA entry name '%s' exceeds the %d character maximum", name, int{EHFA_NAME_MAX});
@@ -209,8 +248,9 @@ void writeTreeEntry(Handle& handle, long method, const char* name, const char* t
     if (isAtRoot(handle) && method != EHFA_WRITE_FIRST_CHILD) {
         method = EHFA_WRITE_LAST_CHILD;
     }
+    const Wanted wanted{name, type, how};
     if (inBatchMode(handle)) {
-        writeInBatchMode(handle, method, name, type, scope);
+        writeInBatchMode(handle, method, wanted, scope);
         return;
     }
     /* Whatever fails does so before the path of the current entry is changed, but for steps down from it. */
@@ -220,9 +260,9 @@ void writeTreeEntry(Handle& handle, long method, const char* name, const char* t
     try {
         switch (method) {
         case EHFA_WRITE_CURRENT: rewrite(handle, name, type, scope); break;
-        case EHFA_WRITE_AFTER: insertAfter(handle, name, type, scope); break;
-        case EHFA_WRITE_BEFORE: insertBefore(handle, name, type, scope); break;
-        default: addChild(handle, method == EHFA_WRITE_LAST_CHILD, name, type, scope); break;
+        case EHFA_WRITE_AFTER: insertAfter(handle, wanted, scope); break;
+        case EHFA_WRITE_BEFORE: insertBefore(handle, wanted, scope); break;
+        default: addChild(handle, method == EHFA_WRITE_LAST_CHILD, wanted, scope); break;
         }
     } catch (...) {
         while (handle.pathOfCurrent.depth() > depth) {
@@ -265,7 +305,7 @@ EMANTLE_API Ehfa_Entry* ehfa_EntryWrite(Ehfa_File* file, long method, const char
     return guarded<Ehfa_Entry*>(err, "ehfa_EntryWrite", nullptr, [&](EerrException& scope) {
         Handle& handle = opened(file);
         Activity activity(handle, scope);
-        writeTreeEntry(handle, method, name, type, scope);
+        writeTreeEntry(handle, method, name, type, NewEntry::isWritten, scope);
         return handle.entry;
     });
 }

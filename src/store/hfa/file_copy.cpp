@@ -353,7 +353,7 @@ EMANTLE_API Emsc_Boolean ehfa_CopyGenericEntry(Ehfa_File* source, Ehfa_File* tar
         Handle& to = opened(target, "Bad file");
         Activity activity(to, scope);
         writeTreeEntry(to, asChild != 0 ? EHFA_WRITE_LAST_CHILD : EHFA_WRITE_AFTER, from.currentEntry.name,
-                       from.currentEntry.type, scope);
+                       from.currentEntry.type, NewEntry::isWritten, scope);
         return 1;
     });
 }

@@ -14,7 +14,7 @@ void FreeList::forget() noexcept
     *this = FreeList();
 }
 
-void FreeList::load(Handle& handle, Teller teller, EerrException& scope)
+void FreeList::loadOrTell(Handle& handle, Teller teller, EerrException& scope)
 {
     if (!loaded_ && heldBack(handle)) {
         asFunction(scope, "freeListCacheLoad", "Error loading free list into cache", [&] { read(handle, scope); });
@@ -136,9 +136,16 @@ FreeList::Place FreeList::placeOf(uint32_t position) const
         return leaves_.empty() ? Place{0, 0} : Place{leaves_.size() - 1, leaves_.back()->count};
     }
     const Leaf& leaf = *leaves_[recent_];
+    for (uint32_t i = recentIndex_; i < std::min(recentIndex_ + 3, leaf.count); ++i) {
+        if (leaf.blocks[i].position >= position && (i == 0 || leaf.blocks[i - 1].position < position)) {
+            recentIndex_ = i;
+            return {recent_, i};
+        }
+    }
     const Block* found = std::partition_point(leaf.blocks, leaf.blocks + leaf.count,
                                               [&](const Block& block) { return block.position < position; });
-    return {recent_, static_cast<uint32_t>(found - leaf.blocks)};
+    recentIndex_ = static_cast<uint32_t>(found - leaf.blocks);
+    return {recent_, recentIndex_};
 }
 
 const FreeList::Block* FreeList::blockAt(Place place) const
@@ -176,7 +183,7 @@ void FreeList::reserveForChange()
     }
 }
 
-void FreeList::putIn(Block block) noexcept
+FreeList::Place FreeList::putIn(Block block) noexcept
 {
     Place place = placeOf(block.position);
     if (leaves_.empty()) {
@@ -202,6 +209,7 @@ void FreeList::putIn(Block block) noexcept
     ++leaf.count;
     leaf.largest = std::max<uint32_t>(leaf.largest, block.size);
     ++count_;
+    return place;
 }
 
 void FreeList::takeOut(uint32_t position) noexcept
@@ -240,20 +248,21 @@ void FreeList::measure(Leaf& leaf) noexcept
     }
 }
 
-/* The block before a position holds the link to what lies there. */
-void FreeList::touchBefore(uint32_t position)
+/* The block before a place holds the link to what lies there. It is noted first: blocks that are freed one behind the other
+ * leave a list in order. */
+void FreeList::touchBefore(Place place)
 {
-    if (const Block* before = blockBefore(placeOf(position))) {
+    if (const Block* before = blockBefore(place)) {
         touched_.push_back(before->position);
     }
 }
 
 void FreeList::insert(Block block)
 {
-    putIn(block);
+    const Place place = putIn(block);
     changes_.push_back({block, true});
+    touchBefore(place);
     touched_.push_back(block.position);
-    touchBefore(block.position);
 }
 
 void FreeList::erase(Block block)
@@ -263,7 +272,7 @@ void FreeList::erase(Block block)
     if (block.isNew == 0) {
         taken_.push_back({block.position, block.size});
     }
-    touchBefore(block.position);
+    touchBefore(placeOf(block.position));
     touched_.push_back(block.position);
 }
 
@@ -287,12 +296,10 @@ void FreeList::replace(Place place, Block block)
     if (old.isNew == 0) {
         taken_.push_back({old.position, old.size});
     }
-    touched_.push_back(block.position);
     if (block.position != old.position) {
-        if (const Block* before = blockBefore(place)) {
-            touched_.push_back(before->position);
-        }
+        touchBefore(place);
     }
+    touched_.push_back(block.position);
     if (block.size > leaf.largest) {
         leaf.largest = block.size;
     } else if (old.size == leaf.largest) {

@@ -24,7 +24,12 @@ enum class Teller { nobody, allocation, freeing };
 class FreeList {
 public:
     /* Reads the list unless that is done. Damage cuts the list off. */
-    void load(Handle& handle, Teller teller, EerrException& scope);
+    void load(Handle& handle, Teller teller, EerrException& scope)
+    {
+        if (!loaded_ || damaged_) [[unlikely]] {
+            loadOrTell(handle, teller, scope);
+        }
+    }
     /* The next use reads it anew. */
     void forget() noexcept;
 
@@ -97,6 +102,7 @@ private:
         bool inserted;
     };
 
+    void loadOrTell(Handle& handle, Teller teller, EerrException& scope);
     void read(Handle& handle, EerrException& scope);
     void tell(const Handle& handle, Teller teller);
     void append(Block block);
@@ -107,18 +113,19 @@ private:
     void reserveForChange();
     void insert(Block block);
     void erase(Block block);
-    void putIn(Block block) noexcept;
+    Place putIn(Block block) noexcept;
     void takeOut(uint32_t position) noexcept;
     void replace(Place place, Block block);
     static void measure(Leaf& leaf) noexcept;
     static void measure(Leaf& leaf, uint32_t near) noexcept;
-    void touchBefore(uint32_t position);
+    void touchBefore(Place place);
     void noteHead(Handle& handle);
 
     std::vector<std::unique_ptr<Leaf>> leaves_; /* none of them empty */
     std::vector<std::unique_ptr<Leaf>> spares_;
     std::size_t count_ = 0;
-    mutable std::size_t recent_ = 0; /* the leaf of the last place looked for */
+    mutable std::size_t recent_ = 0; /* the last place looked for */
+    mutable uint32_t recentIndex_ = 0;
     std::vector<uint32_t> touched_;  /* positions of nodes to write */
     std::vector<FreeBlock> taken_;   /* blocks of the file's list that are no longer in this one */
     std::vector<Change> changes_;    /* since the step began */

@@ -21,8 +21,6 @@ constexpr uint64_t kMostJoined = uint64_t{1} << 18;
 constexpr std::size_t kFewPieces = 4;
 /* Shorter stretches of free bytes take the way of old bytes: one write more for each would cost more. */
 constexpr uint32_t kLeastStretch = 16384;
-/* From this size on bytes do not pass through the pages on their way to new space. */
-constexpr std::size_t kAtOnce = std::size_t{1} << 17;
 
 /* Places of the fields of both parts of the gap; the last field of each is its own checksum. */
 enum : std::size_t { kAtPosition = 4, kAtSize = 8, kAtFillSum = 12, kAtEnd = 12, kAtSum = 16, kAtRedoSum = 20 };
@@ -100,7 +98,7 @@ bool Journal::readRecord(Handle& handle, Record& record, EerrException& scope)
         if (there < 0 || size > static_cast<uint64_t>(there) || record.end > kFileLimit) {
             continue;
         }
-        record.bytes.resize(size);
+        record.bytes = Bytes(size);
         std::vector<Change> changes;
         if (read(record.bytes.data(), size, record.position) &&
             checksum(record.bytes.data(), size) == decoded32(part + kAtSum) && parse(record, changes)) {
@@ -206,7 +204,7 @@ void Journal::noteAllocated(uint64_t start, uint64_t size)
     }
 }
 
-void Journal::noteUsed(uint64_t start, uint64_t end)
+void Journal::useVirgin(uint64_t start, uint64_t end)
 {
     for (std::size_t i = 0; i < virgin_.size(); ++i) {
         Span& span = virgin_[i];
@@ -299,12 +297,12 @@ void Journal::trim(Handle& handle, EerrException& scope)
     }
 }
 
-bool Journal::writeAtOnce(Handle& handle, uint64_t position, const void* bytes, std::size_t size, EerrException& scope)
+bool Journal::writeMuchAtOnce(Handle& handle, uint64_t position, const void* bytes, std::size_t size, EerrException& scope)
 {
     const bool isNew = position >= std::max<uint64_t>(committedEnd_, handle.step.fileEnd) ||
                        handle.freeBlocks.tookSinceStep(position, position + size);
     const uint64_t end = position + size;
-    if (size < kAtOnce || handle.readOnly != 0 || (!isNew && virginAround(position, end) == nullptr)) {
+    if (handle.readOnly != 0 || (!isNew && virginAround(position, end) == nullptr)) {
         noteUsed(position, end);
         return false;
     }
@@ -395,14 +393,13 @@ void Journal::writeRecord(Handle& handle, std::vector<Change>& fresh, const std:
 {
     Record record;
     record.end = handle.fileEnd;
-    std::vector<Pages::Piece> changes;
-    for (const Change& change : inPlace) {
-        handle.pages.changedIn(change.position, uint64_t{change.position} + change.size, changes);
-    }
+    const auto forEachChange = [&](auto&& take) {
+        for (const Change& change : inPlace) {
+            handle.pages.changedIn(change.position, uint64_t{change.position} + change.size, take);
+        }
+    };
     std::size_t size = 0;
-    for (const Pages::Piece& change : changes) {
-        size += kChangeHead + change.size;
-    }
+    forEachChange([&](const Pages::Piece& change) { size += kChangeHead + change.size; });
     const auto behind = std::max<uint64_t>(committedEnd_, handle.fileEnd);
     const uint32_t idle = size <= kFileLimit ? handle.freeBlocks.idleBytes(static_cast<uint32_t>(size)) : 0;
     require(behind + size <= UINT32_MAX, "The changes of %s take %lu bytes", handle.nameText.c_str(),
@@ -415,18 +412,18 @@ void Journal::writeRecord(Handle& handle, std::vector<Change>& fresh, const std:
     if (joins) {
         lead.assign(fresh.back().bytes, fresh.back().bytes + fresh.back().size);
     }
-    record.bytes.resize(size);
+    record.bytes = Bytes(size);
     unsigned char* to = record.bytes.data();
-    for (const Pages::Piece& change : changes) {
+    forEachChange([&](const Pages::Piece& change) {
         encode32(static_cast<uint32_t>(change.start), to);
         encode32(static_cast<uint32_t>(change.size), to + 4);
         std::memcpy(to + kChangeHead, change.bytes, change.size);
         to += kChangeHead + change.size;
-    }
+    });
     if (joins) {
         const uint32_t position = fresh.back().position;
         fresh.pop_back();
-        lead.insert(lead.end(), record.bytes.begin(), record.bytes.end());
+        lead.insert(lead.end(), record.bytes.data(), record.bytes.data() + record.bytes.size());
         for (const Change& change : fresh) {
             write(handle, change.position, change.bytes, change.size, scope);
         }

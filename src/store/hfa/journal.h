@@ -3,6 +3,7 @@
 #include "store/hfa/pages.h"
 
 #include <array>
+#include <memory>
 
 namespace emantle::hfa {
 
@@ -30,11 +31,23 @@ public:
     /* A new block at the end of the file, all zeros. */
     void noteAllocated(uint64_t start, uint64_t size);
     /* These bytes are written, or free again. */
-    void noteUsed(uint64_t start, uint64_t end);
+    void noteUsed(uint64_t start, uint64_t end)
+    {
+        if (!virgin_.empty()) {
+            useVirgin(start, end);
+        }
+    }
 
     /* Writes bytes at once where no structure of the file leads to them, or to zeros that nobody has written to; false
      * elsewhere. */
-    bool writeAtOnce(Handle& handle, uint64_t position, const void* bytes, std::size_t size, EerrException& scope);
+    bool writeAtOnce(Handle& handle, uint64_t position, const void* bytes, std::size_t size, EerrException& scope)
+    {
+        if (size >= kAtOnce) {
+            return writeMuchAtOnce(handle, position, bytes, size, scope);
+        }
+        noteUsed(position, position + size);
+        return false;
+    }
 
     /* Whether a commit has nothing to do. */
     bool isIdle(const Handle& handle) const;
@@ -51,6 +64,8 @@ public:
     void trim(Handle& handle, EerrException& scope);
 
 private:
+    /* From this size on bytes do not pass through the pages on their way to new space. */
+    static constexpr std::size_t kAtOnce = std::size_t{1} << 17;
     static constexpr uint32_t kFillSize = 16; /* of the part of the gap that leads to bytes being filled */
     static constexpr uint32_t kRedoSize = 24; /* of the part behind it, which leads to a record */
     using Gap = std::array<unsigned char, kGapSize>;
@@ -63,15 +78,30 @@ private:
         uint32_t size;
         const unsigned char* bytes;
     };
+    /* A run of bytes that are written once, each by whoever asked for the run. */
+    class Bytes {
+    public:
+        Bytes() = default;
+        explicit Bytes(std::size_t size) : bytes_(std::make_unique_for_overwrite<unsigned char[]>(size)), size_(size) {}
+        unsigned char* data() { return bytes_.get(); }
+        const unsigned char* data() const { return bytes_.get(); }
+        std::size_t size() const { return size_; }
+        bool empty() const { return size_ == 0; }
+
+    private:
+        std::unique_ptr<unsigned char[]> bytes_;
+        std::size_t size_ = 0;
+    };
     struct Record {
         uint32_t position = 0;
         uint32_t end = 0; /* of the file, once the record is applied */
-        std::vector<unsigned char> bytes;
-        bool operator==(const Record&) const = default;
+        Bytes bytes;
     };
 
     static std::array<unsigned char, kRedoSize> redoPart(const Record& record);
     static bool readFill(const unsigned char* gap, uint64_t size, Span& fill);
+    void useVirgin(uint64_t start, uint64_t end);
+    bool writeMuchAtOnce(Handle& handle, uint64_t position, const void* bytes, std::size_t size, EerrException& scope);
     const Span* virginAround(uint64_t start, uint64_t end) const;
     bool beginFill(Handle& handle, uint64_t start, uint64_t end, EerrException& scope);
     static bool readRecord(Handle& handle, Record& record, EerrException& scope);

@@ -47,7 +47,7 @@ bool beginObject(Handle& handle, const char* path, const char* name, const char*
     }
     const bool isNew = method != EHFA_WRITE_CURRENT || isAtRoot(handle);
     asFunction(scope, "ehfa_EntryWrite", "ehfa_EntryWrite failed",
-               [&] { writeTreeEntry(handle, method, name, type, scope); });
+               [&] { writeTreeEntry(handle, method, name, type, NewEntry::isWrittenLater, scope); });
     return isNew;
 }
 

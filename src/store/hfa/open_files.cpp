@@ -14,6 +14,7 @@ namespace emantle::hfa {
 namespace {
 
 std::atomic<bool> refused{false};
+std::atomic<int> openCount{0};
 
 using OpenFiles = std::vector<Handle*>;
 
@@ -105,6 +106,7 @@ void addOpenFile(Handle& handle)
     } else {
         *empty = &handle;
     }
+    ++openCount;
 }
 
 void removeOpenFile(Handle& handle)
@@ -114,11 +116,15 @@ void removeOpenFile(Handle& handle)
     const auto index = static_cast<std::size_t>(handle.openFileIndex);
     if (files != nullptr && handle.openFileIndex >= 0 && index < files->size() && (*files)[index] == &handle) {
         (*files)[index] = nullptr;
+        --openCount;
     }
 }
 
 void markStale(Eint_InitToolkitData* context, const char* name, bool readOnlyOnes)
 {
+    if (readOnlyOnes && openCount < 2) {
+        return; /* the one that is open is the one that wrote */
+    }
     const EthrMTUnsafeCode section;
     if (listOf(context) == nullptr) {
         return;

@@ -17,17 +17,6 @@ namespace emantle::hfa {
 
 namespace {
 
-constexpr uint64_t bit(uint32_t index)
-{
-    return uint64_t{1} << index;
-}
-
-/* The bits `first` to `last`. */
-constexpr uint64_t bits(uint32_t first, uint32_t last)
-{
-    return (~uint64_t{0} >> (63 - (last - first))) << first;
-}
-
 /* Large slabs of handles that were closed, for the next one: memory that the kernel need not clear anew. */
 class IdleSlabs {
 public:
@@ -59,6 +48,35 @@ IdleSlabs& idleSlabs()
 }
 
 }  // namespace
+
+uint32_t Pages::Marks::find(uint32_t from, uint64_t flipped) const
+{
+    for (uint32_t word = from / 64; word < words_.size(); ++word) {
+        const uint64_t bits = words_[word] ^ flipped;
+        const uint64_t left = word == from / 64 ? bits >> from % 64 << from % 64 : bits;
+        if (left != 0) {
+            return 64 * word + static_cast<uint32_t>(std::countr_zero(left));
+        }
+    }
+    return kGranulesOfPage;
+}
+
+uint32_t Pages::Marks::end() const
+{
+    for (std::size_t word = words_.size(); word-- > 0;) {
+        if (words_[word] != 0) {
+            return static_cast<uint32_t>(64 * (word + 1)) - static_cast<uint32_t>(std::countl_zero(words_[word]));
+        }
+    }
+    return 0;
+}
+
+void Pages::Marks::clearFrom(uint32_t first)
+{
+    for (uint32_t word = first / 64; word < words_.size(); ++word) {
+        words_[word] &= word == first / 64 && first % 64 != 0 ? bits(0, first % 64 - 1) : 0;
+    }
+}
 
 void Pages::Slabs::Release::operator()(unsigned char* slab) const noexcept
 {
@@ -121,12 +139,6 @@ void Pages::hide(uint64_t start, uint64_t end) noexcept
     }
 }
 
-Pages::Chunk* Pages::findChunk(uint64_t position) const noexcept
-{
-    const uint64_t number = position / kChunk;
-    return number < chunks_.size() ? chunks_[number].get() : nullptr;
-}
-
 Pages::Chunk& Pages::chunkOf(uint64_t position)
 {
     const uint64_t number = position / kChunk;
@@ -147,12 +159,11 @@ Pages::Chunk& Pages::chunkOf(uint64_t position)
             chunk = std::move(spares_.back());
             spares_.pop_back();
         } else {
-            chunk = std::make_unique_for_overwrite<Chunk>();
+            chunk = std::make_unique<Chunk>();
             chunk->bytes = slabs_.take();
         }
         chunk->number = static_cast<uint32_t>(number);
         chunk->valid = chunk->changed = 0;
-        std::fill_n(chunk->granules, kPagesOfChunk, 0);
         live_.push_back(chunk.get());
         chunks_[number] = std::move(chunk);
     }
@@ -204,11 +215,14 @@ void Pages::readPages(Efio_File* file, Chunk& chunk, uint32_t first, uint32_t la
 
 void Pages::load(Efio_File* file, Chunk& chunk, uint32_t first, uint32_t last, EerrException& scope)
 {
-    constexpr uint32_t kFirstWindow = 4;
+    /* The head of a file is read for itself; elsewhere a walk along siblings begins. */
+    constexpr uint32_t kHeadWindow = 4;
+    constexpr uint32_t kFirstWindow = 16;
     while (const uint64_t missing = ~chunk.valid & bits(first, last)) {
         const auto from = static_cast<uint32_t>(std::countr_zero(missing));
         const uint64_t start = uint64_t{chunk.number} * kChunk + uint64_t{from} * kPage;
-        window_ = start == expected_ ? std::min(2 * std::max(window_, kFirstWindow), kPagesOfChunk) : kFirstWindow;
+        const uint32_t least = start == 0 ? kHeadWindow : kFirstWindow;
+        window_ = start == expected_ ? std::clamp(2 * window_, least, kPagesOfChunk) : least;
         /* Up to the next page that is held, and not behind the end of the file without need. */
         const uint64_t held = chunk.valid & bits(from, kPagesOfChunk - 1);
         const uint32_t bound = held == 0 ? kPagesOfChunk : static_cast<uint32_t>(std::countr_zero(held));
@@ -221,17 +235,11 @@ void Pages::load(Efio_File* file, Chunk& chunk, uint32_t first, uint32_t last, E
     }
 }
 
-const unsigned char* Pages::at(Efio_File* file, uint64_t position, std::size_t size, EerrException& scope)
+const unsigned char* Pages::atLoaded(Efio_File* file, uint64_t position, EerrException& scope)
 {
     const auto offset = static_cast<uint32_t>(position % kChunk);
-    const uint32_t page = offset / kPage;
-    if (offset % kPage + size > kPage) {
-        return nullptr;
-    }
     Chunk& chunk = chunkOf(position);
-    if ((chunk.valid & bit(page)) == 0) {
-        load(file, chunk, page, page, scope);
-    }
+    load(file, chunk, offset / kPage, offset / kPage, scope);
     return chunk.bytes + offset;
 }
 
@@ -277,29 +285,16 @@ void Pages::read(Efio_File* file, uint64_t position, void* bytes, std::size_t si
     }
 }
 
-void Pages::keepForUndo(const Chunk& chunk, uint64_t position, uint32_t size, bool wasValid)
+void Pages::forgetChange(Chunk& chunk, uint32_t page) noexcept
 {
-    const auto offset = static_cast<uint32_t>(position % kChunk);
-    if (undo_.size() == undo_.capacity()) {
-        undo_.reserve(2 * undo_.size() + 64);
-    }
-    if (wasValid) {
-        undoBytes_.insert(undoBytes_.end(), chunk.bytes + offset, chunk.bytes + offset + size);
-    }
-    undo_.push_back({position, size, wasValid, chunk.granules[offset / kPage]});
-}
-
-void Pages::setGranules(Chunk& chunk, uint32_t page, uint64_t granules) noexcept
-{
-    chunk.granules[page] = granules;
-    const bool was = (chunk.changed & bit(page)) != 0;
-    if (was != (granules != 0)) {
+    if ((chunk.changed & bit(page)) != 0) {
+        chunk.marks[page].clear();
         chunk.changed ^= bit(page);
-        changedPages_ += was ? -1u : 1u;
+        --changedPages_;
     }
 }
 
-void Pages::write(Efio_File* file, uint64_t position, const void* bytes, std::size_t size, EerrException& scope)
+void Pages::writeAnywhere(Efio_File* file, uint64_t position, const void* bytes, std::size_t size, EerrException& scope)
 {
     const auto* from = static_cast<const unsigned char*>(bytes);
     while (size > 0) {
@@ -314,10 +309,16 @@ void Pages::write(Efio_File* file, uint64_t position, const void* bytes, std::si
         if (chunk.changed == 0 && std::ranges::find(changedChunks_, chunk.number) == changedChunks_.end()) {
             changedChunks_.push_back(chunk.number);
         }
-        keepForUndo(chunk, position, step, wasValid);
+        if (position < freshFrom_) {
+            keepForUndo(chunk, position, step, wasValid);
+        }
         std::memcpy(chunk.bytes + offset, from, step);
         const uint32_t inPage = offset % kPage;
-        setGranules(chunk, page, chunk.granules[page] | bits(inPage / kGranule, (inPage + step - 1) / kGranule));
+        chunk.marks[page].set(inPage / kGranule, (inPage + step - 1) / kGranule);
+        if ((chunk.changed & bit(page)) == 0) {
+            chunk.changed |= bit(page);
+            ++changedPages_;
+        }
         if (!wasValid) {
             chunk.valid |= bit(page);
             ++validPages_;
@@ -351,10 +352,10 @@ void Pages::changed(std::vector<Piece>& pieces, uint64_t end)
         const Chunk& chunk = *chunks_[number];
         for (uint64_t left = chunk.changed; left != 0; left &= left - 1) {
             const auto page = static_cast<uint32_t>(std::countr_zero(left));
-            const uint64_t granules = chunk.granules[page];
+            const Marks& marks = chunk.marks[page];
             const uint64_t base = uint64_t{number} * kChunk + uint64_t{page} * kPage;
-            const uint64_t start = base + uint64_t(std::countr_zero(granules)) * kGranule;
-            const uint64_t stop = std::min(end, base + uint64_t(64 - std::countl_zero(granules)) * kGranule);
+            const uint64_t start = base + uint64_t{marks.next(0)} * kGranule;
+            const uint64_t stop = std::min(end, base + uint64_t{marks.end()} * kGranule);
             if (start >= stop) {
                 continue;
             }
@@ -369,40 +370,12 @@ void Pages::changed(std::vector<Piece>& pieces, uint64_t end)
     }
 }
 
-void Pages::changedIn(uint64_t start, uint64_t end, std::vector<Piece>& pieces) const
-{
-    constexpr uint64_t kLeastGap = 2 * kGranule; /* fewer unchanged bytes are not worth a piece more */
-    const Chunk& chunk = *findChunk(start);
-    const uint64_t base = uint64_t{chunk.number} * kChunk;
-    const auto add = [&](uint64_t from, uint64_t to) {
-        from = std::max(from, start);
-        to = std::min(to, end);
-        if (from >= to) {
-            return;
-        }
-        if (!pieces.empty() && pieces.back().start >= start && from - (pieces.back().start + pieces.back().size) < kLeastGap) {
-            pieces.back().size = to - pieces.back().start;
-        } else {
-            pieces.push_back({from, to - from, chunk.bytes + (from - base)});
-        }
-    };
-    for (uint64_t page = (start - base) / kPage; page <= (end - 1 - base) / kPage; ++page) {
-        uint64_t left = chunk.granules[page];
-        while (left != 0) {
-            const auto first = static_cast<uint32_t>(std::countr_zero(left));
-            const auto count = static_cast<uint32_t>(std::countr_one(left >> first));
-            add(base + page * kPage + first * kGranule, base + page * kPage + (first + count) * kGranule);
-            left &= first + count < 64 ? ~uint64_t{0} << (first + count) : 0;
-        }
-    }
-}
-
 void Pages::settle() noexcept
 {
     for (const uint32_t number : changedChunks_) {
         Chunk& chunk = *chunks_[number];
         for (uint64_t left = chunk.changed; left != 0; left &= left - 1) {
-            chunk.granules[std::countr_zero(left)] = 0;
+            chunk.marks[std::countr_zero(left)].clear();
         }
         chunk.changed = 0;
     }
@@ -427,10 +400,24 @@ void Pages::forget() noexcept
     expected_ = 0;
 }
 
-void Pages::beginStep() noexcept
+/* Makes zeros of what is held from a position on, and forgets that it was changed. */
+void Pages::clearFrom(uint64_t position) noexcept
 {
-    undo_.clear();
-    undoBytes_.clear();
+    for (Chunk* chunk : live_) {
+        const uint64_t base = uint64_t{chunk->number} * kChunk;
+        for (uint64_t left = base + kChunk > position ? chunk->valid : 0; left != 0; left &= left - 1) {
+            const auto page = static_cast<uint32_t>(std::countr_zero(left));
+            const uint64_t start = base + uint64_t{page} * kPage;
+            const uint64_t from = std::max(start, position);
+            if (from < start + kPage) {
+                std::memset(chunk->bytes + (from - base), 0, start + kPage - from);
+                chunk->marks[page].clearFrom(static_cast<uint32_t>((from - start) / kGranule));
+                if (chunk->marks[page].end() == 0) {
+                    forgetChange(*chunk, page);
+                }
+            }
+        }
+    }
 }
 
 void Pages::undoStep() noexcept
@@ -441,15 +428,20 @@ void Pages::undoStep() noexcept
         const auto offset = static_cast<uint32_t>(undo.position % kChunk);
         const uint32_t page = offset / kPage;
         Chunk& chunk = *chunks_[undo.position / kChunk];
-        if (undo.wasValid) {
+        if (undo.wasValid && undo.size <= kFewBytes) {
+            std::memcpy(chunk.bytes + offset, undo.few, undo.size);
+        } else if (undo.wasValid) {
             std::memcpy(chunk.bytes + offset, undoBytes_.data() + undoBytes_.size() - undo.size, undo.size);
             undoBytes_.erase(undoBytes_.end() - undo.size, undoBytes_.end());
         } else {
             chunk.valid &= ~bit(page);
             --validPages_;
         }
-        setGranules(chunk, page, undo.granules);
+        if (!undo.wasChanged) {
+            forgetChange(chunk, page);
+        }
     }
+    clearFrom(freshFrom_);
     std::erase_if(changedChunks_, [&](uint32_t number) { return chunks_[number]->changed == 0; });
 }
 

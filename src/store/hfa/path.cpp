@@ -4,19 +4,6 @@
 
 namespace emantle::hfa {
 
-void Path::clear()
-{
-    text_ = ":";
-    starts_.clear();
-}
-
-void Path::push(std::string_view name)
-{
-    starts_.push_back(text_.size());
-    text_ += name;
-    text_ += ':';
-}
-
 void Path::pop()
 {
     require(!starts_.empty(), "Unexpected path pop problem");

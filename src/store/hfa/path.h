@@ -15,8 +15,17 @@ public:
     /* The length of the text of the parent. */
     std::size_t parentLength() const { return starts_.empty() ? 0 : starts_.back(); }
 
-    void clear();
-    void push(std::string_view name);
+    void clear()
+    {
+        text_.resize(1);
+        starts_.clear();
+    }
+    void push(std::string_view name)
+    {
+        starts_.push_back(text_.size());
+        text_ += name;
+        text_ += ':';
+    }
     void pop();
 
 private:

@@ -142,7 +142,11 @@ void passGaps(Handle& handle, EerrException& scope)
 
 bool goToPath(Handle& handle, const char* path, EerrException& scope)
 {
-    if (*path == ':') {
+    if (walkAgain(handle, path, scope)) {
+        return true;
+    }
+    const char* const whole = *path == ':' ? path : nullptr;
+    if (whole != nullptr) {
         goToRoot(handle, scope);
     } else {
         goToParent(handle, scope);
@@ -154,6 +158,9 @@ bool goToPath(Handle& handle, const char* path, EerrException& scope)
             return false;
         }
         path += length + (path[length] == ':' ? 1 : 0);
+    }
+    if (whole != nullptr && !isAtRoot(handle)) {
+        handle.children.noteWalk(whole, handle.pathOfCurrent, handle.entryPtr);
     }
     return true;
 }

@@ -65,7 +65,9 @@ uint32_t allocateBlock(Handle& handle, int64_t wanted, EerrException& scope)
         handle.fileEnd = static_cast<uint32_t>(start + length);
     }
     noteChange(handle);
-    giveBackRest(handle, start + size, static_cast<int64_t>(length - size), scope);
+    if (length > size) {
+        giveBackRest(handle, start + size, static_cast<int64_t>(length - size), scope);
+    }
     return static_cast<uint32_t>(start);
 }
 

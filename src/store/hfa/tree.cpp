@@ -4,6 +4,7 @@
 #include "store/hfa/bytes.h"
 
 #include <cstring>
+#include <optional>
 
 namespace emantle::hfa {
 
@@ -89,12 +90,14 @@ private:
     std::size_t size_;
 };
 
-/* Whether the entry at a position is the child of that name. */
+/* Whether the entry at a position is the child of that name, of a length that a name can have. */
 bool isChildNamed(Handle& handle, uint32_t position, uint32_t parent, std::string_view name, EerrException& scope)
 {
     EntryBytes scratch;
     const unsigned char* entry = entryBytes(handle, position, scratch, scope);
-    return entry != nullptr && decoded32(entry + kAtParent) == parent && nameIn(entry) == name;
+    return entry != nullptr && decoded32(entry + kAtParent) == parent &&
+           std::memcmp(entry + kAtName, name.data(), name.size()) == 0 &&
+           (name.size() == EHFA_NAME_MAX || entry[kAtName + name.size()] == '\0');
 }
 
 /* Makes known the children behind the last known one, up to the first of `name` or to the end. */
@@ -103,6 +106,7 @@ uint32_t learnUpTo(Handle& handle, Children::Family& family, uint32_t parent, ui
 {
     EntryBytes scratch;
     EntryBytes lastScratch;
+    const uint32_t wanted = Children::Family::hashOf(name);
     uint32_t position = firstChild;
     if (family.last != 0) {
         const unsigned char* entry = entryBytes(handle, family.last, lastScratch, scope);
@@ -118,11 +122,12 @@ uint32_t learnUpTo(Handle& handle, Children::Family& family, uint32_t parent, ui
             break;
         }
         const uint32_t next = decoded32(entry + kAtNext);
-        const std::string_view its = nameIn(entry);
-        const bool found = its == name;
-        family.add(its, position, [&](uint32_t other) {
-            const Name own(its); /* the look at the other may take the place of these bytes */
-            return isChildNamed(handle, other, parent, own.text(), scope);
+        const uint32_t hash = Children::Family::hashOfField<EHFA_NAME_MAX + 1>(entry + kAtName);
+        const bool found = hash == wanted && nameIn(entry) == name;
+        std::optional<Name> own; /* a look at another entry may take the place of these bytes */
+        family.addHashed(hash, position, [&](uint32_t other) {
+            own = own ? own : Name(nameIn(entry));
+            return isChildNamed(handle, other, parent, own->text(), scope);
         });
         family.last = position;
         if (found) {
@@ -212,6 +217,7 @@ void noteRenamed(Handle& handle, const char* from, EerrException& scope)
 {
     const Ehfa_Entry& entry = handle.currentEntry;
     Children::Family* family = handle.children.find(entry.parent);
+    handle.children.forgetWalk();
     if (family != nullptr && family->hasTwins) {
         handle.children.forget(entry.parent);
     } else if (family != nullptr && family->remove(from, handle.entryPtr)) {
@@ -230,6 +236,26 @@ void goToRoot(Handle& handle, EerrException& scope)
     showPath(handle);
     handle.entryPtr = handle.rootEntryPtr;
     takeEntry(handle, handle.rootEntryPtr, root, handle.currentEntry);
+}
+
+bool walkAgain(Handle& handle, const char* path, EerrException& scope)
+{
+    const Children::Walk* walk = handle.mended.empty() ? handle.children.walkOf(path) : nullptr;
+    if (walk == nullptr) {
+        return false;
+    }
+    EntryBytes scratch;
+    const unsigned char* entry = entryBytes(handle, walk->position, scratch, scope);
+    const std::string_view text = walk->path.text();
+    const std::size_t start = walk->path.parentLength();
+    if (entry == nullptr || nameIn(entry) != text.substr(start, text.size() - 1 - start)) {
+        return false;
+    }
+    handle.pathOfCurrent = walk->path;
+    showPath(handle);
+    handle.entryPtr = walk->position;
+    takeEntry(handle, walk->position, entry, handle.currentEntry);
+    return true;
 }
 
 bool goToNext(Handle& handle, EerrException& scope)
@@ -351,14 +377,19 @@ bool goForwardToType(Handle& handle, const char* type, EerrException& scope)
     return goForward(handle, scope, [&](const Ehfa_Entry& entry) { return std::strcmp(entry.type, type) == 0; });
 }
 
-bool goToLastChild(Handle& handle, EerrException& scope)
+uint32_t lastChildOf(Handle& handle, EerrException& scope)
 {
     const uint32_t parent = handle.entryPtr;
     Children::Family& family = handle.children.of(parent);
     if (!family.isComplete) {
         learnUpTo(handle, family, parent, handle.currentEntry.child, kNoName, scope);
     }
-    return enterChild(handle, family.last, scope);
+    return family.last;
+}
+
+bool goToLastChild(Handle& handle, EerrException& scope)
+{
+    return enterChild(handle, lastChildOf(handle, scope), scope);
 }
 
 bool stepToChild(Handle& handle, std::string_view name, EerrException& scope)

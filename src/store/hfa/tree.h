@@ -49,7 +49,8 @@ bool goToDepthNext(Handle& handle, uint32_t top, EerrException& scope);
 bool goForwardToName(Handle& handle, const char* name, EerrException& scope);
 bool goForwardToType(Handle& handle, const char* type, EerrException& scope);
 
-/* To the last child, of those that lie in one chain from the first one on; false where there is none. */
+/* The last child, of those that lie in one chain from the first one on, and the step to it; 0, or false, for none. */
+uint32_t lastChildOf(Handle& handle, EerrException& scope);
 bool goToLastChild(Handle& handle, EerrException& scope);
 
 /* To the first child of that name; false stays where it is. */
@@ -59,10 +60,13 @@ bool stepToChild(Handle& handle, std::string_view name, EerrException& scope);
 bool goToSibling(Handle& handle, const char* name, EerrException& scope);
 bool goToChildNamed(Handle& handle, const char* name, EerrException& scope);
 
-/* By path; false leaves the last part found. */
+/* Where the last walk from the root has led, if it was that path; false for another one. */
+bool walkAgain(Handle& handle, const char* path, EerrException& scope);
+
 /* Moves the position of the file behind free blocks and the dictionary, where it lies at one. */
 void passGaps(Handle& handle, EerrException& scope);
 
+/* By path; false leaves the last part found. */
 bool goToPath(Handle& handle, const char* path, EerrException& scope);
 
 /* ehfa_EntrySeek without its edge. */

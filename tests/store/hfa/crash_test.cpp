@@ -301,6 +301,29 @@ TEST_F(ACrash, AtAnyMomentLeavesTheStoreBeforeOrAfterTheCall)
     EXPECT_EQ(lost_, 0);
 }
 
+/* Memory for the pages of a large file comes in blocks of several megabytes, so that one change can span many of them. */
+TEST_F(ACrash, LeavesEveryByteOfALongChangeOrNone)
+{
+    create();
+    add(file_, ":", "Long", 5000000);
+    ehfa_FileFlush(file_, expected());
+    const Contents before = contentsOf(file_);
+    const Bytes plain = bytesOf(name_);
+    std::vector<std::byte> bytes(plain.size());
+    std::memcpy(bytes.data(), plain.data(), plain.size());
+    std::vector<RecordedWrite> writes;
+    {
+        WriteRecorder recorder(name_);
+        rewrite(file_, ":Long", 5000000, 'l');
+        writes = recorder.writes();
+    }
+    const Contents after = contentsOf(file_);
+    for (std::size_t count = 0; count <= writes.size(); ++count) {
+        const std::vector<RecordedWrite> prefix(writes.begin(), writes.begin() + static_cast<long>(count));
+        ASSERT_TRUE(holds(afterWrites(bytes, prefix), before, after)) << "after write " << count;
+    }
+}
+
 /* Without the designs: a handle has those that no flush has written yet. */
 Contents entriesOf(Contents contents)
 {
