@@ -49,6 +49,9 @@ public:
 
     /* Gives back what a change that was not made left behind the end of the file. */
     void trim(Handle& handle, EerrException& scope);
+    /* Sees to it that the file grows by zeros: what a failure left behind its end, because even that could not be given
+     * back, goes first. */
+    void clearBehindEnd(Handle& handle, EerrException& scope);
 
 private:
     static constexpr uint32_t kFillSize = 16; /* of the part of the gap that leads to bytes being filled */
