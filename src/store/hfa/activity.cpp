@@ -67,7 +67,9 @@ void takeNews(Handle& handle, EerrException& scope)
     for (const Emif_Design* design = old->first; design != nullptr; design = design->next) {
         checked(scope, emif_DictionaryAddDesign(handle.dictionary, design, scope), "emif_DictionaryAddDesign failed");
     }
-    handle.dictionary->changed = changed != 0 ? handle.dictionary->changed : 0;
+    if (changed == 0) {
+        holdBackDesigns(handle);
+    }
     if (!goToPath(handle, path.c_str(), scope)) {
         goToRoot(handle, scope);
     }
@@ -136,6 +138,12 @@ void undoStep(Handle& handle) noexcept
 
 }  // namespace
 
+void holdBackDesigns(Handle& handle) noexcept
+{
+    handle.designsHeldBack = handle.designsHeldBack || handle.dictionary->changed != 0;
+    handle.dictionary->changed = 0;
+}
+
 void commit(Handle& handle, EerrException& scope)
 {
     if (handle.readOnly != 0) {
@@ -143,6 +151,9 @@ void commit(Handle& handle, EerrException& scope)
     }
     /* No object without its design. */
     if (handle.pages.changedBytes() > 0) {
+        if (handle.dictionary != nullptr && std::exchange(handle.designsHeldBack, false)) {
+            handle.dictionary->changed = 1;
+        }
         writeOwnDictionary(handle, scope);
     }
     Path path = handle.pathOfCurrent;

@@ -33,6 +33,10 @@ void commit(Handle& handle, EerrException& scope);
 /* The same for a handle that may hold changes back, unless it is within a call. */
 void commitGathered(Handle& handle, EerrException& scope);
 
+/* Takes the mark of a change off the dictionary: designs that were added for reading do not make the file dirty. They go to
+ * the file with its next change. */
+void holdBackDesigns(Handle& handle) noexcept;
+
 /* Counts a change, of which the end of the call tells. */
 inline void noteChange(Handle& handle)
 {

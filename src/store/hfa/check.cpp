@@ -257,6 +257,10 @@ void Checker::checkFreeList()
         ++totals_.freeBlocks;
         claim(EHFA_BLOCK_FREE, block.position, block.size, "Ehfa_FreeListNode");
     });
+    /* What the dictionary has moved out of is free with the next flush. */
+    if (handle_.oldDictionary.size > 0) {
+        claim(EHFA_BLOCK_FREE, handle_.oldDictionary.position, handle_.oldDictionary.size, "");
+    }
     if (handle_.freeBlocks.isDamaged()) {
         const FreeBlock last = handle_.freeBlocks.last();
         const uint32_t place = last.size == 0 ? handle_.headerPtr : last.position;

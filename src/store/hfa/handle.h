@@ -62,6 +62,7 @@ struct Handle : Ehfa_File {
     int gathering = 0;           /* not 0: changes stay in memory beyond the call that makes them */
     bool isBroken = false;       /* a call within the present one failed half-way */
     bool headerHeldBack = false; /* the file's record lags behind this one */
+    bool designsHeldBack = false; /* the dictionary has designs that go to the file with the next change only */
     FreeBlock oldDictionary{};   /* what the dictionary has moved out of and is not free yet; all 0 for none */
     uint32_t cursor = 0;         /* where a read without a position goes on */
     WriterLock lock;

@@ -95,6 +95,7 @@ void readHeader(Handle& handle, EerrException& scope)
     emif_DictionaryDestroy(handle.dictionary);
     handle.dictionary = read;
     handle.dictionary->changed = 0;
+    handle.designsHeldBack = false;
     handle.dictionaryLength = length;
 }
 

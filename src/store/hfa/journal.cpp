@@ -297,6 +297,19 @@ void Journal::trim(Handle& handle, EerrException& scope)
     }
 }
 
+void Journal::clearBehindEnd(Handle& handle, EerrException& scope)
+{
+    const uint64_t end = std::max<uint64_t>(committedEnd_, handle.fileEnd);
+    const uint64_t onDisk = handle.pages.onDisk();
+    if (onDisk <= end) {
+        return;
+    }
+    tidy(handle, scope);
+    trim(handle, scope);
+    handle.pages.hide(end, onDisk); /* the pages may have read it */
+    handle.pages.hide(0, 0);
+}
+
 bool Journal::writeMuchAtOnce(Handle& handle, uint64_t position, const void* bytes, std::size_t size, EerrException& scope)
 {
     const bool isNew = position >= std::max<uint64_t>(committedEnd_, handle.step.fileEnd) ||

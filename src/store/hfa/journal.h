@@ -62,6 +62,9 @@ public:
 
     /* Gives back what a change that was not made left behind the end of the file. */
     void trim(Handle& handle, EerrException& scope);
+    /* Sees to it that the file grows by zeros: what a failure left behind its end, because even that could not be given
+     * back, goes first. */
+    void clearBehindEnd(Handle& handle, EerrException& scope);
 
 private:
     /* From this size on bytes do not pass through the pages on their way to new space. */

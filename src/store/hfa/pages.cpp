@@ -17,7 +17,7 @@ namespace emantle::hfa {
 
 namespace {
 
-/* Large slabs of handles that were closed, for the next one: memory that the kernel need not clear anew. */
+/* Slabs of one size of handles that were closed, for the next one: memory that the kernel need not clear anew. */
 class IdleSlabs {
 public:
     unsigned char* take() noexcept
@@ -41,10 +41,10 @@ private:
     std::size_t count_ = 0;
 };
 
-IdleSlabs& idleSlabs()
+IdleSlabs& idleSlabs(bool areLarge)
 {
-    static auto* const slabs = new IdleSlabs; /* handles may be closed while the process ends */
-    return *slabs;
+    static auto* const slabs = new IdleSlabs[2]; /* handles may be closed while the process ends */
+    return slabs[areLarge ? 1 : 0];
 }
 
 }  // namespace
@@ -80,7 +80,7 @@ void Pages::Marks::clearFrom(uint32_t first)
 
 void Pages::Slabs::Release::operator()(unsigned char* slab) const noexcept
 {
-    if (size < kLarge || !idleSlabs().put(slab)) {
+    if (!idleSlabs(size == kLarge).put(slab)) {
         ::operator delete(slab, std::align_val_t{size < kLarge ? std::size_t{kPage} : kLarge});
     }
 }
@@ -91,7 +91,7 @@ unsigned char* Pages::Slabs::take()
     if (left_ == 0) {
         const Release release{slabs_.size() < kSingle ? std::size_t{kChunk} : kLarge};
         slabs_.reserve(slabs_.size() + 1);
-        unsigned char* slab = release.size == kLarge ? idleSlabs().take() : nullptr;
+        unsigned char* slab = idleSlabs(release.size == kLarge).take();
         if (slab == nullptr) {
             const auto alignment = release.size == kLarge ? kLarge : std::size_t{kPage};
             slab = static_cast<unsigned char*>(::operator new(release.size, std::align_val_t{alignment}));

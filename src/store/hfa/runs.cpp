@@ -70,7 +70,7 @@ std::vector<Run> blockStoreRuns(Handle& handle, const unsigned char* data, std::
     const std::vector<int64_t> counts = levelsOf(blockCount, perBlock);
     std::vector<Run> runs;
     std::vector<uint32_t> level{root};
-    std::vector<unsigned char> index(static_cast<std::size_t>(blockSize));
+    std::vector<unsigned char> index;
     for (std::size_t below = counts.size() - 1; below-- > 0;) {
         std::vector<uint32_t> next;
         for (const uint32_t position : level) {
@@ -80,6 +80,7 @@ std::vector<Run> blockStoreRuns(Handle& handle, const unsigned char* data, std::
                 return runs;
             }
             runs.push_back({position, blockSize});
+            index.resize(static_cast<std::size_t>(blockSize));
             readBytes(handle, position, index.data(), index.size(), scope);
             for (int64_t i = 0; i < perBlock && static_cast<int64_t>(next.size()) < counts[below]; ++i) {
                 next.push_back(decoded32(index.data() + 4 * i));

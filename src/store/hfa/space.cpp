@@ -59,6 +59,7 @@ uint32_t allocateBlock(Handle& handle, int64_t wanted, EerrException& scope)
         asFunction(scope, "freeListItemRemove", "freeListItemRemove failed", [&] { list.remove(handle, tail); });
     }
     if (start + length > handle.fileEnd) {
+        handle.journal.clearBehindEnd(handle, scope);
         if (start == handle.fileEnd) {
             handle.journal.noteAllocated(start, size);
         }

@@ -11,7 +11,7 @@ namespace {
 
 /* A text that names designs by `o`, or holds a `b`, yields more than it spells out: each design inside is a copy. What a
  * text yields is held against its length, so that a short text cannot take the machine's memory. */
-constexpr int64_t kWeightAtStart = 4096;
+constexpr int64_t kWeightAtStart = 512;
 constexpr int64_t kWeightPerCharacter = 8;
 constexpr int64_t kMostWeight = int64_t{1} << 20;
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "store/hfa/activity.h"
 #include "store/mif/fetch.h"
 
-#include <cstdint>
 #include <emantle/store/ehfa/file.h>
 
 namespace emantle::tables {
@@ -10,17 +10,22 @@ namespace emantle::tables {
 /* The dictionary of the designs of tables, columns and bin functions. */
 extern mif::OwnDictionary ownDictionary;
 
-/* Puts a store's dictionary mark back as it was: designs that are added for reading do not make the file dirty. */
+/* Designs that are added for reading do not make the file dirty; they go to it with the next change. */
 class UnchangedDictionary {
 public:
-    explicit UnchangedDictionary(Ehfa_File& file) noexcept : file_(file), changed_(file.dictionary->changed) {}
-    ~UnchangedDictionary() { file_.dictionary->changed = changed_; }
+    explicit UnchangedDictionary(Ehfa_File& file) noexcept : file_(file), wasChanged_(file.dictionary->changed != 0) {}
+    ~UnchangedDictionary()
+    {
+        if (!wasChanged_) {
+            hfa::holdBackDesigns(hfa::opened(&file_));
+        }
+    }
     UnchangedDictionary(const UnchangedDictionary&) = delete;
     UnchangedDictionary& operator=(const UnchangedDictionary&) = delete;
 
 private:
     Ehfa_File& file_;
-    std::int32_t changed_;
+    bool wasChanged_;
 };
 
 }  // namespace emantle::tables

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <optional>
 #include <random>
+#include <set>
 
 namespace {
 
@@ -110,12 +111,18 @@ TEST_F(BlockStoreCrashes, LeaveTheStreamAsItWasBehindSomeCall)
     std::vector<std::byte> bytes = start;
     for (std::size_t prefix = 0; prefix <= writes.size() && !HasFailure(); ++prefix) {
         if (prefix > 0) {
-            /* A torn write first: its halves. */
-            if (writes[prefix - 1].bytes.size() > 1) {
+            /* A torn write first: cut at each 512 bytes and in its middle. */
+            const std::size_t whole = writes[prefix - 1].bytes.size();
+            std::set<std::size_t> cuts{whole / 2};
+            for (std::size_t cut = 512; cut < whole; cut += 512) {
+                cuts.insert(cut);
+            }
+            for (const std::size_t cut : cuts) {
                 RecordedWrite torn = writes[prefix - 1];
-                torn.bytes.resize(torn.bytes.size() / 2);
-                const auto stream = streamIn(afterWrites(bytes, {&torn, 1}));
-                EXPECT_NE(std::find(states.begin() + static_cast<std::ptrdiff_t>(state), states.end(), stream), states.end()) << "torn at " << prefix << ", " << torn.bytes.size() << " bytes at " << torn.offset << ": " << stateOf(states, stream);
+                torn.bytes.resize(cut);
+                const auto stream = cut > 0 ? streamIn(afterWrites(bytes, {&torn, 1})) : states[state];
+                ASSERT_NE(std::find(states.begin() + static_cast<std::ptrdiff_t>(state), states.end(), stream), states.end())
+                    << "torn at " << prefix << ", " << cut << " bytes at " << torn.offset << ": " << stateOf(states, stream);
             }
             bytes = afterWrites(std::move(bytes), {&writes[prefix - 1], 1});
         }

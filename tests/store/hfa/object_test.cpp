@@ -2,6 +2,8 @@
 
 #include "support/captured_stderr.h"
 
+#include <emantle/tables/edsc/hfa.h>
+
 namespace {
 
 class Objects : public StoreTest {
@@ -269,6 +271,44 @@ TEST_F(Objects, AreListedWithTheirDataAndThoseOfColumns)
     EXPECT_TRUE(printed.ends_with(":A:col: (Edsc_Column Object)\n (last modified Fri Jan  2 00:00:00 1970)\n"
                                   "col[0] = \"ab\"\ncol[1] = \"wxyz\"\n"))
         << printed;
+}
+
+/* Looking for a table adds its designs to the dictionary in memory, and leaves the file alone. */
+TEST_F(Objects, OfDesignsThatWereAddedForReadingBringThemToTheFile)
+{
+    create();
+    ehfa_FileFlush(file_, expected());
+    const Bytes before = bytesOf(name_);
+    void* table = nullptr;
+    EXPECT_EQ(edsc_HFATableOpen(file_, "Table", &table, expected()), 0);
+    EXPECT_EQ(table, nullptr);
+    ehfa_FileFlush(file_, expected());
+    EXPECT_EQ(bytesOf(name_), before);
+    EXPECT_EQ(edsc_HFATableCreate(file_, "Table", 10, &table, expected()), 0);
+    edsc_HFATableClose(table, expected());
+    close();
+    open("r");
+    ASSERT_EQ(paths(), (std::vector<std::string>{":", ":Table:"}));
+    EXPECT_NE(emif_FindDesignByName(file_->dictionary, "Edsc_Table", expected()), nullptr);
+}
+
+TEST_F(Objects, OfANewDesignLoseNothingToTheOldDictionary)
+{
+    create();
+    ehfa_FileFlush(file_, expected());
+    emif_DictionaryAddDesign(file_->dictionary, sampleDesign(), expected());
+    char text[] = "text";
+    Sample sample{1, 2.0, {5, text}};
+    ehfa_ObjectWrite(file_, ":", "Sample", "Sample", EHFA_WRITE_LAST_CHILD, &sample, sampleDesign(), expected());
+    Ehfa_CheckTotals totals;
+    ehfa_FileCheck(file_, nullptr, nullptr, &totals, expected());
+    EXPECT_EQ(totals.lost, 0);
+    EXPECT_EQ(totals.findings, 0);
+    const int64_t free = totals.free;
+    ehfa_FileFlush(file_, expected());
+    ehfa_FileCheck(file_, nullptr, nullptr, &totals, expected());
+    EXPECT_EQ(totals.lost, 0);
+    EXPECT_EQ(totals.free, free);
 }
 
 }  // namespace
