@@ -160,15 +160,15 @@ void writeEntry(Handle& handle, uint32_t position, const Ehfa_Entry& entry, Eerr
     }
 }
 
-void writeLink(Handle& handle, uint32_t position, const Ehfa_Entry& entry, uint32_t Ehfa_Entry::*link, EerrException& scope)
+void writeLink(Handle& handle, uint32_t position, Link link, uint32_t target, EerrException& scope)
 {
-    if (!handle.mended.empty()) {
+    Ehfa_Entry entry;
+    if (!handle.mended.empty() && readEntry(handle, position, entry, scope)) {
+        entry.*link = target;
         writeEntry(handle, position, entry, scope);
-        return;
+    } else {
+        writeBytes(handle, position + offsetOf(link), &target, sizeof target, scope);
     }
-    const uint32_t& value = entry.*link;
-    const auto offset = static_cast<uint32_t>(reinterpret_cast<const char*>(&value) - reinterpret_cast<const char*>(&entry));
-    writeBytes(handle, position + offset, &value, sizeof value, scope);
 }
 
 uint32_t entryBlockSize(const Handle& handle)

@@ -103,8 +103,16 @@ inline void takeEntry(const Handle& handle, uint32_t position, const unsigned ch
 /* The entry at a position; false where no entry can be. */
 bool readEntry(Handle& handle, uint32_t position, Ehfa_Entry& entry, EerrException& scope);
 void writeEntry(Handle& handle, uint32_t position, const Ehfa_Entry& entry, EerrException& scope);
-/* Writes `entry`, of which only a link differs from what lies at the position. */
-void writeLink(Handle& handle, uint32_t position, const Ehfa_Entry& entry, uint32_t Ehfa_Entry::*link, EerrException& scope);
+
+/* A link of the entry at a position, which entryBytes gave, and the writing of one. */
+using Link = uint32_t Ehfa_Entry::*;
+inline uint32_t offsetOf(Link link)
+{
+    static constexpr Ehfa_Entry entry{};
+    return static_cast<uint32_t>(reinterpret_cast<const char*>(&(entry.*link)) - reinterpret_cast<const char*>(&entry));
+}
+inline uint32_t linkIn(const unsigned char* entry, Link link) { return decoded32(entry + offsetOf(link)); }
+void writeLink(Handle& handle, uint32_t position, Link link, uint32_t target, EerrException& scope);
 
 /* Bytes of the block that an entry lies in. */
 uint32_t entryBlockSize(const Handle& handle);

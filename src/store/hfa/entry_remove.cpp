@@ -14,17 +14,18 @@ namespace emantle::hfa {
 namespace {
 
 /* Sets a link of a neighbour, where that neighbour's link leads here. */
-void relink(Handle& handle, uint32_t neighbour, uint32_t Ehfa_Entry::*link, uint32_t from, uint32_t to,
-            EerrException& scope)
+void relink(Handle& handle, uint32_t neighbour, Link link, uint32_t from, uint32_t to, EerrException& scope)
 {
-    Ehfa_Entry entry{};
-    if (!readEntry(handle, neighbour, entry, scope) || entry.*link != from) {
+    EntryBytes scratch;
+    const unsigned char* bytes = entryBytes(handle, neighbour, scratch, scope);
+    if (bytes == nullptr || linkIn(bytes, link) != from) {
+        Ehfa_Entry entry{};
+        readEntry(handle, neighbour, entry, scope);
         warn("ehfa_EntryDelete", "Corrupt sibling entry (%s) of %s detected", entry.name, handle.currentEntry.name);
         return;
     }
-    entry.*link = to;
     asFunction(scope, "ehfa_WriteEntry", "ehfa_WriteCurrentEntry failed",
-               [&] { writeLink(handle, neighbour, entry, link, scope); });
+               [&] { writeLink(handle, neighbour, link, to, scope); });
 }
 
 /* Takes the current entry out from between its neighbours. */

@@ -34,10 +34,10 @@ void put(Handle& handle, uint32_t position, const Ehfa_Entry& entry, EerrExcepti
                [&] { writeEntry(handle, position, entry, scope); });
 }
 
-void putLink(Handle& handle, uint32_t position, const Ehfa_Entry& entry, uint32_t Ehfa_Entry::*link, EerrException& scope)
+void putLink(Handle& handle, uint32_t position, Link link, uint32_t target, EerrException& scope)
 {
     asFunction(scope, "ehfa_WriteEntry", "ehfa_WriteCurrentEntry failed",
-               [&] { writeLink(handle, position, entry, link, scope); });
+               [&] { writeLink(handle, position, link, target, scope); });
 }
 
 /* What a new entry is to be. */
@@ -121,12 +121,10 @@ void insertAfter(Handle& handle, const Wanted& wanted, EerrException& scope)
     Ehfa_Entry entry = freshEntry(wanted, handle.currentEntry.modTime);
     /* A next sibling that does not link back is dropped by the look at it. */
     uint32_t nextPosition = 0;
-    Ehfa_Entry next{};
     if (handle.currentEntry.next != 0) {
         Cursor before = cursorOf(handle);
         if (goToNext(handle, scope)) {
             nextPosition = handle.entryPtr;
-            next = handle.currentEntry;
             restore(handle, std::move(before));
         }
     }
@@ -135,12 +133,9 @@ void insertAfter(Handle& handle, const Wanted& wanted, EerrException& scope)
     entry.prev = handle.entryPtr;
     entry.parent = handle.currentEntry.parent;
     putNew(handle, position, entry, wanted, scope);
-    Ehfa_Entry current = handle.currentEntry;
-    current.next = position;
-    putLink(handle, handle.entryPtr, current, &Ehfa_Entry::next, scope);
+    putLink(handle, handle.entryPtr, &Ehfa_Entry::next, position, scope);
     if (nextPosition != 0) {
-        next.prev = position;
-        putLink(handle, nextPosition, next, &Ehfa_Entry::prev, scope);
+        putLink(handle, nextPosition, &Ehfa_Entry::prev, position, scope);
     }
     becomeCurrent(handle, position, entry, true, scope);
 }
@@ -157,12 +152,8 @@ void insertBefore(Handle& handle, const Wanted& wanted, EerrException& scope)
     entry.prev = handle.currentEntry.prev;
     entry.parent = handle.currentEntry.parent;
     putNew(handle, position, entry, wanted, scope);
-    const auto link = handle.currentEntry.prev != 0 ? &Ehfa_Entry::next : &Ehfa_Entry::child;
-    before.*link = position;
-    putLink(handle, beforePosition, before, link, scope);
-    Ehfa_Entry current = handle.currentEntry;
-    current.prev = position;
-    putLink(handle, handle.entryPtr, current, &Ehfa_Entry::prev, scope);
+    putLink(handle, beforePosition, handle.currentEntry.prev != 0 ? &Ehfa_Entry::next : &Ehfa_Entry::child, position, scope);
+    putLink(handle, handle.entryPtr, &Ehfa_Entry::prev, position, scope);
     becomeCurrent(handle, position, entry, true, scope);
 }
 
@@ -174,9 +165,7 @@ void addOnlyChild(Handle& handle, const Wanted& wanted, EerrException& scope)
     const uint32_t position = newBlock(handle, scope);
     entry.parent = handle.entryPtr;
     putNew(handle, position, entry, wanted, scope);
-    Ehfa_Entry current = handle.currentEntry;
-    current.child = position;
-    putLink(handle, handle.entryPtr, current, &Ehfa_Entry::child, scope);
+    putLink(handle, handle.entryPtr, &Ehfa_Entry::child, position, scope);
     becomeCurrent(handle, position, entry, false, scope);
 }
 
@@ -194,8 +183,7 @@ bool appendChild(Handle& handle, const Wanted& wanted, EerrException& scope)
     entry.prev = last;
     entry.parent = handle.entryPtr;
     putNew(handle, position, entry, wanted, scope);
-    before.next = position;
-    putLink(handle, last, before, &Ehfa_Entry::next, scope);
+    putLink(handle, last, &Ehfa_Entry::next, position, scope);
     becomeCurrent(handle, position, entry, false, scope);
     return true;
 }
