@@ -63,6 +63,12 @@ inline Doubles withSignOf(Doubles x, Doubles sign) { return ofBits(bitsOf(x) ^ (
 
 #if EMANTLE_OF_TARGET(LANES) == 8
 
+inline Doubles squareRoot(Doubles x) { return _mm512_maskz_sqrt_pd(0xFF, x); }
+/* The upper twelve bits as a number with a sign. */
+inline Doubles signedTop(Words word)
+{
+    return _mm512_cvtepi64_pd(_mm512_maskz_srai_epi64(0xFF, __builtin_bit_cast(__m512i, word), 52));
+}
 inline Doubles fma(Doubles a, Doubles b, Doubles c) { return _mm512_fmadd_pd(a, b, c); }
 inline Doubles ifOdd(Words word, Doubles odd, Doubles even)
 {
@@ -84,6 +90,11 @@ inline Doubles lookUp(const double (&table)[32], Words index)
 
 #else
 
+inline Doubles squareRoot(Doubles x) { return _mm256_sqrt_pd(x); }
+inline Doubles signedTop(Words word)
+{
+    return ofBits(((word + kSign) >> 52) | 0x4330000000000000) - (0x1p52 + 2048);
+}
 inline Doubles fma(Doubles a, Doubles b, Doubles c) { return _mm256_fmadd_pd(a, b, c); }
 inline Doubles ifOdd(Words word, Doubles odd, Doubles even)
 {
@@ -99,6 +110,30 @@ inline Doubles lookUp(const double (&table)[size], Words index)
 
 /* Added to a number of up to 2^51 it leaves the nearest whole number in the low bits. */
 inline constexpr double kToWhole = 0x1.8p52;
+
+/* The sum of two numbers, the second of which is a correction. */
+struct Pair {
+    Doubles high;
+    Doubles low;
+};
+
+/* The sum of numbers of which the first is the larger one or 0. */
+inline Pair sumOf(Doubles a, Doubles b)
+{
+    const Doubles sum = a + b;
+    return {sum, a - sum + b};
+}
+
+/* By one division, mended by what the quotient leaves. */
+inline Doubles quotientOf(Pair a, Pair b)
+{
+    const Pair over = sumOf(a.high, a.low);
+    const Pair by = sumOf(b.high, b.low);
+    const Doubles inverse = 1 / by.high;
+    const Doubles quotient = over.high * inverse;
+    const Doubles left = fma(-quotient, by.high, over.high) + fma(-quotient, by.low, over.low);
+    return fma(left, inverse, quotient);
+}
 
 #endif
 

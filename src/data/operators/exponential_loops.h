@@ -3,19 +3,6 @@
 
 namespace emantle::EMANTLE_TARGET {
 
-/* The sum of two numbers, the second of which is a correction. */
-struct Pair {
-    Doubles high;
-    Doubles low;
-};
-
-/* The sum of numbers of which the first is the larger one or 0. */
-inline Pair sumOf(Doubles a, Doubles b)
-{
-    const Doubles sum = a + b;
-    return {sum, a - sum + b};
-}
-
 /* Up to here e^x and its inverse are neither infinite nor of reduced precision. */
 inline constexpr double kMostExponent = 708;
 
@@ -62,74 +49,135 @@ inline Doubles exponential(Doubles x)
     return exponentialOf(x, Doubles{});
 }
 
-/* ln(1 + r) - r + r^2 / 2 over r^3, for numbers up to 1 / 60. */
+/* Positive normal numbers. */
+inline constexpr double kLeastBase = 0x1p-1022;
+inline constexpr double kMostBase = 0x1.fffffffffffffp1023;
+
+/* Such a number is a power of 2 times z, and z times an inverse from the table is 1 + rest, without loss. */
+struct Reduced {
+    Doubles exponent;
+    Words scale; /* the bits by which x is larger than z */
+    Words index; /* in the low bits */
+    Doubles inverse;
+    Pair rest;
+};
+
+inline Reduced reduced(Doubles x)
+{
+    constexpr std::uint64_t least = 0x3FE7C00000000000; /* 1.484375 / 2, in the middle between two entries */
+    const Words above = bitsOf(x) - least;
+    const Words scale = above & 0xFFF0000000000000;
+    const Words index = (bitsOf(x) + (std::uint64_t{1} << 46)) >> 47;
+    const Doubles z = ofBits(bitsOf(x) - scale);
+    const Doubles inverse = lookUp(function_tables::kInverses, index);
+    const Doubles product = z * inverse;
+    return {signedTop(above), scale, index, inverse, {product - 1, fma(z, inverse, -product)}};
+}
+
+/* What the power of 2 and the inverse add to the logarithm: the first part, and its sum with the rest, are exact. */
+inline Pair logarithmOfScale(const Reduced& x)
+{
+    constexpr double high = 0x1.62e42fefa38p-1;
+    constexpr double low = 0x1.ef35793c7673p-45;
+    return {fma(x.exponent, all(high), lookUp(function_tables::kLogarithms, x.index)),
+            fma(x.exponent, all(low), lookUp(function_tables::kLogarithmRests, x.index))};
+}
+
+/* The rest is at most 1 / 60, for which the series ends at the ninth power. */
+inline Doubles logarithm(Doubles x)
+{
+    const Reduced parts = reduced(x);
+    const Pair scale = logarithmOfScale(parts);
+    const Doubles r = parts.rest.high;
+    const Doubles square = r * r;
+    const Doubles a = fma(r, all(1.0 / 3), all(-1.0 / 2));
+    const Doubles b = fma(r, all(1.0 / 5), all(-1.0 / 4));
+    const Doubles c = fma(r, all(1.0 / 7), all(-1.0 / 6));
+    const Doubles d = fma(r, all(1.0 / 9), all(-1.0 / 8));
+    const Doubles series = fma(square * square, fma(square, d, c), fma(square, b, a));
+    const Pair linear = sumOf(scale.high, r);
+    return linear.high + fma(square, series, linear.low + (scale.low + parts.rest.low));
+}
+
+/* ln(1 + r) - r + r^2 / 2 over r^3. */
 inline Doubles logarithmSeries(Doubles r, Doubles square)
 {
     const Doubles a = fma(r, all(-1.0 / 4), all(1.0 / 3));
     const Doubles b = fma(r, all(-1.0 / 6), all(1.0 / 5));
     const Doubles c = fma(r, all(-1.0 / 8), all(1.0 / 7));
     const Doubles d = fma(r, all(-1.0 / 10), all(1.0 / 9));
-    const Doubles fourth = square * square;
     const Doubles last = fma(square, all(1.0 / 11), d);
-    return fma(fourth, fma(square, last, c), fma(square, b, a));
+    return fma(square * square, fma(square, last, c), fma(square, b, a));
 }
 
-/* Positive normal numbers. */
-inline constexpr double kLeastBase = 0x1p-1022;
-inline constexpr double kMostBase = 0x1.fffffffffffffp1023;
-
-/* The logarithm of such numbers to some 65 bits: x is a power of 2 times z, z times an inverse from the table
- * is 1 + r, and all but the series is summed with what rounding takes. */
-inline Pair logarithmOf(Doubles x)
+/* The logarithm to some 65 bits: all but the series is summed with what rounding takes. */
+inline Pair wideLogarithm(const Reduced& parts)
 {
-    constexpr std::uint64_t least = 0x3FE7C00000000000; /* 1.484375 / 2, in the middle between two entries */
-    constexpr double ln2High = 0x1.62e42fefa38p-1;
-    constexpr double ln2Low = 0x1.ef35793c7673p-45;
-    const Words above = bitsOf(x) - least;
-    const Words exponent = (above + kSign) >> 52;
-    const Doubles k = ofBits(exponent | 0x4330000000000000) - (0x1p52 + 2048);
-    const Doubles z = ofBits(bitsOf(x) - (above & 0xFFF0000000000000));
-    const Words index = (bitsOf(z) + (std::uint64_t{1} << 46)) >> 47;
-
-    const Doubles inverse = lookUp(function_tables::kInverses, index);
-    const Doubles product = z * inverse;
-    const Doubles productLow = fma(z, inverse, -product);
-    const Doubles r = product - 1;
+    const Pair scale = logarithmOfScale(parts);
+    const Doubles r = parts.rest.high;
     const Doubles square = r * r;
-    const Doubles tableLow = fma(k, all(ln2Low), lookUp(function_tables::kLogarithmRests, index));
-    const Doubles low = tableLow + fma(productLow, square - r, productLow);
-
-    const Pair linear = sumOf(fma(k, all(ln2High), lookUp(function_tables::kLogarithms, index)), r);
+    const Doubles low = scale.low + fma(parts.rest.low, square - r, parts.rest.low);
+    const Pair linear = sumOf(scale.high, r);
     const Doubles half = r * -0.5;
     const Doubles quadratic = r * half;
     const Pair sum = sumOf(linear.high, quadratic);
     const Doubles cubic = r * square * logarithmSeries(r, square);
-    return {sum.high, cubic + (fma(r, half, -quadratic) + linear.low + sum.low + low)};
+    return sumOf(sum.high, cubic + (fma(r, half, -quadratic) + linear.low + sum.low + low));
 }
 
-inline Doubles logarithm(Doubles x)
+inline Pair wideLogarithm(Pair x)
 {
-    const Pair pair = logarithmOf(x);
-    return pair.high + pair.low;
+    Reduced parts = reduced(x.high);
+    const Doubles unscale = ofBits(0x3FF0000000000000 - parts.scale);
+    parts.rest.low += x.low * unscale * parts.inverse;
+    return wideLogarithm(parts);
 }
 
 inline Doubles decimalLogarithm(Doubles x)
 {
     constexpr double high = 0x1.bcb7b1526e50ep-2;
     constexpr double low = 0x1.95355baaafad3p-57;
-    const Pair pair = logarithmOf(x);
-    const Pair sum = sumOf(pair.high, pair.low);
-    const Doubles product = sum.high * high;
-    return product + (fma(sum.high, all(high), -product) + fma(sum.high, all(low), sum.low * high));
+    const Pair natural = wideLogarithm(reduced(x));
+    const Doubles product = natural.high * high;
+    return product + (fma(natural.high, all(high), -product) + fma(natural.high, all(low), natural.low * high));
 }
 
-/* base^exponent for positive normal bases; `logarithm` becomes that of the result. */
+/* base^exponent; `logarithm` becomes that of the result. */
 inline Doubles powerOf(Doubles base, Doubles exponent, Doubles& logarithm)
 {
-    const Pair pair = logarithmOf(base);
-    const Pair sum = sumOf(pair.high, pair.low);
-    logarithm = exponent * sum.high;
-    return exponentialOf(logarithm, fma(exponent, sum.high, -logarithm) + exponent * sum.low);
+    const Pair ofBase = wideLogarithm(reduced(base));
+    logarithm = exponent * ofBase.high;
+    return exponentialOf(logarithm, fma(exponent, ofBase.high, -logarithm) + exponent * ofBase.low);
+}
+
+/* The root of a sum; what it leaves is divided by twice the root. */
+inline Pair rootOf(Pair x)
+{
+    const Doubles root = squareRoot(x.high);
+    return {root, (fma(-root, root, x.high) + x.low) * (0.5 / root)};
+}
+
+/* ln(x + sqrt(x^2 + 1)); below 2^-27 the number itself. */
+inline Doubles inverseHyperbolicSine(Doubles x)
+{
+    const Doubles size = absolute(x);
+    const Doubles square = size * size;
+    const Pair sum = sumOf(size < 1.0 ? all(1) : square, size < 1.0 ? square : all(1));
+    const Pair root = rootOf({sum.high, sum.low + fma(size, size, -square)});
+    const Pair argument = sumOf(root.high, size);
+    const Pair result = wideLogarithm({argument.high, argument.low + root.low});
+    return withSignOf(size < 0x1p-27 ? size : result.high + result.low, x);
+}
+
+/* ln(x + sqrt(x^2 - 1)). */
+inline Doubles inverseHyperbolicCosine(Doubles x)
+{
+    const Doubles square = x * x;
+    const Pair difference = sumOf(square, all(-1));
+    const Pair root = rootOf({difference.high, difference.low + fma(x, x, -square)});
+    const Pair argument = sumOf(x, root.high);
+    const Pair result = wideLogarithm({argument.high, argument.low + root.low});
+    return x == 1.0 ? Doubles{} : result.high + result.low;
 }
 
 /* Both for positive x. With p = 2^(n / 16) / 2 and its inverse as m, and the even and odd parts c and s of e to the rest:
@@ -177,17 +225,12 @@ inline Doubles hyperbolicCosine(Doubles x)
     return cosine.high + cosine.low;
 }
 
-/* A quotient by one division, mended by what it leaves. Beyond 22 it is 1. */
+/* Beyond 22 it is 1. */
 inline Doubles hyperbolicTangent(Doubles x)
 {
     const Doubles size = absolute(x);
     const Hyperbolic both = hyperbolicOf(size < 22.0 ? size : all(22));
-    const Pair sine = sumOf(both.sine.high, both.sine.low);
-    const Pair cosine = sumOf(both.cosine.high, both.cosine.low);
-    const Doubles inverse = 1 / cosine.high;
-    const Doubles quotient = sine.high * inverse;
-    const Doubles left = fma(-quotient, cosine.high, sine.high) + fma(-quotient, cosine.low, sine.low);
-    return withSignOf(fma(left, inverse, quotient), x);
+    return withSignOf(quotientOf(both.sine, both.cosine), x);
 }
 
 }  // namespace emantle::EMANTLE_TARGET

@@ -16,18 +16,18 @@
 namespace emantle::EMANTLE_TARGET {
 
 extern "C" {
-Doubles EMANTLE_VECTORISED(tan)(Doubles);
 Doubles EMANTLE_VECTORISED(asin)(Doubles);
 Doubles EMANTLE_VECTORISED(acos)(Doubles);
-Doubles EMANTLE_VECTORISED(atan)(Doubles);
-Doubles EMANTLE_VECTORISED(asinh)(Doubles);
-Doubles EMANTLE_VECTORISED(acosh)(Doubles);
 #if EMANTLE_OF_TARGET(LANES) == 2
 Doubles EMANTLE_VECTORISED(sin)(Doubles);
 Doubles EMANTLE_VECTORISED(cos)(Doubles);
+Doubles EMANTLE_VECTORISED(tan)(Doubles);
+Doubles EMANTLE_VECTORISED(atan)(Doubles);
 Doubles EMANTLE_VECTORISED(sinh)(Doubles);
 Doubles EMANTLE_VECTORISED(cosh)(Doubles);
 Doubles EMANTLE_VECTORISED(tanh)(Doubles);
+Doubles EMANTLE_VECTORISED(asinh)(Doubles);
+Doubles EMANTLE_VECTORISED(acosh)(Doubles);
 Doubles EMANTLE_VECTORISED(log)(Doubles);
 Doubles EMANTLE_VECTORISED(exp)(Doubles);
 Doubles EMANTLE_VECTORISED(log10)(Doubles);
@@ -90,28 +90,32 @@ void functionLoop(void* dest, const void* a, const void*, long count)
 #if EMANTLE_OF_TARGET(LANES) > 2
 EMANTLE_FUNCTION(sin, sine, -1e9, 1e9)
 EMANTLE_FUNCTION(cos, cosine, -1e9, 1e9)
+EMANTLE_FUNCTION(tan, tangent, -1e9, 1e9)
+EMANTLE_FUNCTION(atan, inverseTangent, -1e300, 1e300)
 EMANTLE_FUNCTION(sinh, hyperbolicSine, -kMostExponent, kMostExponent)
 EMANTLE_FUNCTION(cosh, hyperbolicCosine, -kMostExponent, kMostExponent)
 EMANTLE_FUNCTION(tanh, hyperbolicTangent, -1e300, 1e300)
 EMANTLE_FUNCTION(log, logarithm, kLeastBase, kMostBase)
 EMANTLE_FUNCTION(exp, exponential, -kMostExponent, kMostExponent)
 EMANTLE_FUNCTION(log10, decimalLogarithm, kLeastBase, kMostBase)
+EMANTLE_FUNCTION(asinh, inverseHyperbolicSine, -1e150, 1e150)
+EMANTLE_FUNCTION(acosh, inverseHyperbolicCosine, 1, 1e150)
 #else
 EMANTLE_FUNCTION(sin, EMANTLE_VECTORISED(sin), -1e9, 1e9)
 EMANTLE_FUNCTION(cos, EMANTLE_VECTORISED(cos), -1e9, 1e9)
+EMANTLE_FUNCTION(tan, EMANTLE_VECTORISED(tan), -1e9, 1e9)
+EMANTLE_FUNCTION(atan, EMANTLE_VECTORISED(atan), -1e300, 1e300)
 EMANTLE_FUNCTION(sinh, EMANTLE_VECTORISED(sinh), -700, 700)
 EMANTLE_FUNCTION(cosh, EMANTLE_VECTORISED(cosh), -700, 700)
 EMANTLE_FUNCTION(tanh, EMANTLE_VECTORISED(tanh), -1e300, 1e300)
 EMANTLE_FUNCTION(log, EMANTLE_VECTORISED(log), 1e-300, 1e300)
 EMANTLE_FUNCTION(exp, EMANTLE_VECTORISED(exp), -700, 700)
 EMANTLE_FUNCTION(log10, EMANTLE_VECTORISED(log10), 1e-300, 1e300)
-#endif
-EMANTLE_FUNCTION(tan, EMANTLE_VECTORISED(tan), -1e9, 1e9)
-EMANTLE_FUNCTION(asin, EMANTLE_VECTORISED(asin), -1e300, 1e300)
-EMANTLE_FUNCTION(acos, EMANTLE_VECTORISED(acos), -1e300, 1e300)
-EMANTLE_FUNCTION(atan, EMANTLE_VECTORISED(atan), -1e300, 1e300)
 EMANTLE_FUNCTION(asinh, EMANTLE_VECTORISED(asinh), -1e150, 1e150)
 EMANTLE_FUNCTION(acosh, EMANTLE_VECTORISED(acosh), -1e150, 1e150)
+#endif
+EMANTLE_FUNCTION(asin, EMANTLE_VECTORISED(asin), -1e300, 1e300)
+EMANTLE_FUNCTION(acos, EMANTLE_VECTORISED(acos), -1e300, 1e300)
 #undef EMANTLE_FUNCTION
 
 /* What an operator is for real and for complex numbers. */
