@@ -125,7 +125,7 @@ inline Pair wideLogarithm(const Reduced& parts)
     return sumOf(sum.high, cubic + (fma(r, half, -quadratic) + linear.low + sum.low + low));
 }
 
-inline Pair wideLogarithm(Pair x)
+inline Pair wideLogarithmOf(Pair x)
 {
     Reduced parts = reduced(x.high);
     const Doubles unscale = ofBits(0x3FF0000000000000 - parts.scale);
@@ -165,7 +165,7 @@ inline Doubles inverseHyperbolicSine(Doubles x)
     const Pair sum = sumOf(size < 1.0 ? all(1) : square, size < 1.0 ? square : all(1));
     const Pair root = rootOf({sum.high, sum.low + fma(size, size, -square)});
     const Pair argument = sumOf(root.high, size);
-    const Pair result = wideLogarithm({argument.high, argument.low + root.low});
+    const Pair result = wideLogarithmOf({argument.high, argument.low + root.low});
     return withSignOf(size < 0x1p-27 ? size : result.high + result.low, x);
 }
 
@@ -176,7 +176,7 @@ inline Doubles inverseHyperbolicCosine(Doubles x)
     const Pair difference = sumOf(square, all(-1));
     const Pair root = rootOf({difference.high, difference.low + fma(x, x, -square)});
     const Pair argument = sumOf(x, root.high);
-    const Pair result = wideLogarithm({argument.high, argument.low + root.low});
+    const Pair result = wideLogarithmOf({argument.high, argument.low + root.low});
     return x == 1.0 ? Doubles{} : result.high + result.low;
 }
 

@@ -77,7 +77,7 @@ void computeTable(ByteTable& table, const LineCell& cell, platform::InstructionS
 bool isByteFunction(const LineCell& cell)
 {
     const OperandTypes& types = cell.operands[0];
-    return cell.loop != nullptr && sizeOf(types.stored) == 1 &&
+    return cell.loop != nullptr && !cell.quick && sizeOf(types.stored) == 1 &&
            types.read == EGDA_TYPE_F64 && cell.dest == EGDA_TYPE_F64;
 }
 

@@ -157,7 +157,7 @@ struct egda_FuncSqrt : One {
     template <class T>
     static consteval LineCell cell()
     {
-        return doubleCell<T>(loopOverOne<SquareRoot, double>, complexSqrt);
+        return doubleCell<T>(loopOverOne<SquareRoot, double>, complexSqrt, true);
     }
 };
 
@@ -165,7 +165,7 @@ struct egda_SaoInv : One {
     template <class T>
     static consteval LineCell cell()
     {
-        return doubleCell<T>(loopOverOne<Inverse, double>, complexInv);
+        return doubleCell<T>(loopOverOne<Inverse, double>, complexInv, true);
     }
 };
 
