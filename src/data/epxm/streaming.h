@@ -10,6 +10,9 @@ namespace emantle {
 /* Below this no one need ask. */
 inline constexpr long kNeverStreamed = 1L << 20;
 
+/* So many bytes of the destination are computed at once: few enough that reading and writing take turns quickly. */
+inline constexpr long kStreamedPiece = 1024;
+
 /* Whether a destination of so many bytes is better written past the caches. */
 bool isStreamed(long bytes) noexcept;
 

@@ -131,6 +131,7 @@ public:
         const bool computes = pass.loop != nullptr || (pass.sides[0].constant && pass.destSize > 1);
         streams_ = pass.streams && computes && pass.mask == nullptr && !pass.keepsPart && aim();
         most_ = buffered || streams_ ? kBlockBytes / widest : left_;
+        most_ = streams_ ? std::min(most_, kStreamedPiece / pass.destSize) : most_;
         limitToDistances();
     }
 
