@@ -124,7 +124,10 @@ void convert(const void* source, void* dest, long count)
 template <std::size_t size>
 void copy(const void* source, void* dest, long count)
 {
-    if (count > 0) {
+    const long bytes = count * static_cast<long>(size);
+    if (bytes > kNeverStreamed && isStreamed(bytes)) {
+        copyStreaming(source, dest, bytes);
+    } else if (count > 0) {
         __builtin_memmove(dest, source, static_cast<std::size_t>(count) * size);
     }
 }

@@ -2,9 +2,9 @@
 
 #define EMANTLE_JOIN(a, b) a##b
 #define EMANTLE_STREAM_(target) EMANTLE_JOIN(EMANTLE_STREAM_, target)
-#define EMANTLE_STREAM_baseline(to, from) _mm_stream_si128(to, _mm_load_si128(from))
-#define EMANTLE_STREAM_avx2(to, from) _mm256_stream_si256(to, _mm256_load_si256(from))
-#define EMANTLE_STREAM_avx512(to, from) _mm512_stream_si512(to, _mm512_load_si512(from))
+#define EMANTLE_STREAM_baseline(to, from) _mm_stream_si128(to, _mm_loadu_si128(from))
+#define EMANTLE_STREAM_avx2(to, from) _mm256_stream_si256(to, _mm256_loadu_si256(from))
+#define EMANTLE_STREAM_avx512(to, from) _mm512_stream_si512(to, _mm512_loadu_si512(from))
 #define EMANTLE_WORDS_(target) EMANTLE_JOIN(EMANTLE_WORDS_, target)
 #define EMANTLE_WORDS_baseline __m128i
 #define EMANTLE_WORDS_avx2 __m256i

@@ -1,5 +1,7 @@
 #include "data/egda/operators_support.h"
 
+#include <emantle/data/epxm/convert.h>
+
 namespace {
 
 using namespace operators_test;
@@ -375,6 +377,12 @@ TEST(Operators, LargeDestinationsAreWholeToo)
         EXPECT_EQ(wrong, 0);
         EXPECT_EQ(out[static_cast<std::size_t>(start) - 1], -1);
         EXPECT_EQ(out[static_cast<std::size_t>(start + columns)], -1);
+        /* A copy, and one over itself by an element. */
+        const Base copy = makeBase(1, columns, EGDA_TYPE_S32);
+        egda_BaseDataOperation(EGDA_OP_COPY, copy.get(), both, 1, report);
+        EXPECT_EQ(std::memcmp(copy->data, dest->data, static_cast<std::size_t>(columns) * 4), 0);
+        emsc_AddressOf_epxm_Convert()[EGDA_TYPE_S32][EGDA_TYPE_S32](dest->data, out.data() + start + 1, columns);
+        EXPECT_EQ(std::memcmp(copy->data, out.data() + start + 1, static_cast<std::size_t>(columns) * 4), 0);
         std::fill(out.begin(), out.end(), -1);
     }
 }
