@@ -101,7 +101,9 @@ void convert(const void* source, void* dest, long count)
         convert<Real<typename To::PartStorage>, decltype(Value::real)>(source, dest, 2 * count);
     } else {
         constexpr long size = sizeof(typename To::Storage);
-        if (count > kNeverStreamed / size && isStreamed(count * size)) {
+        /* One source, wider than the destination, leaves it more of the caches. */
+        constexpr long share = size < static_cast<long>(sizeof(Value)) ? 2 : 1;
+        if (count > kNeverStreamed / size && isStreamed(count * size / share)) {
             return convertStreaming(convert<To, Value>, source, sizeof(Value), dest, size, count);
         }
         const auto* in = static_cast<const Cell<Value>*>(source);

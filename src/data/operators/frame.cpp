@@ -357,7 +357,9 @@ bool runPass(Pass& pass)
     if (joinsLines(pass)) {
         pass.walk = {1, pass.walk.run * pass.walk.lines};
     }
-    pass.streams = isStreamed(pass.walk.lines * pass.walk.run * pass.destSize);
+    /* One source, wider than the destination, leaves it more of the caches. */
+    const long share = pass.operands == 1 && pass.sides[0].size > pass.destSize ? 2 : 1;
+    pass.streams = isStreamed(pass.walk.lines * pass.walk.run * pass.destSize / share);
     Block spread[2];
     spreadConstants(pass, spread);
     bool whole = true;
