@@ -2,6 +2,8 @@
 
 #include "platform/environment.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <string>
 #include <unistd.h>
 
@@ -37,8 +39,31 @@ InstructionSet fastestInstructionSet() noexcept
     return chosen;
 }
 
+namespace {
+
+// Of one cache of the first processor, in the kernel's words: a number of KiB. 0 where there is no such cache.
+std::size_t cacheSize(int index) noexcept
+{
+    const std::string name = "/sys/devices/system/cpu/cpu0/cache/index" + std::to_string(index) + "/size";
+    std::FILE* const file = std::fopen(name.c_str(), "re");
+    if (file == nullptr)
+        return 0;
+    unsigned long kilobytes = 0;
+    const bool read = std::fscanf(file, "%luK", &kilobytes) == 1;
+    std::fclose(file);
+    return read ? kilobytes << 10 : 0;
+}
+
+} // namespace
+
+// What sysconf tells is the sum of all such caches of the machine, also of those that this processor does not reach.
 std::size_t lastLevelCacheSize() noexcept
 {
+    std::size_t largest = 0;
+    for (int index = 0; index < 8; ++index)
+        largest = std::max(largest, cacheSize(index));
+    if (largest > 0)
+        return largest;
     for (const int level : {_SC_LEVEL4_CACHE_SIZE, _SC_LEVEL3_CACHE_SIZE, _SC_LEVEL2_CACHE_SIZE})
         if (const long size = sysconf(level); size > 0)
             return static_cast<std::size_t>(size);

@@ -19,7 +19,7 @@ InstructionSet chooseInstructionSet(InstructionSet machine, std::string_view wis
 // The machine's, or what EMANTLE_INSTRUCTION_SET asks for when the first call is made.
 InstructionSet fastestInstructionSet() noexcept;
 
-// Bytes of the last-level cache; 8 MiB where the kernel does not tell.
+// Bytes of the last-level cache that a processor reaches; 8 MiB where the kernel does not tell.
 std::size_t lastLevelCacheSize() noexcept;
 
 std::size_t pageSize() noexcept;

@@ -25,8 +25,8 @@ void release(void* block) noexcept;
 // The size last asked for; 0 for null.
 std::size_t sizeOf(const void* block) noexcept;
 
-// Asks the kernel for large pages where the block covers them: for tables that are read at random, where every page of 4 KiB
-// costs a walk through the page tables. Memory is then taken in steps of 2 MiB as it is touched.
+// Asks the kernel for large pages where the block covers them: for tables that are read at random and for records that loops
+// run over, where every page of 4 KiB costs a walk through the page tables. Memory is then taken in steps of 2 MiB as it is touched.
 void preferLargePages(void* block, std::size_t size) noexcept;
 
 // Stands in for the fragmentation setting of a heap: the allocator here has none, and nothing is done.

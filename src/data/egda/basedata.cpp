@@ -1,6 +1,7 @@
 #include "data/egda/basedata_shape.h"
 #include "data/epxm/convert.h"
 #include "frame/guard/plain_scope.h"
+#include "platform/heap.h"
 
 #include <emantle/frame/emsc/heap.h>
 
@@ -54,6 +55,16 @@ std::optional<long> blockSize(long nRows, long nColumns, Egda_PixelType dataType
     return roomyColumns(nColumns, objectType) * nRows * shape.numbytes;
 }
 
+void* allocateElements(long bytes) noexcept
+{
+    constexpr long large = 4L << 20;
+    void* const data = emsc_HeapMalloc(bytes);
+    if (data != nullptr && bytes >= large) {
+        platform::preferLargePages(data, static_cast<std::size_t>(bytes));
+    }
+    return data;
+}
+
 }  // namespace emantle
 
 EMANTLE_API Egda_BaseData* egda_BaseDataCreate(long nRows, long nColumns, Egda_PixelType dataType, long objectType,
@@ -71,7 +82,7 @@ EMANTLE_API Egda_BaseData* egda_BaseDataCreate(long nRows, long nColumns, Egda_P
     if (!setShape(*base, nRows, nColumns, dataType, objectType)) {
         data = nullptr;
     } else if (data == nullptr) {
-        data = emsc_HeapMalloc(blockSize(nRows, nColumns, dataType, objectType).value_or(0));
+        data = allocateElements(blockSize(nRows, nColumns, dataType, objectType).value_or(0));
     }
     if (data == nullptr) {
         emsc_HeapFree(base);

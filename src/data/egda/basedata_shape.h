@@ -4,7 +4,7 @@
 
 #include <optional>
 
-/* Shapes, counted in 64 bits. */
+/* Shapes, counted in 64 bits, and the blocks for them. */
 
 namespace emantle {
 
@@ -24,6 +24,10 @@ constexpr long roomyColumns(long nColumns, long objectType) noexcept
 {
     return objectType == EGDA_RASTER_OBJECT ? (nColumns + 3) / 4 * 4 : nColumns;
 }
+
+/* A block for elements, cleared, for emsc_HeapFree; null where there is no memory. Large ones lie on large pages: on small
+ * ones the same loops take up to a quarter longer. */
+void* allocateElements(long bytes) noexcept;
 
 /* Writes all that follows from a shape; false where it does not fit the record's 32 bits. */
 bool setShape(Egda_BaseData& base, long nRows, long nColumns, Egda_PixelType dataType, long objectType) noexcept;

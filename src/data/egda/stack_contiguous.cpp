@@ -66,7 +66,7 @@ EMANTLE_API Egda_BaseDataStack* egda_BaseDataStackCreateContiguous(long nLayers,
     if (stack == nullptr) {
         return scope.raise("No memory"), nullptr;
     }
-    void* owned = data == nullptr ? emsc_HeapMalloc(*size) : nullptr;
+    void* owned = data == nullptr ? allocateElements(*size) : nullptr;
     char* block = static_cast<char*>(data == nullptr ? owned : data);
     if (block == nullptr) {
         egda_BaseDataStackDelete(stack, nullptr);

@@ -101,7 +101,9 @@ void convert(const void* source, void* dest, long count)
         convert<Real<typename To::PartStorage>, decltype(Value::real)>(source, dest, 2 * count);
     } else {
         constexpr long size = sizeof(typename To::Storage);
-        if (count > kNeverStreamed / size && isStreamed(count * size)) {
+        /* One source, wider than the destination, leaves it more of the caches. */
+        constexpr long share = size < static_cast<long>(sizeof(Value)) ? 2 : 1;
+        if (count > kNeverStreamed / size && isStreamed(count * size / share)) {
             return convertStreaming(convert<To, Value>, source, sizeof(Value), dest, size, count);
         }
         const auto* in = static_cast<const Cell<Value>*>(source);
@@ -124,7 +126,10 @@ void convert(const void* source, void* dest, long count)
 template <std::size_t size>
 void copy(const void* source, void* dest, long count)
 {
-    if (count > 0) {
+    const long bytes = count * static_cast<long>(size);
+    if (bytes > kNeverStreamed && isStreamed(bytes)) {
+        copyStreaming(source, dest, bytes);
+    } else if (count > 0) {
         __builtin_memmove(dest, source, static_cast<std::size_t>(count) * size);
     }
 }

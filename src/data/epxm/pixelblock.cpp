@@ -135,7 +135,7 @@ void PixelBlock::Init(long noOfPlanes, long width, long height, Egda_PixelType t
         excess = excessOf(width, pixelSize, rowPitch);
     } else {
         planePitch = size / noOfPlanes;
-        data = emsc_HeapMalloc(size);
+        data = emantle::allocateElements(size);
         require(data != nullptr, "Init", "No Memory");
         pixels.reset(data, emsc_HeapFree);
     }

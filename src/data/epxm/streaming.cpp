@@ -4,36 +4,40 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <emmintrin.h>
+#include <cstring>
 
 namespace emantle {
 
 namespace {
 
-/* Stays in the first cache together with its source. */
-constexpr long kPiece = 4096;
 constexpr long kLine = 64;
 
 }  // namespace
 
-void writePast(void* dest, const void* block, long bytes) noexcept
-{
-    auto* to = static_cast<__m128i*>(dest);
-    const auto* from = static_cast<const __m128i*>(block);
-    for (long i = 0; i < bytes / static_cast<long>(sizeof(__m128i)); ++i) {
-        _mm_stream_si128(to + i, _mm_load_si128(from + i));
-    }
-}
-
-void finishWritingPast() noexcept
-{
-    _mm_sfence();
-}
-
 bool isStreamed(long bytes) noexcept
 {
-    static const long cache = std::max(kNeverStreamed, static_cast<long>(platform::lastLevelCacheSize()));
-    return bytes > cache;
+    /* Beside its sources a destination of half the cache does not stay in it. */
+    static const long least = std::max(kNeverStreamed, static_cast<long>(platform::lastLevelCacheSize() / 2));
+    return bytes >= least;
+}
+
+void copyStreaming(const void* source, void* dest, long bytes) noexcept
+{
+    const auto from = reinterpret_cast<std::uintptr_t>(source);
+    const auto to = reinterpret_cast<std::uintptr_t>(dest);
+    const auto size = static_cast<std::uintptr_t>(bytes);
+    if (from < to + size && to < from + size) {
+        std::memmove(dest, source, size);
+        return;
+    }
+    const std::uintptr_t first = -to % kLine;
+    const std::uintptr_t whole = (size - first) / kLine * kLine;
+    const auto* in = static_cast<const char*>(source);
+    auto* out = static_cast<char*>(dest);
+    std::memcpy(out, in, first);
+    writePast(out + first, in + first, static_cast<long>(whole));
+    finishWritingPast();
+    std::memcpy(out + first + whole, in + first + whole, size - first - whole);
 }
 
 void convertStreaming(Epxm_ConvertRoutine routine, const void* source, long sourceSize, void* dest, long destSize,
@@ -50,11 +54,11 @@ void convertStreaming(Epxm_ConvertRoutine routine, const void* source, long sour
     const long toLine = static_cast<long>(-reinterpret_cast<std::uintptr_t>(out) % kLine);
     if (toLine % destSize == 0) {
         convertNext(out, std::min(count, toLine / destSize));
-        alignas(kLine) char piece[kPiece];
-        while (count >= kPiece / destSize) {
+        alignas(kLine) char piece[kStreamedPiece];
+        while (count >= kStreamedPiece / destSize) {
             char* to = out;
-            convertNext(piece, kPiece / destSize);
-            writePast(to, piece, kPiece);
+            convertNext(piece, kStreamedPiece / destSize);
+            writePast(to, piece, kStreamedPiece);
         }
         finishWritingPast();
     }

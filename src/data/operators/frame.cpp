@@ -77,7 +77,7 @@ void computeTable(ByteTable& table, const LineCell& cell, platform::InstructionS
 bool isByteFunction(const LineCell& cell)
 {
     const OperandTypes& types = cell.operands[0];
-    return cell.loop != nullptr && sizeOf(types.stored) == 1 &&
+    return cell.loop != nullptr && !cell.quick && sizeOf(types.stored) == 1 &&
            types.read == EGDA_TYPE_F64 && cell.dest == EGDA_TYPE_F64;
 }
 
@@ -131,6 +131,7 @@ public:
         const bool computes = pass.loop != nullptr || (pass.sides[0].constant && pass.destSize > 1);
         streams_ = pass.streams && computes && pass.mask == nullptr && !pass.keepsPart && aim();
         most_ = buffered || streams_ ? kBlockBytes / widest : left_;
+        most_ = streams_ ? std::min(most_, kStreamedPiece / pass.destSize) : most_;
         limitToDistances();
     }
 
@@ -356,7 +357,9 @@ bool runPass(Pass& pass)
     if (joinsLines(pass)) {
         pass.walk = {1, pass.walk.run * pass.walk.lines};
     }
-    pass.streams = isStreamed(pass.walk.lines * pass.walk.run * pass.destSize);
+    /* One source, wider than the destination, leaves it more of the caches. */
+    const long share = pass.operands == 1 && pass.sides[0].size > pass.destSize ? 2 : 1;
+    pass.streams = isStreamed(pass.walk.lines * pass.walk.run * pass.destSize / share);
     Block spread[2];
     spreadConstants(pass, spread);
     bool whole = true;

@@ -38,6 +38,8 @@ struct LineCell {
     Egda_PixelType dest;
     /* The loop leaves a part of each element as it was. */
     bool keepsPart;
+    /* The loop takes no longer than looking results up. */
+    bool quick = false;
 };
 
 using LineCells = std::array<LineCell, EGDA_NUM_TYPES>;

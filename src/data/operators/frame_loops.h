@@ -2,13 +2,28 @@
 
 namespace emantle::EMANTLE_TARGET {
 
+/* Masks that set scattered elements show it in eight bytes, and most others in one run: the rest need not be fetched
+ * yet. */
 inline Cover coverOf(const std::uint8_t* mask, long count)
 {
+    if (count >= 8) {
+        constexpr std::uint64_t ones = 0x0101010101010101;
+        std::uint64_t eight;
+        __builtin_memcpy(&eight, mask, sizeof(eight));
+        const bool hasZero = ((eight - ones) & ~eight & (ones << 7)) != 0;
+        if (hasZero && eight != 0) {
+            return Cover::some;
+        }
+    }
     std::uint8_t any = 0;
     std::uint8_t missing = 0;
-    for (long i = 0; i < count; ++i) {
-        any = static_cast<std::uint8_t>(any | mask[i]);
-        missing = static_cast<std::uint8_t>(missing | (mask[i] == 0 ? 1 : 0));
+    constexpr long run = 256;
+    for (long first = 0; first < count && (any == 0 || missing == 0); first += run) {
+        const long end = first + run < count ? first + run : count;
+        for (long i = first; i < end; ++i) {
+            any = static_cast<std::uint8_t>(any | mask[i]);
+            missing = static_cast<std::uint8_t>(missing | (mask[i] == 0 ? 1 : 0));
+        }
     }
     return any == 0 ? Cover::none : missing == 0 ? Cover::every : Cover::some;
 }

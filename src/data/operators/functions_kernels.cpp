@@ -1,5 +1,6 @@
 #include "data/operators/complex_functions.h"
 #include "data/operators/elements.h"
+#include "data/operators/function_tables.h"
 
 #include <cmath>
 #include <immintrin.h>

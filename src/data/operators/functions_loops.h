@@ -1,127 +1,121 @@
 #include "data/operators/line_loops.h"
 
-/* The vectors of the mathematics library, and its names for them. What it computes is within 1 unit in the last place.
- */
-#define EMANTLE_DOUBLES_baseline __m128d
-#define EMANTLE_DOUBLES_avx2 __m256d
-#define EMANTLE_DOUBLES_avx512 __m512d
+#include "data/operators/doubles_loops.h"
+
+#if EMANTLE_OF_TARGET(LANES) > 2
+#include "data/operators/circular_loops.h"
+#include "data/operators/exponential_loops.h"
+#endif
+
+/* The mathematics library's names for what it computes on vectors, within 1 unit in the last place. */
 #define EMANTLE_NAME_baseline(function) Sleef_##function##d2_u10sse2
 #define EMANTLE_NAME_avx2(function) Sleef_##function##d4_u10avx2
 #define EMANTLE_NAME_avx512(function) Sleef_##function##d8_u10avx512f
-#define EMANTLE_JOIN(a, b) a##b
-#define EMANTLE_OF_TARGET(what, target) EMANTLE_JOIN(EMANTLE_##what##_, target)
-#define EMANTLE_VECTORISED(function) EMANTLE_OF_TARGET(NAME, EMANTLE_TARGET)(function)
+#define EMANTLE_VECTORISED(function) EMANTLE_OF_TARGET(NAME)(function)
 
 namespace emantle::EMANTLE_TARGET {
 
-using Doubles = EMANTLE_OF_TARGET(DOUBLES, EMANTLE_TARGET);
-inline constexpr long kLanes = sizeof(Doubles) / sizeof(double);
-
 extern "C" {
+Doubles EMANTLE_VECTORISED(asin)(Doubles);
+Doubles EMANTLE_VECTORISED(acos)(Doubles);
+#if EMANTLE_OF_TARGET(LANES) == 2
 Doubles EMANTLE_VECTORISED(sin)(Doubles);
 Doubles EMANTLE_VECTORISED(cos)(Doubles);
 Doubles EMANTLE_VECTORISED(tan)(Doubles);
+Doubles EMANTLE_VECTORISED(atan)(Doubles);
 Doubles EMANTLE_VECTORISED(sinh)(Doubles);
 Doubles EMANTLE_VECTORISED(cosh)(Doubles);
 Doubles EMANTLE_VECTORISED(tanh)(Doubles);
-Doubles EMANTLE_VECTORISED(asin)(Doubles);
-Doubles EMANTLE_VECTORISED(acos)(Doubles);
-Doubles EMANTLE_VECTORISED(atan)(Doubles);
 Doubles EMANTLE_VECTORISED(asinh)(Doubles);
 Doubles EMANTLE_VECTORISED(acosh)(Doubles);
 Doubles EMANTLE_VECTORISED(log)(Doubles);
 Doubles EMANTLE_VECTORISED(exp)(Doubles);
 Doubles EMANTLE_VECTORISED(log10)(Doubles);
-Doubles EMANTLE_VECTORISED(pow)(Doubles, Doubles);
+#endif
 }
 
-/* So many elements are looked at together, and put aside where some are not plain. */
-inline constexpr long kPiece = 64;
-
-struct Piece {
-    Cell<double> values[kPiece];
-};
-
-inline Doubles load(const Cell<double>* from)
-{
-    Doubles values;
-    __builtin_memcpy(&values, from, sizeof(values));
-    return values;
-}
-
-inline void store(Cell<double>* to, Doubles values)
-{
-    __builtin_memcpy(to, &values, sizeof(values));
-}
-
-/* The vectorised function for `least` to `most`, and the C library outside, where the other loses digits or has other
- * limits. A last vector that is not full is computed beside the operands. */
+/* The C library where the vectorised function loses digits or has other limits; in long double, since what it gives for
+ * doubles is not always within the unit. */
 template <class Function>
-void functionOfPiece(const Cell<double>* x, Cell<double>* out, long count)
+__attribute__((noinline)) Doubles mended(Doubles x, Doubles result)
 {
-    long i = 0;
-    for (; i + kLanes <= count; i += kLanes) {
-        store(out + i, Function::of(load(x + i)));
+    for (long i = 0; i < kLanes; ++i) {
+        if (!(x[i] >= Function::least && x[i] <= Function::most)) {
+            result[i] = Function::of(x[i]);
+        }
     }
-    if (i < count) {
-        const auto bytes = static_cast<std::size_t>(count - i) * sizeof(double);
-        Cell<double> last[kLanes] = {};
-        __builtin_memcpy(last, x + i, bytes);
-        store(last, Function::of(load(last)));
-        __builtin_memcpy(out + i, last, bytes);
-    }
+    return result;
 }
 
+template <class Function>
+inline Doubles functionOf(Doubles x)
+{
+    const Doubles result = Function::of(x);
+    if (!areWithin(x, Function::least, Function::most)) [[unlikely]] {
+        return mended<Function>(x, result);
+    }
+    return result;
+}
+
+/* A last vector that is not full is computed beside the operands. */
 template <class Function>
 void functionLoop(void* dest, const void* a, const void*, long count)
 {
     auto* out = static_cast<Cell<double>*>(dest);
     const auto* x = static_cast<const Cell<double>*>(a);
-    for (long first = 0; first < count; first += kPiece) {
-        const long most = count - first < kPiece ? count - first : kPiece;
-        bool plain = true;
-        for (long i = 0; i < most; ++i) {
-            const double value = x[first + i].value;
-            plain &= (value >= Function::least) & (value <= Function::most);
-        }
-        if (plain) {
-            functionOfPiece<Function>(x + first, out + first, most);
-            continue;
-        }
-        Piece piece;
-        __builtin_memcpy(&piece, x + first, static_cast<std::size_t>(most) * sizeof(double));
-        functionOfPiece<Function>(piece.values, out + first, most);
-        for (long i = 0; i < most; ++i) {
-            const double value = piece.values[i].value;
-            if (!((value >= Function::least) & (value <= Function::most))) {
-                out[first + i].value = Function::of(value);
-            }
-        }
+    long i = 0;
+    for (; i + kLanes <= count; i += kLanes) {
+        store(out + i, functionOf<Function>(load(x + i)));
+    }
+    if (i < count) {
+        const auto bytes = static_cast<std::size_t>(count - i) * sizeof(double);
+        Doubles last = all(1);
+        __builtin_memcpy(&last, x + i, bytes);
+        last = functionOf<Function>(last);
+        __builtin_memcpy(out + i, &last, bytes);
     }
 }
 
 /* Both forms of a function, and where the vectorised one is used. */
-#define EMANTLE_FUNCTION(function, from, to)                                       \
+#define EMANTLE_FUNCTION(function, vectorised, from, to)                           \
     struct function##Function {                                                    \
         static constexpr double least = from;                                      \
         static constexpr double most = to;                                         \
-        static Doubles of(Doubles x) { return EMANTLE_VECTORISED(function)(x); }   \
-        static double of(double x) { return std::function(x); }                    \
+        static Doubles of(Doubles x) { return vectorised(x); }                     \
+        static double of(double x)                                                 \
+        {                                                                          \
+            return static_cast<double>(std::function(static_cast<long double>(x))); \
+        }                                                                          \
     };
-EMANTLE_FUNCTION(sin, -1e9, 1e9)
-EMANTLE_FUNCTION(cos, -1e9, 1e9)
-EMANTLE_FUNCTION(tan, -1e9, 1e9)
-EMANTLE_FUNCTION(sinh, -700, 700)
-EMANTLE_FUNCTION(cosh, -700, 700)
-EMANTLE_FUNCTION(tanh, -1e300, 1e300)
-EMANTLE_FUNCTION(asin, -1e300, 1e300)
-EMANTLE_FUNCTION(acos, -1e300, 1e300)
-EMANTLE_FUNCTION(atan, -1e300, 1e300)
-EMANTLE_FUNCTION(asinh, -1e150, 1e150)
-EMANTLE_FUNCTION(acosh, -1e150, 1e150)
-EMANTLE_FUNCTION(log, 1e-300, 1e300)
-EMANTLE_FUNCTION(exp, -700, 700)
-EMANTLE_FUNCTION(log10, 1e-300, 1e300)
+#if EMANTLE_OF_TARGET(LANES) > 2
+EMANTLE_FUNCTION(sin, sine, -1e9, 1e9)
+EMANTLE_FUNCTION(cos, cosine, -1e9, 1e9)
+EMANTLE_FUNCTION(tan, tangent, -1e9, 1e9)
+EMANTLE_FUNCTION(atan, inverseTangent, -1e300, 1e300)
+EMANTLE_FUNCTION(sinh, hyperbolicSine, -kMostExponent, kMostExponent)
+EMANTLE_FUNCTION(cosh, hyperbolicCosine, -kMostExponent, kMostExponent)
+EMANTLE_FUNCTION(tanh, hyperbolicTangent, -1e300, 1e300)
+EMANTLE_FUNCTION(log, logarithm, kLeastBase, kMostBase)
+EMANTLE_FUNCTION(exp, exponential, -kMostExponent, kMostExponent)
+EMANTLE_FUNCTION(log10, decimalLogarithm, kLeastBase, kMostBase)
+EMANTLE_FUNCTION(asinh, inverseHyperbolicSine, -1e150, 1e150)
+EMANTLE_FUNCTION(acosh, inverseHyperbolicCosine, 1, 1e150)
+#else
+EMANTLE_FUNCTION(sin, EMANTLE_VECTORISED(sin), -1e9, 1e9)
+EMANTLE_FUNCTION(cos, EMANTLE_VECTORISED(cos), -1e9, 1e9)
+EMANTLE_FUNCTION(tan, EMANTLE_VECTORISED(tan), -1e9, 1e9)
+EMANTLE_FUNCTION(atan, EMANTLE_VECTORISED(atan), -1e300, 1e300)
+EMANTLE_FUNCTION(sinh, EMANTLE_VECTORISED(sinh), -700, 700)
+EMANTLE_FUNCTION(cosh, EMANTLE_VECTORISED(cosh), -700, 700)
+EMANTLE_FUNCTION(tanh, EMANTLE_VECTORISED(tanh), -1e300, 1e300)
+EMANTLE_FUNCTION(log, EMANTLE_VECTORISED(log), 1e-300, 1e300)
+EMANTLE_FUNCTION(exp, EMANTLE_VECTORISED(exp), -700, 700)
+EMANTLE_FUNCTION(log10, EMANTLE_VECTORISED(log10), 1e-300, 1e300)
+EMANTLE_FUNCTION(asinh, EMANTLE_VECTORISED(asinh), -1e150, 1e150)
+EMANTLE_FUNCTION(acosh, EMANTLE_VECTORISED(acosh), -1e150, 1e150)
+#endif
+EMANTLE_FUNCTION(asin, EMANTLE_VECTORISED(asin), -1e300, 1e300)
+EMANTLE_FUNCTION(acos, EMANTLE_VECTORISED(acos), -1e300, 1e300)
 #undef EMANTLE_FUNCTION
 
 /* What an operator is for real and for complex numbers. */
@@ -163,7 +157,7 @@ struct egda_FuncSqrt : One {
     template <class T>
     static consteval LineCell cell()
     {
-        return doubleCell<T>(loopOverOne<SquareRoot, double>, complexSqrt);
+        return doubleCell<T>(loopOverOne<SquareRoot, double>, complexSqrt, true);
     }
 };
 
@@ -171,19 +165,24 @@ struct egda_SaoInv : One {
     template <class T>
     static consteval LineCell cell()
     {
-        return doubleCell<T>(loopOverOne<Inverse, double>, complexInv);
+        return doubleCell<T>(loopOverOne<Inverse, double>, complexInv, true);
     }
 };
 
 inline constexpr double kPi = 3.14159265358979323846;
+
+struct Piece {
+    Cell<double> values[64];
+};
 
 /* sin(y) / y of pi times the element, which is no number for 0. */
 inline void sincLoop(void* dest, const void* a, const void*, long count)
 {
     auto* out = static_cast<Cell<double>*>(dest);
     const auto* x = static_cast<const Cell<double>*>(a);
-    for (long first = 0; first < count; first += kPiece) {
-        const long most = count - first < kPiece ? count - first : kPiece;
+    constexpr long piece = 64;
+    for (long first = 0; first < count; first += piece) {
+        const long most = count - first < piece ? count - first : piece;
         Piece angles;
         Piece sines;
         for (long i = 0; i < most; ++i) {
@@ -208,18 +207,6 @@ struct egda_MaoDist : TwoInDouble {
     static double apply(double a, double b) { return __builtin_sqrt(a * a + b * b); }
 };
 
-inline bool isPowerWithin(double base, double exponent, double mostBase, double mostExponent)
-{
-    return (base <= mostBase) & (base >= 1 / mostBase) & (exponent <= mostExponent) & (exponent >= -mostExponent);
-}
-
-/* Positive bases whose power is far from the limits of a double. */
-inline bool isPlainPower(double base, double exponent)
-{
-    return isPowerWithin(base, exponent, 0x1p7, 140) | isPowerWithin(base, exponent, 0x1p14, 70) |
-           isPowerWithin(base, exponent, 0x1p32, 30) | isPowerWithin(base, exponent, 0x1p100, 9);
-}
-
 /* Powers that the processor rounds correctly itself: squares, square roots, inverses and the bases as they are. False for
  * other exponents, or where they differ. */
 inline bool isSimplePower(const Cell<double>* x, const Cell<double>* y, Cell<double>* out, long count)
@@ -231,58 +218,78 @@ inline bool isSimplePower(const Cell<double>* x, const Cell<double>* y, Cell<dou
     }
     for (long i = 0; alike && i < count; ++i) {
         const double base = x[i].value;
+        /* Roots have no sign, and those of both infinities are one. */
+        const double positive = base == -__builtin_inf() ? -base : base + 0.0;
         out[i].value = exponent == 2     ? base * base
-                       : exponent == 0.5 ? __builtin_sqrt(base)
+                       : exponent == 0.5 ? __builtin_sqrt(positive)
                        : exponent == -1  ? 1 / base
                                          : base;
     }
     return alike;
 }
 
-inline void powOfPiece(const Cell<double>* x, const Cell<double>* y, Cell<double>* out, long count)
+#if EMANTLE_OF_TARGET(LANES) > 2
+
+/* The C library for bases that are not positive, and beside the limits of a double. */
+__attribute__((noinline)) inline Doubles mendedPower(Doubles base, Doubles exponent, Doubles logarithm, Doubles result)
+{
+    for (long i = 0; i < kLanes; ++i) {
+        if (!(base[i] >= kLeastBase && base[i] <= kMostBase && std::fabs(logarithm[i]) <= kMostExponent)) {
+            result[i] = std::pow(base[i], exponent[i]);
+        }
+    }
+    return result;
+}
+
+inline Doubles power(Doubles base, Doubles exponent)
+{
+    Doubles logarithm;
+    const Doubles result = powerOf(base, exponent, logarithm);
+    if (!areWithin(base, kLeastBase, kMostBase) || !areWithin(logarithm, -kMostExponent, kMostExponent)) [[unlikely]] {
+        return mendedPower(base, exponent, logarithm, result);
+    }
+    return result;
+}
+
+inline void powers(const Cell<double>* x, const Cell<double>* y, Cell<double>* out, long count)
 {
     long i = 0;
     for (; i + kLanes <= count; i += kLanes) {
-        store(out + i, EMANTLE_VECTORISED(pow)(load(x + i), load(y + i)));
+        store(out + i, power(load(x + i), load(y + i)));
     }
     if (i < count) {
         const auto bytes = static_cast<std::size_t>(count - i) * sizeof(double);
-        Cell<double> base[kLanes] = {};
-        Cell<double> exponent[kLanes] = {};
-        __builtin_memcpy(base, x + i, bytes);
-        __builtin_memcpy(exponent, y + i, bytes);
-        store(base, EMANTLE_VECTORISED(pow)(load(base), load(exponent)));
-        __builtin_memcpy(out + i, base, bytes);
+        Doubles base = all(1);
+        Doubles exponent = all(1);
+        __builtin_memcpy(&base, x + i, bytes);
+        __builtin_memcpy(&exponent, y + i, bytes);
+        base = power(base, exponent);
+        __builtin_memcpy(out + i, &base, bytes);
     }
 }
+
+#else
+
+/* Vectors of two without fused multiplication are no faster than this. */
+inline void powers(const Cell<double>* x, const Cell<double>* y, Cell<double>* out, long count)
+{
+    for (long i = 0; i < count; ++i) {
+        out[i].value = std::pow(x[i].value, y[i].value);
+    }
+}
+
+#endif
 
 inline void powLoop(void* dest, const void* a, const void* b, long count)
 {
     auto* out = static_cast<Cell<double>*>(dest);
     const auto* x = static_cast<const Cell<double>*>(a);
     const auto* y = static_cast<const Cell<double>*>(b);
-    for (long first = 0; first < count; first += kPiece) {
-        const long most = count - first < kPiece ? count - first : kPiece;
-        bool plain = true;
-        for (long i = first; i < first + most; ++i) {
-            plain &= isPlainPower(x[i].value, y[i].value);
-        }
-        if (plain) {
-            if (!isSimplePower(x + first, y + first, out + first, most)) {
-                powOfPiece(x + first, y + first, out + first, most);
-            }
-            continue;
-        }
-        const auto bytes = static_cast<std::size_t>(most) * sizeof(double);
-        Piece bases;
-        Piece exponents;
-        __builtin_memcpy(&bases, x + first, bytes);
-        __builtin_memcpy(&exponents, y + first, bytes);
-        powOfPiece(bases.values, exponents.values, out + first, most);
-        for (long i = 0; i < most; ++i) {
-            if (!isPlainPower(bases.values[i].value, exponents.values[i].value)) {
-                out[first + i].value = std::pow(bases.values[i].value, exponents.values[i].value);
-            }
+    constexpr long piece = 64;
+    for (long first = 0; first < count; first += piece) {
+        const long most = count - first < piece ? count - first : piece;
+        if (!isSimplePower(x + first, y + first, out + first, most)) {
+            powers(x + first, y + first, out + first, most);
         }
     }
 }
@@ -300,12 +307,16 @@ struct egda_MaoPow : Two {
 
 }  // namespace emantle::EMANTLE_TARGET
 
-#undef EMANTLE_DOUBLES_baseline
-#undef EMANTLE_DOUBLES_avx2
-#undef EMANTLE_DOUBLES_avx512
 #undef EMANTLE_NAME_baseline
 #undef EMANTLE_NAME_avx2
 #undef EMANTLE_NAME_avx512
+#undef EMANTLE_VECTORISED
 #undef EMANTLE_JOIN
 #undef EMANTLE_OF_TARGET
-#undef EMANTLE_VECTORISED
+#undef EMANTLE_OF_TARGET_
+#undef EMANTLE_DOUBLES_baseline
+#undef EMANTLE_DOUBLES_avx2
+#undef EMANTLE_DOUBLES_avx512
+#undef EMANTLE_LANES_baseline
+#undef EMANTLE_LANES_avx2
+#undef EMANTLE_LANES_avx512

@@ -166,12 +166,12 @@ consteval LineCell cellFor()
 
 /* A cell of an operator that is computed on F64 and C128 by loops of its own. */
 template <class T>
-consteval LineCell doubleCell(LineLoop real, LineLoop complex)
+consteval LineCell doubleCell(LineLoop real, LineLoop complex, bool quick = false)
 {
     if constexpr (isComplexValue<T>) {
         return {complex, nullptr, nullptr, {{codeOf<T>, EGDA_TYPE_C128}}, EGDA_TYPE_C128, false};
     } else {
-        return {real, nullptr, nullptr, {{codeOf<T>, EGDA_TYPE_F64}}, EGDA_TYPE_F64, false};
+        return {real, nullptr, nullptr, {{codeOf<T>, EGDA_TYPE_F64}}, EGDA_TYPE_F64, false, quick};
     }
 }
 

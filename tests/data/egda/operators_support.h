@@ -185,4 +185,47 @@ inline long runOf(const Place& p)
 const std::map<std::string, const Operator*>& operatorsByName();
 Egda_OperatorTable tableByName(const std::string& name);
 
+/* The operator with the loops of one instruction set. */
+inline Runner withSet(const std::string& name, InstructionSet set)
+{
+    const Operator* op = operatorsByName().at(name);
+    return [=](int type, Egda_BaseDataStack* dest, const Egda_BaseDataStackArray* sources, Eerr_ErrorReport** err) {
+        emantle::runOperator(*op, emantle::loopType(type), dest, sources, err, set);
+    };
+}
+
+/* One line of elements. */
+struct Row {
+    Base base;
+    template <class T>
+    Row(int type, std::vector<T> values, long object = EGDA_RASTER_OBJECT)
+        : base(makeBase(1, static_cast<long>(values.size()), type, object))
+    {
+        std::memcpy(base->data, values.data(), values.size() * sizeof(T));
+    }
+};
+
+inline std::string operate(long op, const Row& dest, std::vector<const Row*> operands, const Row* mask = nullptr)
+{
+    std::vector<Egda_BaseData*> layers;
+    for (const Row* operand : operands) {
+        layers.push_back(operand->base.get());
+    }
+    std::vector<Egda_BaseDataStack> stacks;
+    std::vector<Egda_BaseDataStack*> pointers;
+    for (Egda_BaseData*& layer : layers) {
+        stacks.push_back({1, 1, &layer, 0});
+    }
+    for (Egda_BaseDataStack& stack : stacks) {
+        pointers.push_back(&stack);
+    }
+    Egda_BaseData* destLayer = dest.base.get();
+    Egda_BaseDataStack destStack{1, 1, &destLayer, 0};
+    const Egda_BaseDataStackArray array{static_cast<int32_t>(stacks.size()), pointers.data(),
+                                        mask == nullptr ? nullptr : mask->base.get()};
+    Report report;
+    egda_BaseDataStackOperation(op, &destStack, &array, report);
+    return report.text();
+}
+
 }  // namespace operators_test
