@@ -44,8 +44,9 @@ namespace {
 // Of one cache of the first processor, in the kernel's words: a number of KiB. 0 where there is no such cache.
 std::size_t cacheSize(int index) noexcept
 {
-    const std::string name = "/sys/devices/system/cpu/cpu0/cache/index" + std::to_string(index) + "/size";
-    std::FILE* const file = std::fopen(name.c_str(), "re");
+    char name[64];
+    std::snprintf(name, sizeof name, "/sys/devices/system/cpu/cpu0/cache/index%d/size", index);
+    std::FILE* const file = std::fopen(name, "re");
     if (file == nullptr)
         return 0;
     unsigned long kilobytes = 0;
