@@ -1,5 +1,5 @@
-/* Sine, cosine, tangent and its inverse, for instruction sets with fused multiplication. They give the same bits on all of these. No guard: part
- * of a file of loops. */
+/* Sine, cosine, tangent and its inverse, for instruction sets with fused multiplication. They give the same bits on all of
+ * these. No guard: part of a file of loops. */
 
 namespace emantle::EMANTLE_TARGET {
 
@@ -10,8 +10,8 @@ struct Turned {
     Doubles low;
 };
 
-/* What is left after the first part of pi / 2 is exact; the second part is subtracted with what rounding takes. So the rest
- * has all its digits also beside the zeros. */
+/* What is left after the first part of pi / 2 is exact; the second part is subtracted with what rounding takes. So the
+ * rest has all its digits also beside the zeros. */
 inline Turned turned(Doubles x)
 {
     constexpr double high = 0x1.921fb54442d18p+0;
@@ -79,13 +79,13 @@ inline Doubles tangent(Doubles x)
     const Turned angle = turned(absolute(x));
     const Circular both = circularOf(angle);
     const Words odd = angle.rightAngles;
-    const Doubles size = quotientOf({ifOdd(odd, both.cosine.high, both.sine.high), ifOdd(odd, both.cosine.low, both.sine.low)},
-                                    {ifOdd(odd, both.sine.high, both.cosine.high), ifOdd(odd, both.sine.low, both.cosine.low)});
-    return ofBits(bitsOf(withSignOf(size, x)) ^ (odd << 63));
+    const Pair over{ifOdd(odd, both.cosine.high, both.sine.high), ifOdd(odd, both.cosine.low, both.sine.low)};
+    const Pair by{ifOdd(odd, both.sine.high, both.cosine.high), ifOdd(odd, both.sine.low, both.cosine.low)};
+    return ofBits(bitsOf(withSignOf(quotientOf(over, by), x)) ^ (odd << 63));
 }
 
-/* The arctangent of the nearest number c of the table, and that of (x - c) / (1 + x c), which is at most 1 / 16, by a series
- * up to the thirteenth power. Below the table c is 0, and above it infinite. */
+/* The arctangent of the nearest number c of the table, and that of (x - c) / (1 + x c), which is at most 1 / 16, by a
+ * series up to the thirteenth power. Below the table c is 0, and above it infinite. */
 inline Doubles inverseTangent(Doubles x)
 {
     constexpr double least = 0x1p-4;

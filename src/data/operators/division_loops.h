@@ -46,19 +46,26 @@ inline T divided(T a, T b)
 
 #if EMANTLE_DIVIDES_BY_INVERSES(EMANTLE_TARGET)
 
+inline __m512d toDoubles(__m256i whole, std::int32_t) { return _mm512_maskz_cvtepi32_pd(0xFF, whole); }
+inline __m512d toDoubles(__m256i whole, std::uint32_t) { return _mm512_maskz_cvtepu32_pd(0xFF, whole); }
+inline __m256i toWhole(__m512d values, std::int32_t) { return _mm512_maskz_cvttpd_epi32(0xFF, values); }
+inline __m256i toWhole(__m512d values, std::uint32_t) { return _mm512_maskz_cvttpd_epu32(0xFF, values); }
+
 /* An estimate of 1 / b to 14 bits, three multiplications that make it 42, and an excess of 2^-37: more than the error, so
- * that a quotient that is whole does not come out below itself, and so little that one of 32 bits does not reach the next
- * whole number, from which it is at least 1 / b away. What is too large becomes the smallest number, as it has to. */
+ * that a quotient that is whole does not come out below itself, and so little that one of 32 bits does not reach the
+ * next whole number, from which it is at least 1 / b away. What is too large becomes the smallest number, as it has to. */
+template <class T>
 inline __m256i quotientsByInverse(__m256i a, __m256i b)
 {
-    const __m512d divisor = _mm512_maskz_cvtepi32_pd(0xFF, b);
+    const __m512d divisor = toDoubles(b, T{});
     const __m512d estimate = _mm512_maskz_rcp14_pd(0xFF, divisor);
     const __m512d error = _mm512_fnmadd_pd(divisor, estimate, _mm512_set1_pd(1 + 0x1p-37));
     const __m512d inverse = _mm512_fmadd_pd(estimate, _mm512_fmadd_pd(error, error, error), estimate);
-    return _mm512_maskz_cvttpd_epi32(0xFF, _mm512_maskz_mul_pd(0xFF, _mm512_maskz_cvtepi32_pd(0xFF, a), inverse));
+    return toWhole(_mm512_maskz_mul_pd(0xFF, toDoubles(a, T{}), inverse), T{});
 }
 
-inline void divideByInverses(void* dest, const void* a, const void* b, long count)
+template <class T>
+void divideByInverses(void* dest, const void* a, const void* b, long count)
 {
     auto* out = static_cast<std::int32_t*>(dest);
     const auto* x = static_cast<const char*>(a);
@@ -68,12 +75,12 @@ inline void divideByInverses(void* dest, const void* a, const void* b, long coun
     for (; i + lanes <= count; i += lanes) {
         const __m256i dividends = _mm256_loadu_si256(reinterpret_cast<const __m256i_u*>(x + i * 4));
         const __m256i divisors = _mm256_loadu_si256(reinterpret_cast<const __m256i_u*>(y + i * 4));
-        _mm256_storeu_si256(reinterpret_cast<__m256i_u*>(out + i), quotientsByInverse(dividends, divisors));
+        _mm256_storeu_si256(reinterpret_cast<__m256i_u*>(out + i), quotientsByInverse<T>(dividends, divisors));
     }
     const auto rest = static_cast<__mmask8>((1U << (count - i)) - 1);
     const __m256i dividends = _mm256_maskz_loadu_epi32(rest, x + i * 4);
     const __m256i divisors = _mm256_maskz_loadu_epi32(rest, y + i * 4);
-    _mm256_mask_storeu_epi32(out + i, rest, quotientsByInverse(dividends, divisors));
+    _mm256_mask_storeu_epi32(out + i, rest, quotientsByInverse<T>(dividends, divisors));
 }
 
 #endif
@@ -97,11 +104,12 @@ struct egda_MaoDiv : Fold {
     }
 #if EMANTLE_DIVIDES_BY_INVERSES(EMANTLE_TARGET)
     template <class T>
-        requires(std::is_same_v<T, std::int32_t>)
+        requires(std::is_integral_v<T> && sizeof(T) == 4)
     static consteval LineCell cell()
     {
-        constexpr OperandTypes operand{EGDA_TYPE_S32, EGDA_TYPE_S32};
-        return {divideByInverses, divideByInverses, scanForStop<egda_MaoDiv, T>, {operand, operand}, EGDA_TYPE_S32, false};
+        constexpr OperandTypes operand{codeOf<T>, codeOf<T>};
+        return {divideByInverses<T>, divideByInverses<T>, scanForStop<egda_MaoDiv, T>, {operand, operand}, codeOf<T>,
+                false};
     }
 #endif
     template <class T>

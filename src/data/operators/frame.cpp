@@ -118,7 +118,8 @@ public:
           mask_(pass.mask == nullptr ? nullptr : pass.mask + line * pass.maskStride)
     {
         long widest = pass.destSize;
-        bool buffered = pass.mask != nullptr;
+        /* What is searched before it is computed is then still in the first cache. */
+        bool buffered = pass.mask != nullptr || pass.stop != nullptr;
         for (int i = 0; i < pass.operands; ++i) {
             const Side& side = pass.sides[i];
             at_[i] = side.data + line * side.stride;

@@ -1,6 +1,6 @@
 #pragma once
 
-/* What logarithms and powers of the base are put together from. Each number was computed with 400 bits and rounded once. */
+/* What functions are put together from. Each number was computed with 400 bits and rounded once. */
 
 namespace emantle::function_tables {
 
