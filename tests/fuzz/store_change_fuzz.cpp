@@ -190,6 +190,19 @@ void readBeside(Ehfa_File*& reader)
     }
 }
 
+/* Keeps a place, and goes there whatever has become of it. */
+void keepPlace(Ehfa_File* file, Ehfa_EntryPosition*& place)
+{
+    Unheard report;
+    if (place == nullptr) {
+        place = ehfa_EntryPositionGet(file, report);
+    } else {
+        ehfa_EntryPositionSet(file, place, report);
+        ehfa_FileChange(file, report, int{EHFA_OPTION_WORD}, 1, 0);
+        ehfa_EntryPositionSet(file, place, report);
+    }
+}
+
 /* A handle of another thread changes the file in between. */
 void writeBeside()
 {
@@ -203,6 +216,7 @@ void writeBeside()
 }
 
 Ehfa_File* reader;
+Ehfa_EntryPosition* place;
 
 void step(Ehfa_File* file, std::uint8_t kind, std::uint8_t argument)
 {
@@ -242,7 +256,13 @@ void step(Ehfa_File* file, std::uint8_t kind, std::uint8_t argument)
     case 21: changeRawStream(file, argument); break;
     case 22: moveDictionary(file, argument); break;
     case 23: askFile(file, argument); break;
-    case 24: readBeside(reader); break;
+    case 24:
+        if (argument % 2 == 0) {
+            readBeside(reader);
+        } else {
+            keepPlace(file, place);
+        }
+        break;
     case 25:
         if (argument == 0) {
             writeBeside();
@@ -274,6 +294,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         step(file, data[1 + 2 * i], data[2 + 2 * i]);
     }
     ehfa_FileClose(std::exchange(reader, nullptr), report);
+    ehfa_EntryPositionFree(std::exchange(place, nullptr), report);
     ehfa_FileClose(file, report);
     /* A step copies no more than there is; the dictionary is written once more, in the worst case. */
     if (memory.size() > (2 + steps) * std::max(storeSize, kSmallStore) + kGrowth + allowance) {
