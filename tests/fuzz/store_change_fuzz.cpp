@@ -14,7 +14,8 @@ namespace {
 
 constexpr std::size_t kMostSteps = 4;
 constexpr std::size_t kSmallStore = 4096;
-constexpr std::size_t kGrowth = 64 * 1024; /* of all steps together, but for copies */
+constexpr std::size_t kGrowth = 64 * 1024;      /* of all steps together, but for copies */
+constexpr std::size_t kEntries = 4 * 32 * 1024; /* of a step: a file may say that its entries are that large */
 
 const char* nameOf(std::uint8_t seed)
 {
@@ -297,7 +298,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ehfa_EntryPositionFree(std::exchange(place, nullptr), report);
     ehfa_FileClose(file, report);
     /* A step copies no more than there is; the dictionary is written once more, in the worst case. */
-    if (memory.size() > (2 + steps) * std::max(storeSize, kSmallStore) + kGrowth + allowance) {
+    if (memory.size() > (2 + steps) * std::max(storeSize, kSmallStore) + steps * kEntries + kGrowth + allowance) {
         std::abort();
     }
     if (memory.holds(store, storeSize)) {
