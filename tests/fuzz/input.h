@@ -36,10 +36,10 @@ private:
     Eerr_ErrorReport* chain_ = nullptr;
 };
 
-/* A file to print to, empty each time. */
-inline Efio_File* scratchFile()
+/* A file to print to, from its start on each time; in memory only where the target has files there. */
+inline Efio_File* scratchFile(const char* name = nullptr)
 {
-    static Efio_File* const file = efio_TmpFile(nullptr);
+    static Efio_File* const file = name == nullptr ? efio_TmpFile(nullptr) : efio_Open(name, "w+b", nullptr);
     efio_Seek(file, 0, EFIO_SEEK_SET, nullptr);
     return file;
 }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "fuzz/files_in_memory.h"
 #include "fuzz/input.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
@@ -11,40 +13,19 @@
 #include <emantle/store/ehfa.h>
 #include <emantle/store/emif.h>
 #include <string>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
-#include <vector>
 
 // A store in a file that has no place on a disk, and what every reader of one does.
 
 using fuzz::Unheard;
 
+/* One that takes the place of the last one each time. */
 class MemoryFile {
 public:
-    MemoryFile() : descriptor_(memfd_create("store", 0)), name_("/proc/self/fd/" + std::to_string(descriptor_))
-    {
-        eerr_SetAltErrorFunction([](void*, Eerr_ErrorReport*, Eerr_ErrorReportingMode, Eerr_ErrorReport**) {}, nullptr);
-    }
-
-    const char* name() const { return name_.c_str(); }
-    std::size_t size() const
-    {
-        struct stat status {};
-        return fstat(descriptor_, &status) == 0 ? static_cast<std::size_t>(status.st_size) : 0;
-    }
-    void put(const std::uint8_t* data, std::size_t size)
-    {
-        /* Bytes behind the end of an earlier file are not there any more. */
-        if (ftruncate(descriptor_, 0) != 0 || ftruncate(descriptor_, static_cast<off_t>(size)) != 0 ||
-            pwrite(descriptor_, data, size, 0) != static_cast<ssize_t>(size)) {
-            _exit(1);
-        }
-    }
-
-private:
-    int descriptor_;
-    std::string name_;
+    MemoryFile() { fuzz::dropReports(); }
+    const char* name() const { return "/memory/store"; }
+    std::size_t size() const { return fuzz::sizeOfFile(name()); }
+    bool holds(const std::uint8_t* data, std::size_t size) const { return fuzz::isFile(name(), data, size); }
+    void put(const std::uint8_t* data, std::size_t size) { fuzz::putFile(name(), data, size); }
 };
 
 inline MemoryFile& memoryFile()
@@ -66,11 +47,16 @@ inline void readStreams(Ehfa_File* file, const std::string& path)
         }
         ehfa_CacheSeek(cache, 0, 2, report);
         ehfa_CacheRead(cache, bytes, 1, report);
+        ehfa_CacheGetBlock(cache, cache->blockCount - 1, 0, report);
+        ehfa_CacheGetBlockPtrAddr(cache, 0, 0, report);
         ehfa_CacheFree(cache);
     }
     if (Ehfa_Table* table = ehfa_TableOpen(file, node.c_str(), 0, report)) {
         for (int i = 0; i < 4 && ehfa_TableRecordNext(table, bytes, sizeof bytes, report) > 0; ++i) {
             emsc_HeapFree(ehfa_GetRecordFieldByIndex(table, bytes, i, report));
+        }
+        if (table->design != nullptr && table->design->hostSize <= int{sizeof bytes}) {
+            ehfa_TableRecordLoad(table, 0, bytes, sizeof bytes, report);
         }
         ehfa_TableFree(table);
     }
@@ -91,13 +77,31 @@ inline void wander(Ehfa_File* file)
     Unheard report;
     ehfa_EntrySeek(file, EHFA_SEEK_ROOT, nullptr, report);
     Ehfa_EntryPosition* position = ehfa_EntryPositionGet(file, report);
-    for (long method = 0; method < 10; ++method) {
-        ehfa_EntryPeek(file, method, report);
-        ehfa_EntrySeek(file, method, "C", report);
+    for (long method = 0; method < 19; ++method) {
+        if (method < 10) {
+            ehfa_EntryPeek(file, method, report);
+        }
+        ehfa_EntrySeek(file, method, method == EHFA_SEEK_BACK || method == EHFA_SEEK_PATH ? ":C" : "C", report);
+    }
+    for (const char* type : {"S", "Raw", "Ehfa_CacheNode"}) {
+        ehfa_EntrySeek(file, EHFA_SEEK_ROOT, nullptr, report);
+        ehfa_EntrySeek(file, EHFA_SEEK_DEPTH_TYPE, type, report);
+        ehfa_EntrySeek(file, EHFA_SEEK_SIBLING_TYPE, type, report);
+    }
+    /* In the order of the file, from the first block behind the root on. */
+    ehfa_EntrySeek(file, EHFA_SEEK_ROOT, nullptr, report);
+    char bytes[8];
+    ehfa_FileMIFDataRead(file, 82 + 120, 8, bytes, report);
+    while (ehfa_EntrySeek(file, EHFA_SEEK_SEQUENTIAL, nullptr, report) != nullptr && file->entryPtr != 0) {
+        if (ehfa_EntryCurrentHasChild(file) + ehfa_EntryCurrentHasNext(file) + ehfa_EntryCurrentHasPrev(file) == 3) {
+            break;
+        }
+        void* data = ehfa_FileMIFDataRead(file, -1, std::min(file->currentEntry.dataSize, 4096), nullptr, report);
+        emsc_HeapFree(data);
     }
     const EstrStringList some(ehfa_ObjectList(file, nullptr, "*c*", nullptr, report));
     emsc_HeapFree(ehfa_CurrentEntryPath(file, report));
-    ehfa_EntryPositionSet(file, position, report);
+    ehfa_EntrySetCurrentPosition(file, position, report);
     ehfa_EntryPositionFree(position, report);
 }
 

@@ -342,7 +342,8 @@ void Journal::split(Handle& handle, std::vector<Change>& fresh, std::vector<Chan
     std::size_t at = 0;
     const auto put = [](std::vector<Change>& list, const Pages::Piece& piece, uint64_t from, uint64_t to) {
         const unsigned char* bytes = piece.bytes + (from - piece.start);
-        if (from < to && !list.empty() && list.back().position + uint64_t{list.back().size} == from &&
+        /* The tag stays alone: that of a new file is written for itself. */
+        if (from < to && from != kGapPosition && !list.empty() && list.back().position + uint64_t{list.back().size} == from &&
             list.back().bytes + list.back().size == bytes) {
             list.back().size += static_cast<uint32_t>(to - from);
         } else if (from < to) {

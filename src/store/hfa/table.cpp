@@ -99,6 +99,19 @@ void describe(Ehfa_Table& master, const Ehfa_Table& table, int32_t type, Emsc_Bo
     checked(scope, ehfa_CacheFlush(master.data, scope), "Error storing table name");
 }
 
+/* Whether two designs of records have the same fields. */
+bool areAlike(const Emif_Design& a, const Emif_Design& b)
+{
+    const Emif_DesignItem* left = a.items;
+    const Emif_DesignItem* right = b.items;
+    while (left != nullptr && right != nullptr && left->type == right->type && left->count == right->count &&
+           left->isPointer == right->isPointer && std::strcmp(left->name, right->name) == 0) {
+        left = left->next;
+        right = right->next;
+    }
+    return left == nullptr && right == nullptr;
+}
+
 /* Gives a table its blocks and its design, and has it described: all of it or nothing. */
 Ehfa_Table* createIn(Ehfa_File* file, TablePtr table, Ehfa_Table* master, int32_t type, Emsc_Boolean indexed,
                      EerrException& scope)
@@ -111,7 +124,10 @@ Ehfa_Table* createIn(Ehfa_File* file, TablePtr table, Ehfa_Table* master, int32_
         Activity activity(handle, scope);
         table->file = file;
         table->data = checked(scope, ehfa_CacheCreate(file, node.c_str(), scope), "Error creating table cache");
-        checked(scope, emif_DictionaryAddDesign(file->dictionary, table->design, scope), "Error converting design!");
+        /* A table of this name that is gone has left its design, by which this one would be read. */
+        const Emif_Design* design =
+            checked(scope, emif_DictionaryAddDesign(file->dictionary, table->design, scope), "Error converting design!");
+        require(design != nullptr && areAlike(*design, *table->design), "Error converting design!");
         describe(master != nullptr ? *master : *table, *table, type, indexed, scope);
         writeDesigns(handle, scope);
     } catch (...) {
@@ -203,17 +219,19 @@ StructurePtr describedStructure(Ehfa_File* file, const char* name, EerrException
     const auto fields = fieldsOf(*master->structure);
     char record[kMasterLength + 1];
     const auto field = [&](MasterField which) {
-        return trimmed({record + offsetOf(fields, which), static_cast<std::size_t>(fields[which].width)});
+        return std::string(trimmed({record + offsetOf(fields, which), static_cast<std::size_t>(fields[which].width)}));
     };
-    for (;;) {
-        const long length = checked(scope, ehfa_TableRecordNext(master.get(), record, sizeof record, scope),
-                                    "Error retrieving record definitions");
+    /* The last one tells: those before it are of tables that are gone. */
+    std::optional<std::pair<std::string, long>> found; /* format and length */
+    while (const long length = checked(scope, ehfa_TableRecordNext(master.get(), record, sizeof record, scope),
+                                       "Error retrieving record definitions")) {
         require(length == kMasterLength, "Error retrieving record definitions");
         if (field(kName) == name) {
-            return structureOf(*file, name, field(kFormat), std::strtol(std::string(field(kReclen)).c_str(), nullptr, 10),
-                               scope);
+            found.emplace(field(kFormat), std::strtol(field(kReclen).c_str(), nullptr, 10));
         }
     }
+    require(found, "Error retrieving record definitions");
+    return structureOf(*file, name, found->first, found->second, scope);
 }
 
 Ehfa_Table* openTable(Ehfa_File* given, const char* text, EerrException& scope)

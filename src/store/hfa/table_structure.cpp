@@ -6,6 +6,7 @@
 #include <emantle/files/efio.h>
 #include <emantle/frame/estr.h>
 #include <emantle/store/emif.h>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -98,8 +99,9 @@ namespace {
 std::optional<long> wholeNumber(const std::string& text)
 {
     char* end = nullptr;
+    errno = 0;
     const long number = std::strtol(text.c_str(), &end, 10);
-    return end != text.c_str() && *end == '\0' ? std::optional(number) : std::nullopt;
+    return end != text.c_str() && *end == '\0' && errno == 0 ? std::optional(number) : std::nullopt;
 }
 
 /* With as many digits as there is room for. */

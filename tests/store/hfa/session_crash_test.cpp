@@ -193,6 +193,34 @@ TEST_F(ACrashOfASession, LeavesAStoreOrTheNewOneInItsPlace)
     });
 }
 
+TEST_F(ACrashOfASession, LeavesNoHalfOfAStoreThatIsNew)
+{
+    std::vector<RecordedWrite> writes;
+    {
+        WriteRecorder recorder(name_);
+        create();
+        ehfa_FileFlush(file_, expected());
+        writes = recorder.writes();
+    }
+    const Contents whole = contentsIn(bytesNow(name_));
+    int stores = 0;
+    for (std::size_t count = 1; count <= writes.size(); ++count) {
+        std::vector<RecordedWrite> prefix(writes.begin(), writes.begin() + static_cast<long>(count));
+        const std::vector<std::byte> last = prefix.back().bytes;
+        for (std::size_t cut = last.size() % 32; cut <= last.size(); cut += 32) {
+            prefix.back().bytes.assign(last.begin(), last.begin() + static_cast<long>(cut));
+            const std::vector<std::byte> bytes = afterWrites({}, prefix);
+            const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
+            putBytes(restored_, Bytes(data, data + bytes.size()));
+            if (ehfa_IsHFAFile(restored_.c_str(), expected())) {
+                ++stores;
+                ASSERT_EQ(read(restored_, "r"), whole) << "write " << count << " cut at " << cut;
+            }
+        }
+    }
+    EXPECT_GT(stores, 0);
+}
+
 /* A copy is written to another name, and takes its own in one step, when all of its bytes are there. */
 TEST_F(ACrashOfASession, LeavesTheTargetOfACopyAloneUntilAllIsThere)
 {

@@ -318,4 +318,38 @@ TEST_F(RecordTables, AreNotTakenAtTheirWord)
     }
 }
 
+/* The design of a table outlives it, and so does its line in the master. */
+TEST_F(RecordTables, TakeTheNameOfOneThatIsGoneWithTheSameFieldsOnly)
+{
+    char texts[][8] = {"number", "text"};
+    Ehfa_TableField fields[] = {{texts[0], EHFA_FIELD_INT, 8}, {texts[1], EHFA_FIELD_CHAR, 10}};
+    const auto make = [&](Eerr_ErrorReport** report) {
+        Ehfa_TableRecordStructure* structure = ehfa_TableRecordStructureCreate(2, fields, expected());
+        roads_ = ehfa_TableCreate(name_.c_str(), master_, "again", structure, 0, 0, nullptr, report);
+        ehfa_TableRecordStructureFree(structure);
+        return roads_ != nullptr;
+    };
+    const auto drop = [&] {
+        Ehfa_File* file = roads_->file;
+        EXPECT_TRUE(ehfa_TableClose(std::exchange(roads_, nullptr), expected()));
+        EXPECT_TRUE(ehfa_CacheDelete(file, ":again", expected()));
+    };
+    ASSERT_TRUE(make(expected()));
+    drop();
+    fields[1].width = 20;
+    Report report;
+    EXPECT_FALSE(make(report));
+    EXPECT_EQ(report.records().back().message, "Error converting design!");
+    fields[1].width = 10;
+    fields[0].width = 12; /* which the design does not say */
+    ASSERT_TRUE(make(expected()));
+    EXPECT_EQ(ehfa_TableRecordWrite(roads_, -1, "123456789012,abc", -1, expected()), 23);
+    closeAll();
+    open("rb");
+    roads_ = ehfa_TableOpen(file_, "again", 0, expected());
+    ASSERT_NE(roads_, nullptr);
+    EXPECT_EQ(roads_->recordLength, 23);
+    EXPECT_EQ(field(roads_, record(roads_, 0), "text"), "abc");
+}
+
 }  // namespace
