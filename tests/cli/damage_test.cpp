@@ -22,7 +22,7 @@
 
 namespace {
 
-constexpr int kMutants = 10000;
+constexpr int kMutants = kSanitized ? 5000 : 10000;
 constexpr int kBatch = 500;
 constexpr int kSecondsForOne = kSanitized ? 6 : 2;
 constexpr long kMostKiB = 64 * 1024;
