@@ -252,4 +252,105 @@ TEST_F(ACrashOfASession, LeavesTheTargetOfACopyAloneUntilAllIsThere)
     }
 }
 
+using emantle::platform::FaultInjection;
+using emantle::platform::Operation;
+using emantle::platform::Outcome;
+using emantle::platform::Repeat;
+
+/* Files as a whole, of which every call of a kind fails in turn. */
+class AFailedFile : public ACrashOfASession {
+protected:
+    template <class Call>
+    void failEach(Operation operation, const std::string& name, Repeat repeat, Call call)
+    {
+        bool fired = true;
+        for (std::uint64_t nth = 1; fired; ++nth) {
+            ASSERT_LT(nth, 5000u);
+            Report report;
+            bool isDone = false;
+            {
+                FaultInjection fault(operation, nth, Outcome::noSpace(), repeat, operation == Operation::allocate ? "" : name);
+                stderrOf([&] { isDone = call(report); });
+                fired = fault.fired();
+            }
+            EXPECT_EQ(isDone, told(report).empty());
+            EXPECT_TRUE(isDone || fired);
+            ASSERT_TRUE(holdsAfter(isDone)) << "failure " << nth;
+        }
+    }
+
+    std::function<bool(bool)> holdsAfter;
+};
+
+TEST_F(AFailedFile, IsNoCopyAndLeavesWhatStandsThere)
+{
+    create();
+    for (const char* name : {"a", "b", "c"}) {
+        ehfa_ObjectDataWrite(file_, ":", name, "Raw", EHFA_WRITE_LAST_CHILD, std::string(3000, *name).data(), 3000, expected());
+    }
+    close();
+    const Contents source = read(name_, "r");
+    const std::string target = directory_ + "/target";
+    ehfa_FileClose(ehfa_FileCreate(target.c_str(), eint_GetInit(), expected()), expected());
+    const Bytes old = bytesOf(target);
+    holdsAfter = [&](bool isDone) {
+        const bool holds = isDone ? read(target, "r") == source : bytesOf(target) == old;
+        if (isDone) {
+            putBytes(target, old);
+        }
+        return holds && std::ranges::distance(std::filesystem::directory_iterator(directory_)) == 2;
+    };
+    const auto copy = [&](Eerr_ErrorReport** report) {
+        return ehfa_FileCopy(name_.c_str(), target.c_str(), eint_GetInit(), report, 0) != 0;
+    };
+    for (const Operation operation : {Operation::write, Operation::truncate, Operation::rename, Operation::open, Operation::allocate}) {
+        ASSERT_NO_FATAL_FAILURE(failEach(operation, target, Repeat::once, copy));
+    }
+    failEach(Operation::write, target, Repeat::fromThenOn, copy);
+}
+
+TEST_F(AFailedFile, IsNoNewStoreAndLeavesTheOldOne)
+{
+    create();
+    ehfa_ObjectDataWrite(file_, ":", "a", "Raw", EHFA_WRITE_LAST_CHILD, std::string(3000, 'a').data(), 3000, expected());
+    close();
+    const Bytes old = bytesOf(name_);
+    const Contents before = read(name_, "r");
+    holdsAfter = [&](bool isDone) {
+        const Contents seen = read(name_, "r");
+        putBytes(name_, old);
+        /* What fails behind the moment at which the change is made is told, and stays made. */
+        return !seen.contains(":a:") || (seen == before && !isDone);
+    };
+    for (const Repeat repeat : {Repeat::once, Repeat::fromThenOn}) {
+        for (const Operation operation : {Operation::write, Operation::truncate, Operation::allocate}) {
+            if (operation == Operation::allocate && repeat == Repeat::fromThenOn) {
+                continue;
+            }
+            ASSERT_NO_FATAL_FAILURE(failEach(operation, name_, repeat, [&](Eerr_ErrorReport** report) {
+                Ehfa_File* file = ehfa_FileCreate(name_.c_str(), eint_GetInit(), report);
+                return file != nullptr && ehfa_FileClose(file, report) != 0;
+            }));
+        }
+    }
+}
+
+/* A dictionary that could not be read to its end must not take the place of the one in the file. */
+TEST_F(AFailedFile, IsNotOpenedWithHalfOfItsDictionary)
+{
+    create();
+    emif_DictionaryAddDesign(file_->dictionary, sampleDesign(), expected());
+    close();
+    int designs = 0;
+    holdsAfter = [&](bool isDone) { return !isDone || designs == 6; };
+    failEach(Operation::allocate, "", Repeat::once, [&](Eerr_ErrorReport** report) {
+        designs = 0;
+        Ehfa_File* file = ehfa_FileOpen(name_.c_str(), "r+b", eint_GetInit(), report);
+        for (const Emif_Design* design = file != nullptr ? file->dictionary->first : nullptr; design != nullptr; design = design->next) {
+            ++designs;
+        }
+        return file != nullptr && ehfa_FileClose(file, report) != 0;
+    });
+}
+
 }  // namespace
