@@ -139,7 +139,7 @@ private:
         switch (item.type) {
         case EMIF_TYPE_DESIGN:
             item.design = asFunction(scope_, "emif_DecodeDesign", [&] { return decodeDesign(depth + 1); }).release();
-            require(item.design, "emif_DecodeDesign failed");
+            require(sound(item.design != nullptr), "emif_DecodeDesign failed");
             break;
         case EMIF_TYPE_NAMED_DESIGN:
             item.design = decodeReference().release();
