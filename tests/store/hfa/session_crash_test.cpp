@@ -357,7 +357,7 @@ TEST_F(AFailedFile, IsNotOpenedWithHalfOfItsDictionary)
     close();
     int designs = 0;
     holdsAfter = [&](bool isDone) { return !isDone || designs == 6; };
-    failEach(Operation::allocate, "", Repeat::once, [&](Eerr_ErrorReport** report) {
+    const auto reopen = [&](Eerr_ErrorReport** report) {
         designs = 0;
         Ehfa_File* file = ehfa_FileOpen(name_.c_str(), "r+b", eint_GetInit(), report);
         for (const Emif_Design* design = file != nullptr ? file->dictionary->first : nullptr; design != nullptr;
@@ -365,7 +365,9 @@ TEST_F(AFailedFile, IsNotOpenedWithHalfOfItsDictionary)
             ++designs;
         }
         return file != nullptr && ehfa_FileClose(file, report) != 0;
-    });
+    };
+    failEach(Operation::allocate, "", Repeat::once, reopen);
+    failEach(Operation::read, name_, Repeat::once, reopen);
 }
 
 } // namespace
