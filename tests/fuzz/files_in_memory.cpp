@@ -1,19 +1,22 @@
-// Files below /memory/ that have no place on a disk: the calls that the library makes on files go through here (the linker
-// leads them, see CMakeLists.txt), and what does not concern such a file goes on to the system. A run of a target makes no
-// system call, and so many more of them a second.
+// Files below /memory/ that have no place on a disk: the calls that the library makes on files go through here (the
+// linker leads them, see CMakeLists.txt), and what does not concern such a file goes on to the system. A run of a
+// target makes no system call, and so many more of them a second.
 
 #include "files_in_memory.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdarg>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <signal.h>
+#include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <sys/statfs.h>
 #include <unistd.h>
+#include <vector>
 
 namespace fuzz {
 
@@ -68,7 +71,8 @@ Stored* made(const char* name)
 Opening* opening(int descriptor)
 {
     const int index = descriptor - kFirstDescriptor;
-    return index >= 0 && index < static_cast<int>(openings.size()) ? &openings[static_cast<std::size_t>(index)] : nullptr;
+    return index >= 0 && index < static_cast<int>(openings.size()) ? &openings[static_cast<std::size_t>(index)]
+                                                                   : nullptr;
 }
 
 int absent()
@@ -101,7 +105,7 @@ int tellByName(const char* name, struct stat* status)
     return file == nullptr ? absent() : tell(*file, status);
 }
 
-}  // namespace
+} // namespace
 
 void putFile(const char* name, const std::uint8_t* data, std::size_t size)
 {
@@ -121,7 +125,7 @@ bool isFile(const char* name, const std::uint8_t* data, std::size_t size)
     return file != nullptr && std::equal(file->bytes.begin(), file->bytes.end(), data, data + size);
 }
 
-}  // namespace fuzz
+} // namespace fuzz
 
 using namespace fuzz;
 
@@ -345,8 +349,8 @@ int __wrap_statfs(const char* name, struct statfs* system)
 /* The address sanitizer asks for the stack of signals at every throw, which is as good as never another one. */
 int __wrap_sigaltstack(const stack_t* fresh, stack_t* old)
 {
-    static stack_t kept{};
-    static bool isKnown = false;
+    thread_local stack_t kept{};
+    thread_local bool isKnown = false;
     if (fresh != nullptr || !isKnown) {
         const int failure = __real_sigaltstack(fresh, old);
         isKnown = fresh == nullptr && old != nullptr && failure == 0;

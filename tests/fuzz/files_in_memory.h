@@ -2,10 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <string>
-#include <string_view>
-#include <vector>
 
 // Files that are there for one process and its library only; their names begin with "/memory/".
 namespace fuzz {
@@ -14,4 +10,4 @@ void putFile(const char* name, const std::uint8_t* data, std::size_t size);
 std::size_t sizeOfFile(const char* name);
 bool isFile(const char* name, const std::uint8_t* data, std::size_t size);
 
-}  // namespace fuzz
+} // namespace fuzz

@@ -86,6 +86,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         emantle::mif::decodeDictionary(scope, {reinterpret_cast<const char*>(data), size}, *dictionary);
     } catch (const emantle::Failure&) {
         scope.Clear();
+        fuzz::need(dictionary->first == nullptr); /* damage behind the first design only ends the text */
         return 0;
     }
     if (dictionary->last != nullptr) {

@@ -53,15 +53,24 @@ public:
         return editor_.take(scope_, std::move(design));
     }
 
+    /* Whether what was thrown is the fault of the text: it may also be for want of memory, or of the disk. */
+    bool metDamage() const noexcept { return isDamaged_ || characters_.isAtEnd(); }
+
 private:
     char next() { return characters_.next(scope_); }
+
+    bool sound(bool holds) noexcept
+    {
+        isDamaged_ = isDamaged_ || !holds;
+        return holds;
+    }
 
     void charge(int64_t weight)
     {
         weight_ += weight;
         const auto read = static_cast<int64_t>(std::min<uint64_t>(characters_.consumed(), kMostWeight));
         const int64_t most = std::min(kWeightAtStart + kWeightPerCharacter * read, kMostWeight);
-        require(weight_ <= most, "The designs hold more than %ld items", long{most});
+        require(sound(weight_ <= most), "The designs hold more than %ld items", long{most});
     }
 
     /* The designs inside that will enter the dictionary as well. */
@@ -81,12 +90,14 @@ private:
         if (start == '.') {
             return nullptr;
         }
-        require(start == '{', "Illegal object definition; start char = %c, 0x%02lx", start, codeOf(start));
-        require(depth <= EMIF_DEPTH_LIMIT, "Designs nest deeper than %d", int{EMIF_DEPTH_LIMIT});
+        require(sound(start == '{'), "Illegal object definition; start char = %c, 0x%02lx", start, codeOf(start));
+        require(sound(depth <= EMIF_DEPTH_LIMIT), "Designs nest deeper than %d", int{EMIF_DEPTH_LIMIT});
         DesignBuilder builder;
         while (asFunction(scope_, "emif_DecodeItem", [&] { return decodeItem(builder, depth); })) {
         }
-        DesignPtr design = builder.finish(decodeName());
+        HeapPtr<char> name = decodeName();
+        DesignPtr design;
+        laidOut([&] { design = builder.finish(std::move(name)); });
         const Emif_Design* ours = findPrivate(design->name);
         return ours == nullptr ? std::move(design) : copied(*ours);
     }
@@ -110,8 +121,17 @@ private:
         item.type = typeOfLetter(letter);
         decodeNested(item, depth);
         item.name = decodeName().release();
-        builder.place();
+        laidOut([&] { builder.place(); });
         return true;
+    }
+
+    /* Laying out takes no memory: where it fails the text asks for too much. */
+    template <class Body>
+    void laidOut(Body body)
+    {
+        isDamaged_ = true;
+        body();
+        isDamaged_ = false;
     }
 
     void decodeNested(Emif_DesignItem& item, int depth)
@@ -119,7 +139,7 @@ private:
         switch (item.type) {
         case EMIF_TYPE_DESIGN:
             item.design = asFunction(scope_, "emif_DecodeDesign", [&] { return decodeDesign(depth + 1); }).release();
-            require(item.design, "emif_DecodeDesign failed");
+            require(sound(item.design != nullptr), "emif_DecodeDesign failed");
             break;
         case EMIF_TYPE_NAMED_DESIGN:
             item.design = decodeReference().release();
@@ -149,9 +169,9 @@ private:
     {
         int64_t number = 0;
         for (; character != ':'; character = next()) {
-            require(isDigit(character), "Non-numeric character %c (0x%02lx) for count", character, codeOf(character));
+            require(sound(isDigit(character)), "Non-numeric character %c (0x%02lx) for count", character, codeOf(character));
             number = 10 * number + (character - '0');
-            require(number <= kLargestSize, "The %s is beyond 32 bits", what);
+            require(sound(number <= kLargestSize), "The %s is beyond 32 bits", what);
         }
         return number;
     }
@@ -160,7 +180,7 @@ private:
     {
         const int64_t count =
             asFunction(scope_, "emif_DecodeEnumCount", [&] { return decodeNumber(next(), "number of names"); });
-        require(count <= std::numeric_limits<int16_t>::max(), "An enumeration of %ld names; the most is %d",
+        require(sound(count <= std::numeric_limits<int16_t>::max()), "An enumeration of %ld names; the most is %d",
                 static_cast<long>(count), int{std::numeric_limits<int16_t>::max()});
         std::vector<HeapPtr<char>> names;
         while (static_cast<int64_t>(names.size()) < count) {
@@ -180,7 +200,7 @@ private:
         if (design == nullptr) {
             design = editor_.find(name.get());
         }
-        if (design == nullptr) {
+        if (!sound(design != nullptr)) {
             checked(scope_, emif_DesignCopy(nullptr, scope_));
         }
         return copied(*design);
@@ -191,7 +211,7 @@ private:
         return asFunction(scope_, "emif_DecodeName", [&] {
             name_.clear();
             for (char character = next(); character != ','; character = next()) {
-                require(isPrintable(character), "Non-printable character %c (0x%02lx) for name", character,
+                require(sound(isPrintable(character)), "Non-printable character %c (0x%02lx) for name", character,
                         codeOf(character));
                 name_.push_back(character);
             }
@@ -215,6 +235,7 @@ private:
     DictionaryEditor editor_;
     bool onItsOwn_;
     int64_t weight_ = 0;
+    bool isDamaged_ = false;
     std::string name_;
 };
 
@@ -262,7 +283,8 @@ void decodeNamed(EerrException& scope, Characters& characters, Emif_Dictionary& 
 void Characters::more(EerrException& scope)
 {
     const std::string_view piece = refill(scope);
-    require(!piece.empty(), "readFunc failed");
+    isAtEnd_ = piece.empty();
+    require(!isAtEnd_, "readFunc failed");
     at_ = piece.data();
     end_ = at_ + piece.size();
     given_ += piece.size();
@@ -278,7 +300,7 @@ void decode(EerrException& scope, Characters& characters, Emif_Dictionary& dicti
                 return;
             }
         } catch (...) {
-            if (isFirst) {
+            if (isFirst || !decoder.metDamage()) {
                 throw;
             }
             recordThrown(scope, "emif_DictionaryDecode", __LINE__);

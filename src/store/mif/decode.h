@@ -29,6 +29,8 @@ public:
 
     /* Characters read so far. */
     uint64_t consumed() const noexcept { return given_ - static_cast<uint64_t>(end_ - at_); }
+    /* Whether more was asked for than there is. */
+    bool isAtEnd() const noexcept { return isAtEnd_; }
 
 protected:
     /* The next piece; empty at the end. It stays valid until the next call. */
@@ -40,10 +42,12 @@ private:
     const char* at_;
     const char* end_;
     uint64_t given_;
+    bool isAtEnd_ = false;
 };
 
 /* Decodes designs up to the "." and adds them. Damage behind the first design ends the text there, with a printed report
- * of emif_DictionaryDecode. Fails with what the caller tells when the first is damaged. */
+ * of emif_DictionaryDecode. Fails with what the caller tells when the first is damaged, and when anything else than damage
+ * keeps it from reading on: half a dictionary is never taken for the whole. */
 void decode(EerrException& scope, Characters& characters, Emif_Dictionary& dictionary);
 
 /* Decodes one design, whose references are looked up in `dictionary`, and does not add it. */

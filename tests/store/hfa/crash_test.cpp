@@ -293,6 +293,10 @@ protected:
                 if (work.prepare) {
                     work.prepare(file_);
                 }
+                if (operation == Operation::read) { /* nothing is held yet */
+                    close();
+                    open();
+                }
                 {
                     FaultInjection fault(operation, nth, outcome, repeat, operation == Operation::allocate ? "" : name_);
                     stderrOf([&] { work.run(file_); });
@@ -334,6 +338,7 @@ TEST_F(AFailure, ToWriteAllAtOnceIsNone) { failEach(Operation::write, Outcome::s
 TEST_F(AFailure, ToWriteMuchAtOnceIsNone) { failEach(Operation::write, Outcome::shortTransfer(900), Repeat::fromThenOn, true); }
 TEST_F(AFailure, ByInterruptionIsNone) { failEach(Operation::write, Outcome::interrupted(), Repeat::once, true); }
 TEST_F(AFailure, ToShortenTheFileIsGotOver) { failEach(Operation::truncate, Outcome::inputOutput(), Repeat::once); }
+TEST_F(AFailure, ToReadIsGotOver) { failEach(Operation::read, Outcome::inputOutput(), Repeat::once); }
 TEST_F(AFailure, OfMemoryIsGotOver) { failEach(Operation::allocate, Outcome::noMemory(), Repeat::once); }
 
 /* What a failed call wrote behind the end of the file, and could not give back, is not what is read of a new block there. */

@@ -15,7 +15,8 @@ struct PackedMap {
     {
         Emif_PropertyMap* map = emif_PropertyMapCreate(nullptr);
         for (int i = 0; i < count; ++i) {
-            emif_PropertyMapSetPropertyText(map, ("property " + std::to_string(i)).c_str(), "a value of some length", nullptr);
+            emif_PropertyMapSetPropertyText(map, ("property " + std::to_string(i)).c_str(), "a value of some length",
+                                            nullptr);
         }
         void* bytes = nullptr;
         long size = 0;
@@ -61,7 +62,10 @@ protected:
     std::size_t writes_ = 0;
 };
 
-std::string line(int number) { return std::to_string(number) + ",of the rows"; }
+std::string line(int number)
+{
+    return std::to_string(number) + ",of the rows";
+}
 
 TEST_F(ACrashOfASession, LeavesRecordTablesAsTheyWereBehindSomeCall)
 {
@@ -117,7 +121,8 @@ TEST_F(ACrashOfASession, LeavesBlockStoresAsTheyWereBehindSomeCall)
     Ehfa_Cache* cache = nullptr;
     const auto put = [&](long at, std::size_t size, char fill) {
         return ehfa_CacheSeek(cache, at, 0, expected()) &&
-               ehfa_CacheWrite(cache, std::string(size, fill).data(), static_cast<long>(size), expected()) == static_cast<long>(size);
+               ehfa_CacheWrite(cache, std::string(size, fill).data(), static_cast<long>(size), expected()) ==
+                   static_cast<long>(size);
     };
     const auto flush = [&] { return ehfa_CacheFlush(cache, expected()) != 0; };
     whole("a block store", [&] { return (cache = ehfa_CacheCreate(file_, ":stream", expected())) != nullptr; });
@@ -146,17 +151,21 @@ TEST_F(ACrashOfASession, LeavesPropertyMapsAndSessionsWhole)
     create();
     ehfa_FileFlush(file_, expected());
     EmifDictionaryT<Etxt_TextA> own(emif_DictionaryDecodeFromString(
-        "{1:x{0:pcstring,}Emif_String,type,1:x{0:pcstring,}Emif_String,MIFDictionary,0:pCMIFObject,}Emif_MIFObject,.", expected()));
+        "{1:x{0:pcstring,}Emif_String,type,1:x{0:pcstring,}Emif_String,MIFDictionary,0:pCMIFObject,}Emif_MIFObject,.",
+        expected()));
     const Emif_Design* design = emif_FindDesignByName(own, "Emif_MIFObject", expected());
     emif_DictionaryAddDesign(file_->dictionary, design, expected());
     const auto put = [&](const char* path, const char* name, long method, int count) {
         const PackedMap map(count);
-        return ehfa_ObjectWrite(file_, path, name, "Emif_MIFObject", method, &map.object, design, expected()) != nullptr;
+        return ehfa_ObjectWrite(file_, path, name, "Emif_MIFObject", method, &map.object, design, expected()) !=
+               nullptr;
     };
     whole("a property map", [&] { return put(":", "Map", EHFA_WRITE_LAST_CHILD, 3); });
     whole("a larger one in its place", [&] { return put(":Map", nullptr, EHFA_WRITE_CURRENT, 60); });
     whole("a smaller one in its place", [&] { return put(":Map", nullptr, EHFA_WRITE_CURRENT, 1); });
-    const auto change = [&](int option, int value) { return ehfa_FileChange(file_, expected(), option, value, 0) != 0; };
+    const auto change = [&](int option, int value) {
+        return ehfa_FileChange(file_, expected(), option, value, 0) != 0;
+    };
     whole("a session without flushing", [&] {
         change(EHFA_OPTION_FLUSH_ON_WRITE, 0);
         for (int i = 0; i < 20; ++i) {
@@ -183,7 +192,8 @@ TEST_F(ACrashOfASession, LeavesAStoreOrTheNewOneInItsPlace)
 {
     create();
     for (const char* name : {"a", "b", "c"}) {
-        ehfa_ObjectDataWrite(file_, ":", name, "Raw", EHFA_WRITE_LAST_CHILD, std::string(3000, *name).data(), 3000, expected());
+        ehfa_ObjectDataWrite(file_, ":", name, "Raw", EHFA_WRITE_LAST_CHILD, std::string(3000, *name).data(), 3000,
+                             expected());
     }
     close();
     whole("a new store in place of an old one", [&] {
@@ -227,7 +237,8 @@ TEST_F(ACrashOfASession, LeavesTheTargetOfACopyAloneUntilAllIsThere)
     create();
     for (int i = 0; i < 40; ++i) {
         const std::string name = "n" + std::to_string(i);
-        ehfa_ObjectDataWrite(file_, ":", name.c_str(), "Raw", EHFA_WRITE_LAST_CHILD, std::string(500, 'x').data(), 500, expected());
+        ehfa_ObjectDataWrite(file_, ":", name.c_str(), "Raw", EHFA_WRITE_LAST_CHILD, std::string(500, 'x').data(), 500,
+                             expected());
     }
     close();
     const std::string target = directory_ + "/target";
@@ -252,4 +263,111 @@ TEST_F(ACrashOfASession, LeavesTheTargetOfACopyAloneUntilAllIsThere)
     }
 }
 
-}  // namespace
+using emantle::platform::FaultInjection;
+using emantle::platform::Operation;
+using emantle::platform::Outcome;
+using emantle::platform::Repeat;
+
+/* Files as a whole, of which every call of a kind fails in turn. */
+class AFailedFile : public ACrashOfASession {
+protected:
+    template <class Call> void failEach(Operation operation, const std::string& name, Repeat repeat, Call call)
+    {
+        bool fired = true;
+        for (std::uint64_t nth = 1; fired; ++nth) {
+            ASSERT_LT(nth, 5000u);
+            Report report;
+            bool isDone = false;
+            {
+                FaultInjection fault(operation, nth, Outcome::noSpace(), repeat,
+                                     operation == Operation::allocate ? "" : name);
+                stderrOf([&] { isDone = call(report); });
+                fired = fault.fired();
+            }
+            EXPECT_EQ(isDone, told(report).empty());
+            EXPECT_TRUE(isDone || fired);
+            ASSERT_TRUE(holdsAfter(isDone)) << "failure " << nth;
+        }
+    }
+
+    std::function<bool(bool)> holdsAfter;
+};
+
+TEST_F(AFailedFile, IsNoCopyAndLeavesWhatStandsThere)
+{
+    create();
+    for (const char* name : {"a", "b", "c"}) {
+        ehfa_ObjectDataWrite(file_, ":", name, "Raw", EHFA_WRITE_LAST_CHILD, std::string(3000, *name).data(), 3000,
+                             expected());
+    }
+    close();
+    const Contents source = read(name_, "r");
+    const std::string target = directory_ + "/target";
+    ehfa_FileClose(ehfa_FileCreate(target.c_str(), eint_GetInit(), expected()), expected());
+    const Bytes old = bytesOf(target);
+    holdsAfter = [&](bool isDone) {
+        const bool holds = isDone ? read(target, "r") == source : bytesOf(target) == old;
+        if (isDone) {
+            putBytes(target, old);
+        }
+        return holds && std::ranges::distance(std::filesystem::directory_iterator(directory_)) == 2;
+    };
+    const auto copy = [&](Eerr_ErrorReport** report) {
+        return ehfa_FileCopy(name_.c_str(), target.c_str(), eint_GetInit(), report, 0) != 0;
+    };
+    for (const Operation operation :
+         {Operation::write, Operation::truncate, Operation::rename, Operation::open, Operation::allocate}) {
+        ASSERT_NO_FATAL_FAILURE(failEach(operation, target, Repeat::once, copy));
+    }
+    failEach(Operation::write, target, Repeat::fromThenOn, copy);
+}
+
+TEST_F(AFailedFile, IsNoNewStoreAndLeavesTheOldOne)
+{
+    create();
+    ehfa_ObjectDataWrite(file_, ":", "a", "Raw", EHFA_WRITE_LAST_CHILD, std::string(3000, 'a').data(), 3000,
+                         expected());
+    close();
+    const Bytes old = bytesOf(name_);
+    const Contents before = read(name_, "r");
+    holdsAfter = [&](bool isDone) {
+        const Contents seen = read(name_, "r");
+        putBytes(name_, old);
+        /* What fails behind the moment at which the change is made is told, and stays made. */
+        return !seen.contains(":a:") || (seen == before && !isDone);
+    };
+    for (const Repeat repeat : {Repeat::once, Repeat::fromThenOn}) {
+        for (const Operation operation : {Operation::write, Operation::truncate, Operation::allocate}) {
+            if (operation == Operation::allocate && repeat == Repeat::fromThenOn) {
+                continue;
+            }
+            ASSERT_NO_FATAL_FAILURE(failEach(operation, name_, repeat, [&](Eerr_ErrorReport** report) {
+                Ehfa_File* file = ehfa_FileCreate(name_.c_str(), eint_GetInit(), report);
+                return file != nullptr && ehfa_FileClose(file, report) != 0;
+            }));
+        }
+    }
+}
+
+/* A dictionary that could not be read to its end must not take the place of the one in the file. */
+TEST_F(AFailedFile, IsNotOpenedWithHalfOfItsDictionary)
+{
+    create();
+    emif_DictionaryAddDesign(file_->dictionary, sampleDesign(), expected());
+    close();
+    int designs = 0;
+    holdsAfter = [&](bool isDone) { return !isDone || designs == 6; };
+    const auto reopen = [&](Eerr_ErrorReport** report) {
+        designs = 0;
+        Ehfa_File* file = ehfa_FileOpen(name_.c_str(), "r+b", eint_GetInit(), report);
+        for (const Emif_Design* design = file != nullptr ? file->dictionary->first : nullptr; design != nullptr;
+             design = design->next) {
+            ++designs;
+        }
+        return file != nullptr && ehfa_FileClose(file, report) != 0;
+    };
+    failEach(Operation::allocate, "", Repeat::once, reopen);
+    failEach(Operation::read, name_, Repeat::once, reopen);
+}
+
+} // namespace
