@@ -212,7 +212,7 @@ struct egda_MaoDist : TwoInDouble {
 inline bool isSimplePower(const Cell<double>* x, const Cell<double>* y, Cell<double>* out, long count)
 {
     const double exponent = y[0].value;
-    bool alike = (exponent == 2) | (exponent == 0.5) | (exponent == -1) | (exponent == 1);
+    bool alike = exponent == 2 || exponent == 0.5 || exponent == -1 || exponent == 1;
     for (long i = 1; alike && i < count; ++i) {
         alike = y[i].value == exponent;
     }

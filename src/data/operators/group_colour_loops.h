@@ -115,7 +115,8 @@ struct Hsv {
         const double falling = (1 - saturation * f) * value;
         const double empty = (1 - saturation) * value;
         const double rising = (1 - (1 - f) * saturation) * value;
-        const double full = (sector == 0) | (sector >= 5) ? value : empty;
+        const int isFull = (sector == 0) + (sector >= 5); /* a sum: a branch would keep the loop from vectors */
+        const double full = isFull != 0 ? value : empty;
         const double channel = sector == 1 ? falling : sector == 4 ? rising : full;
         return saturation == 0 ? value : channel;
     }

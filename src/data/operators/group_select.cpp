@@ -25,7 +25,7 @@ bool isString(Egda_PixelType type)
 class Choice {
 public:
     Choice(const Group& group, long firstSource, Egda_PixelType type)
-        : group_(group), type_(type), size_(egda_NumBytePerPixelFromType(type)), firstSource_(firstSource),
+        : size_(egda_NumBytePerPixelFromType(type)), firstSource_(firstSource),
           sources_(group, firstSource, group.n() - firstSource, type), result_(*group.dest, group.mask, type), piece_(1)
     {
     }
@@ -51,8 +51,6 @@ public:
     }
 
 private:
-    const Group& group_;
-    const Egda_PixelType type_;
     const long size_;
     const long firstSource_;
     GroupSources sources_;
