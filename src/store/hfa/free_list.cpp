@@ -156,6 +156,15 @@ const FreeList::Block* FreeList::blockAt(Place place) const
     return place.leaf < leaves_.size() ? &leaves_[place.leaf]->blocks[place.index] : nullptr;
 }
 
+/* Behind a block that is there. */
+FreeList::Place FreeList::placeBehind(Place place) const
+{
+    if (place.index == leaves_[place.leaf]->count) {
+        place = {place.leaf + 1, 0};
+    }
+    return {place.leaf, place.index + 1};
+}
+
 const FreeList::Block* FreeList::blockBefore(Place place) const
 {
     if (place.index == 0 && place.leaf > 0) {
@@ -374,13 +383,19 @@ void FreeList::writeNodes(Handle& handle, EerrException& scope)
         std::ranges::sort(positions);
     }
     positions.erase(std::unique(positions.begin(), positions.end()), positions.end());
+    Place place{0, 0};
     for (const uint32_t position : positions) {
-        const Place place = placeOf(position);
+        /* Where most of the list is written the next block to write is near the last one. */
         const Block* block = blockAt(place);
+        if (block == nullptr || block->position != position) {
+            place = placeOf(position);
+            block = blockAt(place);
+        }
         if (block == nullptr || block->position != position) {
             continue;
         }
-        const Block* next = blockAt({place.leaf, place.index + 1});
+        place = placeBehind(place);
+        const Block* next = blockAt(place);
         const auto bytes = encoded(Ehfa_FreeListNode{next != nullptr ? next->position : 0, static_cast<int32_t>(block->size)});
         asFunction(scope, "freeListItemSet", "freeListItemSet failed",
                    [&] { writeBytes(handle, position, bytes.data(), bytes.size(), scope); });
@@ -389,10 +404,16 @@ void FreeList::writeNodes(Handle& handle, EerrException& scope)
 
 void FreeList::settle() noexcept
 {
-    for (const uint32_t position : touched_) {
-        const Place place = placeOf(position);
-        if (const Block* block = blockAt(place); block != nullptr && block->position == position) {
-            leaves_[place.leaf]->blocks[place.index].isNew = 0;
+    const auto settleLeaf = [](Leaf& leaf) {
+        for (uint32_t i = 0; i < leaf.count; ++i) {
+            leaf.blocks[i].isNew = 0;
+        }
+    };
+    if (touched_.size() >= count_ / 4) {
+        std::ranges::for_each(leaves_, [&](const auto& leaf) { settleLeaf(*leaf); });
+    } else {
+        for (const uint32_t position : touched_) {
+            settleLeaf(*leaves_[placeOf(position).leaf]);
         }
     }
     touched_.clear();

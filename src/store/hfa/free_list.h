@@ -109,6 +109,7 @@ private:
     /* The first block at or behind a position; the end of the last leaf where there is none. */
     Place placeOf(uint32_t position) const;
     const Block* blockAt(Place place) const;
+    Place placeBehind(Place place) const;
     const Block* blockBefore(Place place) const;
     void reserveForChange();
     void insert(Block block);

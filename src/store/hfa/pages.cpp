@@ -49,18 +49,6 @@ IdleSlabs& idleSlabs(bool areLarge)
 
 }  // namespace
 
-uint32_t Pages::Marks::find(uint32_t from, uint64_t flipped) const
-{
-    for (uint32_t word = from / 64; word < words_.size(); ++word) {
-        const uint64_t bits = words_[word] ^ flipped;
-        const uint64_t left = word == from / 64 ? bits >> from % 64 << from % 64 : bits;
-        if (left != 0) {
-            return 64 * word + static_cast<uint32_t>(std::countr_zero(left));
-        }
-    }
-    return kGranulesOfPage;
-}
-
 uint32_t Pages::Marks::end() const
 {
     for (std::size_t word = words_.size(); word-- > 0;) {

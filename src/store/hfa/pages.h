@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstddef>
 #include <cstring>
@@ -149,7 +150,18 @@ private:
         uint32_t end() const;
 
     private:
-        uint32_t find(uint32_t from, uint64_t flipped) const;
+        uint32_t find(uint32_t from, uint64_t flipped) const
+        {
+            uint32_t word = from / 64;
+            if (word == words_.size()) {
+                return kGranulesOfPage;
+            }
+            uint64_t left = (words_[word] ^ flipped) >> from % 64 << from % 64;
+            while (left == 0 && ++word < words_.size()) {
+                left = words_[word] ^ flipped;
+            }
+            return left != 0 ? 64 * word + static_cast<uint32_t>(std::countr_zero(left)) : kGranulesOfPage;
+        }
 
         std::array<uint64_t, kGranulesOfPage / 64> words_{};
     };
