@@ -37,7 +37,8 @@ public:
         const uint32_t page = offset / kPage;
         const uint32_t inPage = offset % kPage;
         Chunk* chunk = findChunk(position);
-        if (chunk == nullptr || inPage + size > kPage || (chunk->changed & bit(page)) == 0) [[unlikely]] {
+        /* No bytes at all are beyond a page here, too. */
+        if (chunk == nullptr || size - 1 >= kPage - inPage || (chunk->changed & bit(page)) == 0) [[unlikely]] {
             writeAnywhere(file, position, bytes, size, scope);
             return;
         }

@@ -146,6 +146,24 @@ TEST_F(Objects, ThatAreAbsentOrEmpty)
     EXPECT_EQ(paths(), std::vector<std::string>{":"});
 }
 
+/* At the start of a page that holds changes there is no byte before the record. */
+TEST_F(Objects, OfNoBytesChangeNothing)
+{
+    start();
+    ehfa_FileChange(file_, nullptr, EHFA_OPTION_FLUSH_ON_WRITE, 0, 0);
+    const std::string bytes(10000, 'b');
+    ehfa_ObjectDataWrite(file_, ":", "Bytes", "Raw", EHFA_WRITE_LAST_CHILD, bytes.data(), 10000, expected());
+    const EmifDesignT<Etxt_TextA> none(
+        emif_DesignCreate(nullptr, "None", nullptr, EMIF_TYPE_CHAR | EMIF_ITEM_COUNT, "nothing", 0, 0));
+    ASSERT_NE(none, nullptr);
+    char record = 0;
+    EXPECT_TRUE(ehfa_FileHostDataWrite(file_, 4096, none, 0, &record, expected()));
+    EXPECT_TRUE(ehfa_FileHostDataWrite(file_, 8192, none, 0, &record, expected()));
+    std::string read(bytes.size(), ' ');
+    ehfa_FileMIFDataRead(file_, file_->entry->data, 10000, read.data(), expected());
+    EXPECT_EQ(read, bytes);
+}
+
 TEST_F(Objects, GiveBackAllTheirSpaceWhenTheyGo)
 {
     start();
