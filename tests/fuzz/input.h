@@ -31,6 +31,7 @@ public:
         eerr_DeleteErrorReportEx(&chain_);
         return &chain_;
     }
+    bool holdsAny() const { return chain_ != nullptr; }
 
 private:
     Eerr_ErrorReport* chain_ = nullptr;

@@ -120,8 +120,10 @@ inline void readAll(Ehfa_File* file)
             readStreams(file, list->strings[i]);
         }
     }
+    /* A check may fail where another handle has written over what is damaged, and then says so. */
     Ehfa_CheckTotals totals;
-    if (!ehfa_FileCheck(file, readOn, nullptr, &totals, report) || totals.live + totals.free + totals.lost != totals.fileSize) {
+    const bool isChecked = ehfa_FileCheck(file, readOn, nullptr, &totals, report) != 0;
+    if (isChecked == report.holdsAny() || (isChecked && totals.live + totals.free + totals.lost != totals.fileSize)) {
         std::abort();
     }
     ehfa_FileFreeSpaceSize(file, report);
