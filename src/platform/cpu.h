@@ -19,6 +19,21 @@ InstructionSet chooseInstructionSet(InstructionSet machine, std::string_view wis
 // The machine's, or what EMANTLE_INSTRUCTION_SET asks for when the first call is made.
 InstructionSet fastestInstructionSet() noexcept;
 
+// The one of three of a kind that is made for a set: tables of loops, or loops.
+template <class Made>
+constexpr Made& madeFor(InstructionSet set, Made& baseline, Made& avx2, Made& avx512) noexcept
+{
+    switch (set) {
+    case InstructionSet::avx512:
+        return avx512;
+    case InstructionSet::avx2:
+        return avx2;
+    case InstructionSet::baseline:
+        break;
+    }
+    return baseline;
+}
+
 // Bytes of the last-level cache that a processor reaches; 8 MiB where the kernel does not tell.
 std::size_t lastLevelCacheSize() noexcept;
 

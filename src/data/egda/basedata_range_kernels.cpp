@@ -8,15 +8,7 @@ namespace emantle {
 
 const RangeRoutines* rangeTable(platform::InstructionSet set) noexcept
 {
-    switch (set) {
-    case platform::InstructionSet::avx512:
-        return avx512::kRange;
-    case platform::InstructionSet::avx2:
-        return avx2::kRange;
-    case platform::InstructionSet::baseline:
-        break;
-    }
-    return baseline::kRange;
+    return platform::madeFor(set, baseline::kRange, avx2::kRange, avx512::kRange);
 }
 
 }  // namespace emantle

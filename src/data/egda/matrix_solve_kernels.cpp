@@ -12,15 +12,7 @@ namespace emantle {
 
 const SolveKernels* solveKernels(platform::InstructionSet set) noexcept
 {
-    switch (set) {
-    case platform::InstructionSet::avx512:
-        return avx512::kSolve;
-    case platform::InstructionSet::avx2:
-        return avx2::kSolve;
-    case platform::InstructionSet::baseline:
-        break;
-    }
-    return baseline::kSolve;
+    return platform::madeFor(set, baseline::kSolve, avx2::kSolve, avx512::kSolve);
 }
 
 }  // namespace emantle

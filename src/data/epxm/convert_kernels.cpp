@@ -57,15 +57,7 @@ constexpr auto kConvertInc = convertCells<baseline::Stepped, Epxm_ConvertIncRout
 
 const Epxm_ConvertRow* convertTable(platform::InstructionSet set) noexcept
 {
-    switch (set) {
-    case platform::InstructionSet::avx512:
-        return avx512::kConvert.rows;
-    case platform::InstructionSet::avx2:
-        return avx2::kConvert.rows;
-    case platform::InstructionSet::baseline:
-        break;
-    }
-    return baseline::kConvert.rows;
+    return platform::madeFor(set, baseline::kConvert.rows, avx2::kConvert.rows, avx512::kConvert.rows);
 }
 
 const Epxm_ConvertIncRow* convertIncTable() noexcept

@@ -15,15 +15,7 @@ using CopyPast = void (*)(void* dest, const void* block, long bytes);
 
 CopyPast fastestCopyPast() noexcept
 {
-    switch (platform::fastestInstructionSet()) {
-    case platform::InstructionSet::avx512:
-        return avx512::copyPast;
-    case platform::InstructionSet::avx2:
-        return avx2::copyPast;
-    case platform::InstructionSet::baseline:
-        break;
-    }
-    return baseline::copyPast;
+    return platform::madeFor(platform::fastestInstructionSet(), baseline::copyPast, avx2::copyPast, avx512::copyPast);
 }
 
 }  // namespace

@@ -35,6 +35,16 @@ struct Parts {
         asm("" : "+x"(v));
         return v;
     }
+
+    /* a with the real parts of b, and a with its parts swapped with the imaginary ones. */
+    struct Products {
+        Vector straight;
+        Vector crossed;
+    };
+    static Products products(Vector a, Vector b, Lanes all)
+    {
+        return {rounded(a * reals(b, all)), rounded(swapped(a, all) * imaginaries(b, all))};
+    }
 };
 
 struct ComplexProduct {
@@ -43,8 +53,7 @@ struct ComplexProduct {
     {
         using P = Parts<Real>;
         constexpr typename P::Lanes all{};
-        const Vector straight = P::rounded(a * P::reals(b, all));
-        const Vector crossed = P::rounded(P::swapped(a, all) * P::imaginaries(b, all));
+        const auto [straight, crossed] = P::products(a, b, all);
         return P::alternating(straight - crossed, straight + crossed, all);
     }
 };
@@ -55,8 +64,7 @@ struct ComplexQuotient {
     {
         using P = Parts<Real>;
         constexpr typename P::Lanes all{};
-        const Vector straight = P::rounded(a * P::reals(b, all));
-        const Vector crossed = P::rounded(P::swapped(a, all) * P::imaginaries(b, all));
+        const auto [straight, crossed] = P::products(a, b, all);
         const Vector squares = P::rounded(b * b);
         return P::alternating(straight + crossed, straight - crossed, all) / (squares + P::swapped(squares, all));
     }

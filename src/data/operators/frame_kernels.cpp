@@ -8,15 +8,7 @@ namespace emantle {
 
 const MaskLoops& maskLoops(platform::InstructionSet set) noexcept
 {
-    switch (set) {
-    case platform::InstructionSet::avx512:
-        return avx512::kMaskLoops;
-    case platform::InstructionSet::avx2:
-        return avx2::kMaskLoops;
-    case platform::InstructionSet::baseline:
-        break;
-    }
-    return baseline::kMaskLoops;
+    return platform::madeFor(set, baseline::kMaskLoops, avx2::kMaskLoops, avx512::kMaskLoops);
 }
 
 }  // namespace emantle

@@ -14,41 +14,17 @@ namespace emantle {
 
 const GroupLoops* groupLoops(platform::InstructionSet set) noexcept
 {
-    switch (set) {
-    case platform::InstructionSet::avx512:
-        return avx512::kGroupLoops;
-    case platform::InstructionSet::avx2:
-        return avx2::kGroupLoops;
-    case platform::InstructionSet::baseline:
-        break;
-    }
-    return baseline::kGroupLoops;
+    return platform::madeFor(set, baseline::kGroupLoops, avx2::kGroupLoops, avx512::kGroupLoops);
 }
 
 const ColourLoop* colourLoops(platform::InstructionSet set) noexcept
 {
-    switch (set) {
-    case platform::InstructionSet::avx512:
-        return avx512::kColourLoops;
-    case platform::InstructionSet::avx2:
-        return avx2::kColourLoops;
-    case platform::InstructionSet::baseline:
-        break;
-    }
-    return baseline::kColourLoops;
+    return platform::madeFor(set, baseline::kColourLoops, avx2::kColourLoops, avx512::kColourLoops);
 }
 
 const SelectorLoops& selectorLoops(platform::InstructionSet set) noexcept
 {
-    switch (set) {
-    case platform::InstructionSet::avx512:
-        return avx512::kSelectorLoops;
-    case platform::InstructionSet::avx2:
-        return avx2::kSelectorLoops;
-    case platform::InstructionSet::baseline:
-        break;
-    }
-    return baseline::kSelectorLoops;
+    return platform::madeFor(set, baseline::kSelectorLoops, avx2::kSelectorLoops, avx512::kSelectorLoops);
 }
 
 }  // namespace emantle

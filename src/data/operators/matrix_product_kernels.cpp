@@ -47,15 +47,7 @@ namespace emantle {
 
 const ProductRoutines* productTable(platform::InstructionSet set) noexcept
 {
-    switch (set) {
-    case platform::InstructionSet::avx512:
-        return avx512::kProducts;
-    case platform::InstructionSet::avx2:
-        return avx2::kProducts;
-    case platform::InstructionSet::baseline:
-        break;
-    }
-    return baseline::kProducts;
+    return platform::madeFor(set, baseline::kProducts, avx2::kProducts, avx512::kProducts);
 }
 
 }  // namespace emantle

@@ -37,6 +37,17 @@ struct PackedMap {
 
 class ACrashOfASession : public ACrash {
 protected:
+    /* Objects of 3,000 bytes in a store that is closed. */
+    void makeStoreOfThree()
+    {
+        create();
+        for (const char* name : {"a", "b", "c"}) {
+            ehfa_ObjectDataWrite(file_, ":", name, "Raw", EHFA_WRITE_LAST_CHILD, std::string(3000, *name).data(), 3000,
+                                 expected());
+        }
+        close();
+    }
+
     /* What a new process finds in these bytes. */
     Contents contentsIn(const std::vector<std::byte>& bytes)
     {
@@ -190,12 +201,7 @@ TEST_F(ACrashOfASession, LeavesPropertyMapsAndSessionsWhole)
 /* Also where one stands that is larger, and the new one has to make do with its gap. */
 TEST_F(ACrashOfASession, LeavesAStoreOrTheNewOneInItsPlace)
 {
-    create();
-    for (const char* name : {"a", "b", "c"}) {
-        ehfa_ObjectDataWrite(file_, ":", name, "Raw", EHFA_WRITE_LAST_CHILD, std::string(3000, *name).data(), 3000,
-                             expected());
-    }
-    close();
+    makeStoreOfThree();
     whole("a new store in place of an old one", [&] {
         create();
         close();
@@ -295,12 +301,7 @@ protected:
 
 TEST_F(AFailedFile, IsNoCopyAndLeavesWhatStandsThere)
 {
-    create();
-    for (const char* name : {"a", "b", "c"}) {
-        ehfa_ObjectDataWrite(file_, ":", name, "Raw", EHFA_WRITE_LAST_CHILD, std::string(3000, *name).data(), 3000,
-                             expected());
-    }
-    close();
+    makeStoreOfThree();
     const Contents source = read(name_, "r");
     const std::string target = directory_ + "/target";
     ehfa_FileClose(ehfa_FileCreate(target.c_str(), eint_GetInit(), expected()), expected());

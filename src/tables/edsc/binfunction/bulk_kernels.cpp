@@ -9,14 +9,7 @@ namespace emantle::tables {
 
 const BinLoops& binLoops() noexcept
 {
-    switch (platform::fastestInstructionSet()) {
-    case platform::InstructionSet::avx512:
-        return avx512::kLoops;
-    case platform::InstructionSet::avx2:
-        return avx2::kLoops;
-    default:
-        return baseline::kLoops;
-    }
+    return platform::madeFor(platform::fastestInstructionSet(), baseline::kLoops, avx2::kLoops, avx512::kLoops);
 }
 
 }  // namespace emantle::tables

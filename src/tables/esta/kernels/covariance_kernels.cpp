@@ -9,15 +9,7 @@ namespace emantle {
 
 const CovarianceLoops& covarianceLoops(platform::InstructionSet set) noexcept
 {
-    switch (set) {
-    case platform::InstructionSet::avx512:
-        return avx512::kCovariance;
-    case platform::InstructionSet::avx2:
-        return avx2::kCovariance;
-    case platform::InstructionSet::baseline:
-        break;
-    }
-    return baseline::kCovariance;
+    return platform::madeFor(set, baseline::kCovariance, avx2::kCovariance, avx512::kCovariance);
 }
 
 }  // namespace emantle

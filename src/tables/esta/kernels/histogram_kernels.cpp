@@ -9,15 +9,7 @@ namespace emantle {
 
 const HistogramLoops& histogramLoops(platform::InstructionSet set) noexcept
 {
-    switch (set) {
-    case platform::InstructionSet::avx512:
-        return avx512::kHistogram;
-    case platform::InstructionSet::avx2:
-        return avx2::kHistogram;
-    case platform::InstructionSet::baseline:
-        break;
-    }
-    return baseline::kHistogram;
+    return platform::madeFor(set, baseline::kHistogram, avx2::kHistogram, avx512::kHistogram);
 }
 
 }  // namespace emantle

@@ -9,17 +9,8 @@ namespace emantle {
 
 PackLoop packLoop() noexcept
 {
-    static const PackLoop chosen = [] {
-        switch (platform::fastestInstructionSet()) {
-        case platform::InstructionSet::avx512:
-            return avx512::pack;
-        case platform::InstructionSet::avx2:
-            return avx2::pack;
-        case platform::InstructionSet::baseline:
-            break;
-        }
-        return baseline::pack;
-    }();
+    static const PackLoop chosen =
+        platform::madeFor(platform::fastestInstructionSet(), baseline::pack, avx2::pack, avx512::pack);
     return chosen;
 }
 

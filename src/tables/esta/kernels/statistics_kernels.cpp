@@ -12,15 +12,7 @@ namespace emantle {
 
 const StatisticsLoops& statisticsLoops(platform::InstructionSet set) noexcept
 {
-    switch (set) {
-    case platform::InstructionSet::avx512:
-        return avx512::kStatistics;
-    case platform::InstructionSet::avx2:
-        return avx2::kStatistics;
-    case platform::InstructionSet::baseline:
-        break;
-    }
-    return baseline::kStatistics;
+    return platform::madeFor(set, baseline::kStatistics, avx2::kStatistics, avx512::kStatistics);
 }
 
 }  // namespace emantle
